@@ -1,0 +1,56 @@
+#include "driver/read_idx_file.h"
+
+#include "driver/fix_parameter.h"
+#include "driver/otherglobalvariables.h"
+#include "driver/recorded_reflections.h"
+#include "driver/write_log_file.h"
+#include "search/quality.h"
+#include "store/modofsavedbases.h"
+#include "text/pause.h"
+#include "text/units.h"
+
+namespace torvik {
+
+namespace {
+
+constexpr numbered<double, 2> defaultweights = {{0.3, 0.7}};
+constexpr int defaultrankingfunction = -9;
+
+[[noreturn]] void stopwith(const std::string& message)
+{
+    writefreeline(terminalunit, message);
+    pauseandstop();
+}
+
+} // namespace
+
+void fix_defaults()
+{
+    otherglobalvariables = {};
+    recorded_reflections = {};
+    modofsavedbases.maxnumberofsavedbases = 16;
+    modofsavedbases.weightsforsortingbases = defaultweights;
+    write_log_file.log_file_level = 0;
+    getavonmisestypefunction(defaultrankingfunction, tabulcos.vonmisesfunctinranking);
+}
+
+void read_idx_file(const inputfilename& filename)
+{
+    // Name and opening, 1. to 3.
+    const std::string name = trimmedname(filename);
+    if (name.size() <= 4 || !name.ends_with(".idx"))
+        stopwith("Error: Extention of filename is not .idx."); // Deliberate: the spelling
+    if (!openinput(name)) stopwith("Error: Cannot open " + name + ".");
+    // Lines, 1. to 6. A line that begins with anything but a keyword is passed over.
+    for (;;) {
+        std::string first;
+        int flag = 0;
+        const int status = readword(inputlines(), first);
+        if (status == readended) break;
+        if (status == readdone && first.starts_with('_')) fix_parameter(flag);
+        if (status == readfailed || flag == 1) stopwith("Error reading " + name + ".");
+    }
+    closeinput();
+}
+
+} // namespace torvik

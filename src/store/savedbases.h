@@ -1,0 +1,55 @@
+// The bounded store of the best bases found by the search.
+#pragma once
+
+#include "store/modofsavedbases.h"
+
+// One lattice takes one slot: a basis of a lattice already held replaces it if it is at least as
+// good, and is dropped otherwise. A full store gives up its worst basis for a better one.
+
+namespace torvik {
+
+// Offers a basis to the store.
+//
+// Given and returned:  D         direct basis, Buerger-reduced; divided if all its indices share a
+//                                factor and the volume limits allow it
+//                      counts    as basisquality gives them; counted anew after a division
+//                      quality   likewise
+//
+// With volume limits on, a basis outside them is dropped. Log: where the basis was saved, or to
+// which solution it is similar.
+void savethebasis(matrix3& D, indexcounts& counts, double& quality);
+
+// Looks for a basis of the same lattice, and replaces it by the candidate unless it is better.
+//
+// Given:     D, counts, quality   the candidate
+// Returned:  1 if the store held the lattice already, 0 otherwise. A singular candidate is similar
+//            to nothing.
+int itissimilartoalreadysaved(const matrix3& D, const indexcounts& counts, double quality);
+
+// Says whether two bases span the same lattice.
+//
+// Given:     M         direct basis
+//            inverse   inverse of the other direct basis
+// Returned:  true if M inverse, the first basis in terms of the other, is nearly an integer matrix
+//            of determinant +-1: | |det| - 1 | < 0.05, and less than 0.15 off in the sum over its
+//            nine elements, both strictly
+bool samelattice(const matrix3& M, const matrix3& inverse);
+
+// Finds the slot of lowest quality. Deliberate: the last one of equals. An empty store changes
+// nothing.
+void indicatecurrentlyworstsavedbasis();
+
+// Divides direct vectors by 5, 4, 3 or 2 where all well indexed reflections have the matching index
+// divisible by it: the cell is then a multiple of the true one.
+//
+// Given and returned:  D         direct basis
+//                      volume    its cell volume; never brought below minvolumeofprimitivecell
+// Returned:            changed   1 if a vector was divided, otherwise 0
+//
+// Deliberate: each divisor is tried once on each vector, so a factor 9 is only partly removed.
+void checkindexdivisibility(matrix3& D, double& volume, int& changed);
+
+// Puts a basis with its counts and quality into a slot.
+void fillslot(int slot, const matrix3& D, const indexcounts& counts, double quality);
+
+} // namespace torvik

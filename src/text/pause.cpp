@@ -1,0 +1,39 @@
+#include "text/pause.h"
+
+#include "text/exit.h"
+
+#include <cstdio>
+#include <string>
+
+namespace torvik {
+
+namespace {
+
+// Reads the rest of a line, without its end. Gives an empty text at the end of the input.
+std::string answer()
+{
+    std::string line;
+    for (int c = std::getchar(); c != EOF && c != '\n'; c = std::getchar())
+        line += static_cast<char>(c);
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    return line;
+}
+
+} // namespace
+
+void pauseprogram()
+{
+    std::fflush(stdout);
+    std::fputs("Torvik is paused. To resume it, type go and press Enter; "
+               "any other line ends it.\n",
+               stderr);
+    if (answer() != "go") stopprogram();
+}
+
+void pauseandstop()
+{
+    pauseprogram();
+    stopprogram();
+}
+
+} // namespace torvik
