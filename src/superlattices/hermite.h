@@ -1,5 +1,4 @@
-// Hermite normal form tables, and the bases of all lattices that contain a lattice with small
-// index.
+// Hermite normal form tables, and the bases of the lattices that contain a given one.
 #pragma once
 
 #include "superlattices/matricesforalternativebases.h"
