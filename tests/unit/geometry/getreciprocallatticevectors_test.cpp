@@ -75,8 +75,8 @@ TEST_F(EulerianCradle, ReflectionAtPhiNinetyLiesAlongMinusX)
 
 TEST_F(EulerianCradle, LengthIsTwiceTheSineOfThetaOverTheWavelength)
 {
-    // sin 17 = 0.29237170472..., so r = 0.82273635. The factor is too large by 2.8e-8 relative, which
-    // adds 2 cos(17) 0.2967 2.8e-8 / 0.71073 = 2.2e-8.
+    // sin 17 = 0.29237170472..., so r = 0.82273635. The factor is too large by 2.8e-8 relative,
+    // which adds 2 cos(17) 0.2967 2.8e-8 / 0.71073 = 2.2e-8.
     const double r = 2.0 * 0.29237170472273677 / 0.71073;
     EXPECT_NEAR(vectormagnitude(eulerianvector(0.71073, 17.0, 23.0, -41.0)), r, 4e-8);
 }
