@@ -236,6 +236,31 @@ TEST_F(Keyword, ReflectionsWithAMissingOrBadNumberCannotBeRead)
     }
 }
 
+TEST_F(Keyword, ReflectionsKeepsAComponentThatWasReadBeforeWhereItIsNull)
+{
+    recorded_reflections.numberofreflections = 4;
+    fixed("_Reflections\n1 2 3\n4 5 6\n7 8 9\n1 2 3\n");
+    expectecho("_Reflections\n,20,30\n/\n-7/\n,,40\n", "");
+    expectvector(1, 1.0, 20.0, 30.0);
+    expectvector(2, 4.0, 5.0, 6.0);
+    expectvector(3, -7.0, 8.0, 9.0);
+    expectvector(4, 1.0, 2.0, 40.0);
+    EXPECT_EQ(recorded_reflections.reflectionmagnitudes(4), vectormagnitude({{1.0, 2.0, 40.0}}));
+}
+
+// Angles are not kept, only the vectors made from them.
+TEST_F(Keyword, ReflectionsThetaPhiChiTakesANullAngleForZero)
+{
+    otherglobalvariables.wavelength = 1.0;
+    recorded_reflections.numberofreflections = 4;
+    fixed("_ReflectionsThetaPhiChi\n30 0 0\n30 0 0\n30 40 50\n30 40 50\n");
+    fixed("_ReflectionsThetaPhiChi\n30,,\n0\n30/\n/\n30,0,0\n");
+    EXPECT_NEAR(recorded_reflections.reflections(1)(2), 1.0, 1e-7);
+    EXPECT_NEAR(recorded_reflections.reflections(2)(2), 1.0, 1e-7);
+    EXPECT_EQ(recorded_reflections.reflectionmagnitudes(3), 0.0);
+    EXPECT_NEAR(recorded_reflections.reflections(4)(2), 1.0, 1e-7);
+}
+
 // sin 30 degrees is a half, so that the length is 2 sin(theta) / wavelength = 1 for wavelength 1:
 // along y at phi = chi = 0, along z at chi = 90, along -x at phi = 90. The single-precision factor
 // from degrees to radians leaves about 4e-8.

@@ -298,12 +298,26 @@ TEST_F(InputFile, WithALargerCountBehindTheListHasZeroVectorsBeyondIt)
 
 TEST_F(InputFile, WithASmallerCountBehindTheListHasThatCount)
 {
-    readinput("_NumberOfReflections\n5\n_Reflections\n" + fourreflections
-              + "0.5 0.6 0.7\n_NumberOfReflections\n4\n");
+    readinput("_NumberOfReflections\n6\n_Reflections\n" + fourreflections
+              + "0.5 0.6 0.7\n0.6 0.7 0.8\n_NumberOfReflections\n4\n");
     EXPECT_EQ(recorded_reflections.numberofreflections, 4);
     // What was done when the list was read stays done; the search fills its own list.
-    EXPECT_EQ(recorded_reflections.number_of_trial_vectors, 5);
-    expectvector(5, 0.5, 0.6, 0.7);
+    EXPECT_EQ(recorded_reflections.number_of_trial_vectors, 6);
+    expectvector(4, 0.1, 0.2, 0.3);
+}
+
+TEST_F(InputFile, HasZeroVectorsBeyondTheCountThatWasGivenLast)
+{
+    const std::string six =
+        "_NumberOfReflections\n6\n_Reflections\n" + fourreflections + "0.5 0.6 0.7\n0.6 0.7 0.8\n";
+    for (const std::string end : {"", "_NumberOfReflections\n6\n"}) {
+        readinput(six + "_NumberOfReflections\n4\n" + end);
+        expectvector(4, 0.1, 0.2, 0.3);
+        for (int i = 5; i <= maxreflections; ++i) {
+            expectvector(i, 0.0, 0.0, 0.0);
+            EXPECT_EQ(recorded_reflections.reflectionmagnitudes(i), 0.0) << i;
+        }
+    }
 }
 
 TEST_F(InputFile, MayGiveTheListTwiceAndTheLastOneWins)
@@ -328,6 +342,15 @@ TEST_F(InputFile, MayGiveTheTestVolumesTwiceAndTheLastOnesWin)
     readinput("_UserProvidedTestVolumes\n3\n1 2 4\n_UserProvidedTestVolumes\n1\n8\n");
     EXPECT_EQ(estimatedvolumes.number_of_estimatedvolumes, 1);
     EXPECT_EQ(estimatedvolumes.table_of_estimatedvolumes(1), 0.125);
+}
+
+// The table holds the reciprocals of the volumes given first, 1/4, of which the null item keeps one.
+TEST_F(InputFile, KeepsTheReciprocalOfAnEarlierTestVolumeWhereTheSecondListHasANullItem)
+{
+    readinput("_UserProvidedTestVolumes\n2\n4 5\n_UserProvidedTestVolumes\n2,,8\n");
+    EXPECT_EQ(estimatedvolumes.number_of_estimatedvolumes, 2);
+    EXPECT_EQ(estimatedvolumes.table_of_estimatedvolumes(1), 4.0);
+    EXPECT_EQ(estimatedvolumes.table_of_estimatedvolumes(2), 0.125);
 }
 
 TEST_F(InputFile, KeepsAFractionThatStandsBehindTheCount)
