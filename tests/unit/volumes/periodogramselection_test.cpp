@@ -358,6 +358,19 @@ TEST_F(PeriodogramFile, LogOfTheEndedRunIsCompleteWithoutTheTrailer)
     EXPECT_EQ(log.find("Searching for peaks"), std::string::npos);
 }
 
+TEST_F(PeriodogramFile, RunWithoutReflectionsLeavesAFileOfOnePeriod)
+{
+    // Neither the only period nor its cell volume is a number then; the folding value is 0.
+    const runresult run = runtorvik("_TypeOfPeriodogram\n-1\n");
+    EXPECT_EQ(run.status, 0);
+    ASSERT_EQ(run.files.size(), 1U);
+    EXPECT_EQ(run.files.at("a_periodogram.res"),
+              "        Folding periodogram created by Torvik_03.exe\n"
+              "   Number of periods :           1\n"
+              "   Cell volume            Periodogram\n"
+              "            NaN      0.00000E+00\n");
+}
+
 TEST_F(PeriodogramFile, PositiveTypeLetsTheRunGoOn)
 {
     const runresult run = runtorvik(input(1));

@@ -333,6 +333,18 @@ TEST_F(VolumeRange, RunWithoutReflectionsEndsNormallyWithAnEmptyResult)
               std::string::npos);
 }
 
+TEST_F(VolumeRange, RunWithACountButNoListEndsNormallyWithAnEmptyResult)
+{
+    const runresult run = runtorvik("_NumberOfReflections\n5\n"); // five zero vectors
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.errors, "");
+    EXPECT_TRUE(run.files.contains("a_idx.res"));
+    EXPECT_NE(run.output.find(" Number of test periods :                                    0\n"),
+              std::string::npos);
+    EXPECT_NE(run.output.find(" Number of volumes to be tested :                            0\n"),
+              std::string::npos);
+}
+
 } // namespace
 
 } // namespace torvik
