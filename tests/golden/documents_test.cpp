@@ -266,6 +266,36 @@ TEST(TheLinesShownInADocument, AreComparedAsATerminalLeavesThem)
     EXPECT_EQ(asseen("   "), "");
 }
 
+// Gives what stands in quotes behind a word, wherever it occurs in a text.
+textlines quotedbehind(const std::string& text, const std::string& word)
+{
+    textlines found;
+    for (std::size_t at = text.find(word); at != std::string::npos; at = text.find(word, at)) {
+        at += word.size();
+        found.push_back(text.substr(at, text.find('"', at) - at));
+    }
+    return found;
+}
+
+// The tables are held against the source, where each keyword and message stands once.
+TEST(TheTablesOfTheFormats, HaveEveryKeywordAndEveryMessageUnderItsNumber)
+{
+    const std::string project = TORVIK_SOURCE_DIR;
+    const std::string formats = readfile(project + "/docs/formats.md");
+    const textlines keywords =
+        quotedbehind(readfile(project + "/src/driver/fix_parameter.cpp"), "keyword == \"");
+    ASSERT_EQ(keywords.size(), 19u);
+    for (const std::string& keyword : keywords)
+        EXPECT_NE(formats.find("\n| `" + keyword + "` | "), std::string::npos) << keyword;
+    const textlines messages =
+        quotedbehind(readfile(project + "/src/driver/print_stop.cpp"), "\n    \"");
+    ASSERT_EQ(messages.size(), 30u);
+    for (std::size_t i = 0; i < messages.size(); ++i) {
+        const std::string row = "\n| " + std::to_string(i + 1) + " | " + messages[i] + " | ";
+        EXPECT_NE(formats.find(row), std::string::npos) << row;
+    }
+}
+
 TEST(ABlockOfADocument, HasItsKindItsFileAndItsLines)
 {
     const auto blocks = blocksof("x\n```idx file=a.idx\n_A\n1\n```\ny\n```\nz\n```\n");
