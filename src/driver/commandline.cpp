@@ -72,7 +72,7 @@ std::string askforname()
 void followcommandline(std::span<char* const> arguments)
 {
     if (arguments.size() > 1) refusearguments();
-    if (arguments.empty()) {
+    if (arguments.empty()) { // Deliberate: only the interactive start shows the banner
         winieta();
         properindexing(makefilename(askforname()));
         return;

@@ -5,6 +5,7 @@
 #include "driver/recorded_reflections.h"
 #include "driver/write_log_file.h"
 #include "geometry/getreciprocallatticevectors.h"
+#include "numeric/constants.h"
 #include "numeric/kernel.h"
 #include "search/quality.h"
 #include "store/modofsavedbases.h"
@@ -16,13 +17,12 @@
 
 // Each keyword has a procedure that reads its values, checks them in order (the first that fails
 // stops the program), stores them, computes what follows from them and prints the echo line. It
-// gives false if the values cannot be read. A null value keeps what was set before.
+// gives false if the values cannot be read. A null value keeps what was set before; in a list of
+// angles it stands for 0.
 
 namespace torvik {
 
 namespace {
-
-constexpr double smallestvolume = 1.1920928955078125e-07; // 2 to the power -23
 
 bool readone(int& value)
 {
@@ -114,7 +114,7 @@ bool fixvolumelimits()
     numbered<double, 2> limits = {
         {parameters.minvolumeofprimitivecell, parameters.maxvolumeofprimitivecell}};
     if (!readtwo(limits)) return false;
-    if (limits(1) < smallestvolume) print_stop(minvolumetoosmall);
+    if (limits(1) < smallestminvolume) print_stop(minvolumetoosmall);
     if (limits(1) > limits(2)) print_stop(minvolumeabovemaxvolume);
     if (limits(2) / limits(1) < 1.5) print_stop(volumeratiotoosmall);
     parameters.minvolumeofprimitivecell = limits(1);
@@ -122,6 +122,15 @@ bool fixvolumelimits()
     parameters.limitsonvolumeofprimitivecell = true;
     echo(" Limits on volume of primitive cell :", F(12, 1, limits(1)), ",", F(12, 1, limits(2)));
     return true;
+}
+
+// Keeps the reflections beyond the count zero vectors when a smaller one is given.
+void forgetreflectionsbeyond(int N)
+{
+    for (int i = N + 1; i <= maxreflections; ++i) {
+        recorded_reflections.reflections(i) = {};
+        recorded_reflections.reflectionmagnitudes(i) = 0.0;
+    }
 }
 
 bool fixnumberofreflections()
@@ -133,6 +142,7 @@ bool fixnumberofreflections()
     recorded_reflections.numberofreflections = N;
     // Deliberate: a fraction that was given before is overwritten.
     otherglobalvariables.fractionofsupportingreflections = std::min(0.5, 12.0 / N);
+    forgetreflectionsbeyond(N);
     echo(" Number of reflections : ", X(31), I(6, N));
     return true;
 }
@@ -225,13 +235,15 @@ bool fixtestvolumes()
 {
     auto& volume = estimatedvolumes.table_of_estimatedvolumes;
     int& n = estimatedvolumes.number_of_estimatedvolumes;
+    // Deliberate: refused before anything is read.
     if (otherglobalvariables.itypeofperiodogram != 0) print_stop(periodogramtypewithuservolumes);
-    // Count and volumes are one read, so that missing volumes are noticed before a wrong count.
+    // Deliberate: count and volumes are one read, so that missing volumes are noticed before a
+    // wrong count. Given a second time, the table holds reciprocals, and a null volume keeps one.
     if (readcountandreals(inputlines(), n, volume.element) != readdone) return false;
     if (n <= 0) print_stop(uservolumestoofew);
     if (n > maxestimatedvolumes) print_stop(uservolumestoomany);
     for (int i = 1; i <= n; ++i)
-        if (volume(i) < 1.1920928955078125e-05) print_stop(uservolumetoosmall);
+        if (volume(i) < smallestuservolume) print_stop(uservolumetoosmall);
     for (int i = 1; i <= n; ++i) volume(i) = 1.0 / volume(i);
     otherglobalvariables.userprovidedvolumes = true;
     echo(" User provided volumes : ", X(36), L(1, true));
@@ -255,7 +267,7 @@ bool fixweights()
     if (!readtwo(weights)) return false;
     if (weights(1) < 0.0) print_stop(firstweightnegative);
     if (weights(2) < 0.0) print_stop(secondweightnegative);
-    if (weights(1) + weights(2) < 2.220446049250313e-16) print_stop(weightstoosmall);
+    if (weights(1) + weights(2) < machineepsilon) print_stop(weightstoosmall);
     modofsavedbases.weightsforsortingbases = weights;
     echo(" Weights for sorting the bases : ", X(14), F(7, 3, weights(1)), ",", F(7, 3, weights(2)));
     return true;

@@ -6,7 +6,7 @@ namespace torvik {
 // Reads the keyword on the line just read, and its values from the lines that follow.
 //
 // Returned:  flag   0; 1 on a read error, a missing value, the end of the file or an unknown
-// keyword
+//                   keyword
 //
 // A value out of bounds stops the program. The order of keywords matters: the number of reflections
 // comes before their list and sets the supporting fraction anew; wavelength and kappa axis come

@@ -25,8 +25,8 @@ inline struct otherglobalvariables_group {
     // True once the user gave volume limits.
     bool limitsonvolumeofprimitivecell = false;
 
-    // Limits on the volume of the primitive direct cell. The defaults, 2 to the power -23 and the
-    // largest single-precision number, stand for no limit.
+    // Limits on the volume of the primitive direct cell. The defaults, the epsilon and the largest
+    // number of single precision, stand for no limit.
     double minvolumeofprimitivecell = 1.1920928955078125e-07;
     double maxvolumeofprimitivecell = 3.4028234663852886e+38;
 

@@ -23,8 +23,8 @@ struct startreadings {
     float wall;      // seconds since midnight
 };
 
-// The terminal gets narrow fields, which a run of 10000 seconds fills with asterisks; the log gets
-// wide ones. Deliberate.
+// Deliberate: the terminal gets narrow fields, which a run of 10000 seconds fills with asterisks;
+// the log gets wide ones, with the elapsed time read afresh and the same processor time.
 void writetiming(const startreadings& start)
 {
     const int log = write_log_file.log_file_number;

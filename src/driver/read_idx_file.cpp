@@ -13,7 +13,6 @@ namespace torvik {
 
 namespace {
 
-constexpr numbered<double, 2> defaultweights = {{0.3, 0.7}};
 constexpr int defaultrankingfunction = -9;
 
 [[noreturn]] void stopwith(const std::string& message)
@@ -28,7 +27,7 @@ void fix_defaults()
 {
     otherglobalvariables = {};
     recorded_reflections = {};
-    modofsavedbases.maxnumberofsavedbases = 16;
+    modofsavedbases.maxnumberofsavedbases = defaultnumberofsavedbases;
     modofsavedbases.weightsforsortingbases = defaultweights;
     write_log_file.log_file_level = 0;
     getavonmisestypefunction(defaultrankingfunction, tabulcos.vonmisesfunctinranking);

@@ -10,12 +10,12 @@
 namespace torvik {
 
 inline struct recorded_reflections_group {
-    // Number of reflections N, 4..999 once given; 0 before. Reflections beyond a shorter list that
-    // was read under an earlier count are zero vectors.
+    // Number of reflections N, 4..999 once given; 0 before.
     int numberofreflections = 0;
 
     // Reflection i is the reciprocal-lattice vector reflections(i), in reciprocal length units of
-    // the input (or, from angles, the inverse of the wavelength's unit).
+    // the input (or, from angles, the inverse of the wavelength's unit). Those beyond N, and those
+    // of a count that no list followed, are zero vectors.
     vectorlist reflections = {};
 
     // Length of reflection i, same unit.

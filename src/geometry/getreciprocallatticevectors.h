@@ -50,6 +50,8 @@ void kappa2euler(double first, double second, double kappa, double alpha, double
 //
 // A |chi| beyond twice alpha cannot be reached with the kappa axis: a message is printed and the
 // program pauses; if the user resumes, the angles are not numbers.
+//
+// Deliberate: kept for completeness, though nobody calls it.
 void euler2kappa(double first, double second, double chi, double alpha, double& first_out,
                  double& second_out, double& kappa_out);
 

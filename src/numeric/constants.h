@@ -38,6 +38,14 @@ constexpr double hundredtimestiny = 2.2250738585072014e-306;
 static_assert(machineepsilon == std::numeric_limits<double>::epsilon());
 static_assert(hundredtimestiny == 100.0 * std::numeric_limits<double>::min());
 
+// The smallest lower limit on the volume of the direct cell, the machine epsilon of single
+// precision, and the smallest test volume that a user may give, a hundred times larger. Both only
+// keep zero out of the denominators.
+constexpr double smallestminvolume = 1.1920928955078125e-07;
+constexpr double smallestuservolume = 1.1920928955078125e-05;
+static_assert(smallestminvolume == static_cast<double>(std::numeric_limits<float>::epsilon()));
+static_assert(smallestuservolume == 100.0 * smallestminvolume);
+
 constexpr double largestdouble = std::numeric_limits<double>::max();
 
 } // namespace torvik

@@ -91,7 +91,9 @@ void fittingabovethreshold(double threshold, matrix3& D, int& status)
     matrix3 R = {};
     just_fit_aaa(m, A, H, R, status);
     if (status == failed) return;
-    getreciprocalbasis(R, D, hundredtimestiny, status);
+    matrix3 dual = {};
+    getreciprocalbasis(R, dual, hundredtimestiny, status);
+    if (status == done) D = dual;
 }
 
 } // namespace torvik

@@ -41,8 +41,8 @@ void just_fit_aaa(int m, const vectorlist& A, const vectorlist& H, matrix3& R, i
 // Given:               threshold   largest deviation of an index from an integer, included
 // Given and returned:  D           direct basis
 // Status:              done; failed with too few such reflections (they must be more than a
-//                      quarter of all, and more than four), or with indices in a plane; D is then
-//                      unchanged
+//                      quarter of all, and more than four), with indices in a plane, or where the
+//                      fitted vectors lie in one; D is then unchanged
 void fittingabovethreshold(double threshold, matrix3& D, int& status);
 
 // Rounds fractional indices to whole ones.

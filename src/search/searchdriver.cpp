@@ -24,7 +24,8 @@ namespace torvik {
 
 namespace {
 
-// By the extent of the search: relative step and half-width of the band of test values, and the
+// By the extent of the search, 0..5 (the input admits no other): relative step and half-width of the
+// band of test values, and the
 // largest ratio of a triple's volume to the test value.
 constexpr fromzero<double, 6> vdens = {{0.0015, 0.0012, 0.0009, 0.0006, 0.0004, 0.0003}};
 constexpr fromzero<double, 6> vrange = {{0.0045, 0.006, 0.009, 0.015, 0.024, 0.03}};

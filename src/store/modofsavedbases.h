@@ -9,6 +9,8 @@
 namespace torvik {
 
 constexpr int maxsavedbases = 128;
+constexpr int defaultnumberofsavedbases = 16;
+constexpr numbered<double, 2> defaultweights = {{0.3, 0.7}};
 
 // How many reflections a basis indexes.
 struct indexcounts {
@@ -32,13 +34,13 @@ inline struct modofsavedbases_group {
     int numberofsavedbases = 0;
 
     // How many solutions are reported, 1..128. Deliberate: it does not bound the store.
-    int maxnumberofsavedbases = 16;
+    int maxnumberofsavedbases = defaultnumberofsavedbases;
 
     // Slot of the worst basis, as indicatecurrentlyworstsavedbasis found it.
     int icurrentlyworstsavedbasis = 0;
 
     // Weights of the strict and the loose count in the quality; not negative, not both zero.
-    numbered<double, 2> weightsforsortingbases = {{0.3, 0.7}};
+    numbered<double, 2> weightsforsortingbases = defaultweights;
 } modofsavedbases;
 
 } // namespace torvik

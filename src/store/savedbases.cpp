@@ -9,6 +9,9 @@
 #include "search/reduction.h"
 #include "text/units.h"
 
+#include <cmath>
+#include <limits>
+
 namespace torvik {
 
 namespace {
@@ -102,7 +105,7 @@ bool samelattice(const matrix3& M, const matrix3& inverse)
     double dev = 0.0;
     for (int i = 1; i <= 3; ++i)
         for (int j = 1; j <= 3; ++j) dev += std::fabs(T(i, j) - nint(T(i, j)));
-    return std::fabs(d - 1.0) < 0.05 && dev < 3.0 * 0.05;
+    return std::fabs(d - 1.0) < 0.05 && dev < 0.15;
 }
 
 void savethebasis(matrix3& D, indexcounts& counts, double& quality)
@@ -143,9 +146,10 @@ int itissimilartoalreadysaved(const matrix3& D, const indexcounts& counts, doubl
 void indicatecurrentlyworstsavedbasis()
 {
     auto& store = modofsavedbases;
-    double lowest = largestdouble;
+    // From infinity, since weights of any size are allowed: some slot is always chosen.
+    double lowest = std::numeric_limits<double>::infinity();
     for (int k = 1; k <= store.numberofsavedbases; ++k) {
-        if (!(store.aqualityofsavedbases(k) <= lowest)) continue;
+        if (store.aqualityofsavedbases(k) > lowest) continue; // Deliberate: an equal one is worse
         store.icurrentlyworstsavedbasis = k;
         lowest = store.aqualityofsavedbases(k);
     }

@@ -25,9 +25,10 @@ std::string notfinite(int w, double x)
     return rightaligned(w, word);
 }
 
-// Gives the shortest room that holds any double with d decimals: 309 digits, point and sign.
+// Gives x as a decimal with d digits after the point.
 std::string decimals(double x, std::chars_format form, int d)
 {
+    // Room for the largest double: 309 digits, a point and a sign.
     std::string text(static_cast<std::size_t>(d) + 320, ' ');
     const auto end = std::to_chars(text.data(), text.data() + text.size(), x, form, d).ptr;
     text.resize(static_cast<std::size_t>(end - text.data()));

@@ -11,15 +11,21 @@ namespace torvik {
 
 namespace {
 
+namespace fs = std::filesystem;
+
 struct outputfile {
     std::FILE* stream = nullptr;
-    std::string name;    // the final name
-    std::string written; // the name under which it is being written
+    std::string name; // the final name, as it was asked for
+    fs::path final;   // the final name with links followed
+    fs::path written; // the name under which it is being written
 };
 
 // The open files, by unit. Nothing outside this file sees them.
 std::array<outputfile, logunit + 1> outputfiles;
 freeformtext input;
+
+// The last text on the terminal did not end its line.
+bool terminallineopen = false;
 
 outputfile& fileof(int unit)
 {
@@ -28,45 +34,54 @@ outputfile& fileof(int unit)
 
 bool writtenbeside(const outputfile& file)
 {
-    return file.stream != nullptr && file.written != file.name;
+    return file.stream != nullptr && file.written != file.final;
 }
 
 // Removes what was written beside: it will never be complete.
 void discardunfinished()
 {
+    std::error_code error;
     for (outputfile& file : outputfiles) {
         if (!writtenbeside(file)) continue;
         std::fclose(file.stream);
-        std::remove(file.written.c_str());
+        fs::remove(file.written, error);
         file = {};
     }
 }
 
+// Tells that a file cannot be written, on a line of its own, and stops.
 [[noreturn]] void cannotwrite(const std::string& name)
 {
     discardunfinished();
+    if (terminallineopen) writeline(terminalunit);
     writefreeline(terminalunit, "Error: Cannot write ", name, ".");
     pauseandstop();
 }
 
-bool isfolder(const std::string& name)
+// Says whether an existing file may be replaced: its own protection counts, not only its folder's.
+bool replaceable(const fs::path& name)
 {
     std::error_code error;
-    return std::filesystem::is_directory(name, error);
+    if (!fs::exists(name, error)) return true;
+    std::FILE* stream = std::fopen(name.string().c_str(), "r+b");
+    if (stream == nullptr) return false;
+    std::fclose(stream);
+    return true;
 }
 
-// Opens the first of name.part, name.part2, ... that does not exist yet, so that two runs in one
-// folder never write to the same file.
-bool openbeside(outputfile& file)
+// Opens the first of Torvik.part, Torvik.part2, ... in the folder that does not exist yet, so that
+// two runs in one folder never write to the same file.
+void openbeside(outputfile& file)
 {
     constexpr int manyruns = 1000;
+    const fs::path part = fs::path(file.final).replace_filename("Torvik.part");
     for (int k = 1; k < manyruns && file.stream == nullptr; ++k) {
-        file.written = file.name + ".part" + (k > 1 ? std::to_string(k) : "");
+        file.written = part;
+        if (k > 1) file.written += std::to_string(k);
         std::error_code error;
-        if (!std::filesystem::exists(file.written, error))
-            file.stream = std::fopen(file.written.c_str(), "wbx");
+        if (!fs::exists(file.written, error))
+            file.stream = std::fopen(file.written.string().c_str(), "wbx");
     }
-    return file.stream != nullptr;
 }
 
 // Gives the whole content of a stream, or false on a read error.
@@ -106,15 +121,22 @@ void closeinput()
 void openoutput(int unit, const std::string& name)
 {
     outputfile& file = fileof(unit);
-    file = {std::fopen(name.c_str(), "wb"), name, name};
+    file = {std::fopen(name.c_str(), "wb"), name, name, name};
     if (file.stream == nullptr) cannotwrite(name);
 }
 
 void openoutputbeside(int unit, const std::string& name)
 {
+    std::error_code error;
+    if (fs::is_other(name, error)) {
+        openoutput(unit, name);
+        return;
+    }
     outputfile& file = fileof(unit);
-    file = {nullptr, name, ""};
-    if (isfolder(name) || !openbeside(file)) cannotwrite(name);
+    file = {nullptr, name, fs::weakly_canonical(name, error), {}};
+    if (error) file.final = name;
+    if (replaceable(file.final)) openbeside(file);
+    if (file.stream == nullptr) cannotwrite(name);
 }
 
 void closeoutput(int unit)
@@ -124,21 +146,23 @@ void closeoutput(int unit)
     const bool complete = std::ferror(file.stream) == 0;
     const bool closed = std::fclose(file.stream) == 0;
     std::error_code error;
-    if (complete && closed && file.written != file.name)
-        std::filesystem::rename(file.written, file.name, error);
+    if (complete && closed && file.written != file.final)
+        fs::rename(file.written, file.final, error);
     if (complete && closed && !error) return;
-    if (file.written != file.name) std::remove(file.written.c_str());
+    if (file.written != file.final) fs::remove(file.written, error);
     cannotwrite(file.name);
 }
 
 void writetext(int unit, std::string_view text)
 {
-    std::FILE* stream = unit == terminalunit ? stdout : fileof(unit).stream;
-    const bool complete = std::fwrite(text.data(), 1, text.size(), stream) == text.size();
-    if (!complete && unit != terminalunit) {
-        const std::string name = fileof(unit).name;
-        cannotwrite(name);
+    if (unit == terminalunit) {
+        std::fwrite(text.data(), 1, text.size(), stdout);
+        if (!text.empty()) terminallineopen = text.back() != '\n';
+        return;
     }
+    std::FILE* stream = fileof(unit).stream;
+    if (std::fwrite(text.data(), 1, text.size(), stream) < text.size())
+        cannotwrite(std::string(fileof(unit).name));
 }
 
 void showterminal()

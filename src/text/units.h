@@ -8,9 +8,9 @@
 #include <string_view>
 
 // A unit is a number that stands for an open file. A file that cannot be created or written ends
-// the run with a sentence on the terminal. Complete files only bear their final names: results are
-// written to a file beside, named with a further ".part", which takes the final name on closing.
-// The log alone is written in place, so that it can be followed while the search runs.
+// the run with a sentence on the terminal. Only complete files bear their final names: results are
+// written beside, to "Torvik.part" in the same folder, which takes the final name on closing. The
+// log alone is written in place, so that it can be followed while the search runs.
 
 namespace torvik {
 
@@ -35,7 +35,8 @@ void closeinput();
 // Opens a file that is written in place; an existing one is replaced.
 void openoutput(int unit, const std::string& name);
 
-// Opens a file that is written beside its final name and takes that name when it is closed.
+// Opens a file that is written beside and takes its final name when it is closed. A link keeps
+// pointing at the file, and what is not a file at all, such as a device, is written in place.
 void openoutputbeside(int unit, const std::string& name);
 
 // Closes a file; it is then complete on disk.

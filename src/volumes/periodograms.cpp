@@ -251,7 +251,8 @@ void folding_periodogram(periodogram& out)
 void computeperiodogram(const inputfilename& filename, periodogram& out)
 {
     const int kind = kindofperiodogram();
-    const bool filewanted = otherglobalvariables.itypeofperiodogram < 0;
+    const int type = otherglobalvariables.itypeofperiodogram;
+    const bool filewanted = -rayleighxscargle <= type && type <= -folding;
     if (filewanted) openperiodogramfile(filename, kind);
     computekind(kind, out);
     if (!filewanted) return;

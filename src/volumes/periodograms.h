@@ -12,13 +12,15 @@
 
 namespace torvik {
 
-// One value for each test period, numbered from 0 like them.
+// One value for each test period, numbered from 0 like them: number_of_test_periods + 1 values. The
+// procedures fill a periodogram that has this size already.
 using periodogram = std::vector<double>;
 
 // Computes Rayleigh's periodogram: the squared length of the mean of the unit vectors at the phases
 // of t/P.
 //
-// Returned:  out   number_of_test_periods + 1 values
+// Given and returned:  out   filled
+//
 // Deliberate: the divisor, the squared number of triples, is a 32-bit product that wraps around.
 //            From 67 reflections on it scales the whole periodogram, negative where it is negative.
 // Cost:      a sine and a cosine for each triple and period
@@ -28,7 +30,8 @@ void rayleigh_periodogram(periodogram& out);
 
 // Computes the Lomb-Scargle periodogram for events of unit weight.
 //
-// Returned:  out   number_of_test_periods + 1 values; not a number where a sum of squares is 0
+// Given and returned:  out   filled; not a number where a sum of squares is 0
+//
 // Cost:      two passes over the triples, a sine and a cosine for each triple and period in both
 // Log:       the table, with the offsets tau
 // Source:    N. R. Lomb, Astrophys. Space Sci. 39, 447 (1976); J. D. Scargle, Astrophys. J. 263,
@@ -37,16 +40,17 @@ void scargle_periodogram(periodogram& out);
 
 // Computes the folding periodogram: the mean of |2f - 1| over the fractional parts f of t/P.
 //
-// Returned:  out   number_of_test_periods + 1 values in 0..1: 1 where every t is a whole multiple
-//                  of P, 0 where every one lies half-way
+// Given and returned:  out   filled with values in 0..1: 1 where every t is a whole multiple of P,
+//                            0 where every one lies half-way
+//
 // Cost:      a division for each triple and period
 // Log:       the table
 void folding_periodogram(periodogram& out);
 
 // Computes the periodogram that the run parameters select.
 //
-// Given:     filename   of the input, for the name of the periodogram file
-// Returned:  out        number_of_test_periods + 1 values
+// Given:               filename   of the input, for the name of the periodogram file
+// Given and returned:  out        filled
 //
 // itypeofperiodogram: 1 or -1 folding, 2 or -2 Rayleigh, 3 or -3 Scargle, 4 or -4 Rayleigh times
 // Scargle; 0 by iextentofthesearch: folding for 0, the product for 5, otherwise Rayleigh. A

@@ -83,8 +83,8 @@ int phaseindex(double d, double scale)
 void rank_trial_vectors(int nremove)
 {
     const auto& recorded = recorded_reflections;
-    // 1., 2.
-    const double scale = 511.0 / estimatedvolumes.currentlyinvestigatedvolume;
+    // 1., 2. Deliberate: as many as there are reflections; on entry the list holds them all.
+    const double scale = phasesteps / estimatedvolumes.currentlyinvestigatedvolume;
     vectorlist vectors;
     for (int i = 1; i <= recorded.numberofreflections; ++i)
         vectors(i) = recorded.reflections(recorded.list_of_trial_vectors(i));

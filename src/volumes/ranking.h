@@ -15,7 +15,7 @@ namespace torvik {
 // pairs of the others, of the ranking curve at the fractional part of the product over V. The
 // lowest score goes (the first of equals), and the scores are computed afresh.
 //
-// Cost:      T^2 (T-1) / 2 determinants for a pass over T vectors
+// Cost:      T (T-1) (T-2) / 2 determinants for a pass over T vectors
 // Log:       the list of the survivors
 void rank_trial_vectors(int nremove);
 

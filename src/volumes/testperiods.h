@@ -4,7 +4,7 @@
 #include "numeric/arrays.h"
 
 // Filled once by initializingvolumes2; read by the periodograms and by estimate_true_rvolumes. The
-// table takes 64 MiB: it has no default values, is never copied, and rests untouched in a run with
+// table takes 64 MiB: its default is zero, it is never copied, and it rests untouched in a run with
 // user-given volumes.
 
 namespace torvik {
@@ -15,7 +15,8 @@ inline struct testperiods_group {
     // The highest index in use; there is one period more than this number says.
     int number_of_test_periods = 0;
 
-    // The test periods, RS volumes, strictly increasing; numbered from 0.
+    // The test periods, RS volumes, increasing; numbered from 0. Without a triple product above
+    // zero the only one is not a number.
     fromzero<double, lasttestperiod + 1> tableoftestperiods = {};
 } testperiods;
 

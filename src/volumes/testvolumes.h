@@ -18,9 +18,9 @@ double maxrlvolumeinperiodogram();
 // Deliberate: the automatic range spans a factor of 10000 upwards from the volume of a cube whose
 // edge is the inverse of the shortest reflection; the limits then stay switched off.
 //
-// The DS volumes 1/P are evenly spaced, from the largest downwards, so that the number of periods
-// between neighbours changes by at most q = 1/(2 extent + 2) cycles for the largest triple product.
-// A range that needs more periods than the table holds is covered from its top only.
+// The DS volumes 1/P are evenly spaced, from the largest downwards, so that t/P of the largest
+// triple product t changes by q = 1/(2 extent + 2) cycles from one period to the next.
+// Deliberate: a range that needs more periods than the table holds is covered from its top only.
 //
 // Log:       the number of periods, the range, the step
 void initializingvolumes2();

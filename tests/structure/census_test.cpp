@@ -24,6 +24,7 @@ const std::set<std::string> writablestate = {
     "torvik::matricesforalternativebases",
     "torvik::(anonymous namespace)::input",
     "torvik::(anonymous namespace)::outputfiles",
+    "torvik::(anonymous namespace)::terminallineopen",
     "torvik::(anonymous namespace)::positionofknatorx",
     "torvik::(anonymous namespace)::positionofknatory",
     "torvik::(anonymous namespace)::guardreported",
