@@ -179,7 +179,7 @@ void writepair(int i, int j)
     writeline(unit);
     const double Vi = std::fabs(deter(modofsavedbases.savedbases(i)));
     const double Vj = std::fabs(deter(modofsavedbases.savedbases(j)));
-    if (Vi >= Vj)
+    if (Vi >= Vj) // Deliberate: equal volumes take this branch
         writerelationship(j, i);
     else
         writerelationship(i, j);
@@ -233,7 +233,7 @@ void logsaving()
 void writebasis(const inputfilename& filename)
 {
     auto& store = modofsavedbases;
-    // 1. to 4.
+    // 1. to 4. Deliberate: the solutions beyond the number to be reported are given up for good.
     if (logging()) logsaving();
     sortsavedbases3(0);
     finalcheckofsimilarity();

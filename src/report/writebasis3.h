@@ -3,8 +3,9 @@
 
 namespace torvik {
 
-// Writes "LePage.inp" in the working directory: one job for each of the first isave_lepage
-// solutions, in the order of the store. Deliberate: each job is complete in itself.
+// Writes "LePage.inp": one job for each of the first isave_lepage solutions, in the order of the
+// store. Deliberate: each job is complete in itself, and the file stands in the working directory,
+// while all others stand beside the input.
 void writebasis3();
 
 } // namespace torvik

@@ -91,6 +91,7 @@ void subtract(double factor, const vector3& x, vector3& y)
     for (int i = 1; i <= 3; ++i) y(i) = y(i) - factor * x(i);
 }
 
+// Deliberate: the sign of a negative zero is -1.
 double signof(double t)
 {
     return std::copysign(1.0, t);
@@ -103,7 +104,7 @@ bool diagonalstep(reducedbasis& v)
     const vector3 e = sum(v.a, v.b);
     double s = 0.0;
     for (int i = 1; i <= 3; ++i) s += (2.0 * v.c(i) + e(i)) * d(i);
-    if (!(s < 0.0)) return false;
+    if (!(s < 0.0)) return false; // so that a basis that is not finite is left at once
     subtract(signof(dotproduct(d, v.c)), d, v.c);
     return true;
 }

@@ -24,9 +24,8 @@ namespace torvik {
 
 namespace {
 
-// By the extent of the search, 0..5 (the input admits no other): relative step and half-width of the
-// band of test values, and the
-// largest ratio of a triple's volume to the test value.
+// By the extent of the search, 0..5 (the input admits no other): relative step and half-width of
+// the band of test values, and the largest ratio of a triple's volume to the test value.
 constexpr fromzero<double, 6> vdens = {{0.0015, 0.0012, 0.0009, 0.0006, 0.0004, 0.0003}};
 constexpr fromzero<double, 6> vrange = {{0.0045, 0.006, 0.009, 0.015, 0.024, 0.03}};
 constexpr fromzero<int, 6> limvolratcoef = {{3, 5, 7, 10, 13, 16}};
@@ -222,7 +221,7 @@ void getthebasis()
             fitting5();
         }
     }
-    // 5.
+    // 5. Deliberate: the progress line is closed by a line of its own without figures.
     writeline(terminalunit, "+", X(1), "Progress : ");
 }
 

@@ -64,11 +64,10 @@ void exchangeslots(int j, int k)
 }
 
 // Removes the first later slot that repeats an earlier one. Gives false when there is none.
-// Deliberate: a singular basis leaves the inverse of the slot before in use.
-bool removeduplicate()
+// Deliberate: a singular basis leaves the inverse before it in use.
+bool removeduplicate(matrix3& Ainv)
 {
     const auto& store = modofsavedbases;
-    matrix3 Ainv = {};
     int status = done;
     for (int n = 1; n <= store.numberofsavedbases - 1; ++n) {
         invmat(store.savedbases(n), Ainv, hundredtimestiny, status);
@@ -96,7 +95,8 @@ void sortsavedbases3(int mode)
 
 void finalcheckofsimilarity()
 {
-    while (removeduplicate()) {}
+    matrix3 Ainv = {};
+    while (removeduplicate(Ainv)) {}
 }
 
 void eliminatebasis(int k)
