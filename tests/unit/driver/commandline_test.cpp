@@ -170,6 +170,13 @@ TEST_F(Prompt, TakesANameInQuotesAsItIs)
     expectmessage("'  missing.idx  '\n", missingfile);
 }
 
+TEST_F(Prompt, TakesANameInQuotesOnToTheNextLine)
+{
+    const std::string output = runtyping("'x\nmissing.idx'\n").output;
+    EXPECT_NE(output.find(" Enter filename :  Error: Cannot open x"), std::string::npos);
+    EXPECT_TRUE(output.ends_with("missing.idx.\n"));
+}
+
 TEST_F(Prompt, PassesOverEmptyLines)
 {
     expectmessage("\n\n   \n\t\r\nmissing.idx\n", missingfile);
