@@ -28,6 +28,13 @@ protected:
         dup2(STDERR_FILENO, STDOUT_FILENO);
     }
 
+    // Root may do everything; another user meets the protection of files.
+    static void becomeordinary()
+    {
+        constexpr uid_t nobody = 65534;
+        if (geteuid() == 0 && setuid(nobody) != 0) _exit(2);
+    }
+
     std::string name(const std::string& file) const
     {
         return folder.file(file);
@@ -120,10 +127,10 @@ TEST_F(Units, AFileWrittenBesideTakesItsNameWhenItIsClosed)
     openoutputbeside(resultsunit, name("results"));
     writetext(resultsunit, std::string(100000, 'x'));
     EXPECT_FALSE(exists("results"));
-    EXPECT_TRUE(exists("results.part"));
+    EXPECT_TRUE(exists("Torvik.part"));
     closeoutput(resultsunit);
     EXPECT_EQ(readfile(name("results")), std::string(100000, 'x'));
-    EXPECT_FALSE(exists("results.part"));
+    EXPECT_FALSE(exists("Torvik.part"));
 }
 
 TEST_F(Units, AnOldFileStandsUntilTheNewOneIsComplete)
@@ -139,12 +146,12 @@ TEST_F(Units, AnOldFileStandsUntilTheNewOneIsComplete)
 
 TEST_F(Units, AnUnfinishedFileOfAnotherRunIsLeftAlone)
 {
-    writefile(name("results.part"), "of another run");
+    writefile(name("Torvik.part"), "of another run");
     openoutputbeside(resultsunit, name("results"));
     writetext(resultsunit, "mine");
     closeoutput(resultsunit);
     EXPECT_EQ(readfile(name("results")), "mine");
-    EXPECT_EQ(readfile(name("results.part")), "of another run");
+    EXPECT_EQ(readfile(name("Torvik.part")), "of another run");
     EXPECT_EQ(filecount(), 2U);
 }
 
@@ -159,6 +166,99 @@ TEST_F(Units, TwoWritersOfOneNameDoNotMixAndTheLastToCloseWins)
     closeoutput(lepageunit);
     EXPECT_EQ(readfile(name("results")), "second");
     EXPECT_EQ(filecount(), 1U);
+}
+
+TEST_F(Units, AFileBehindALinkIsReplacedAndTheLinkStays)
+{
+    fs::create_directory(name("archive"));
+    writefile(name("archive/old"), "old");
+    fs::create_symlink("archive/old", name("results"));
+    openoutputbeside(resultsunit, name("results"));
+    writetext(resultsunit, "new");
+    EXPECT_EQ(readfile(name("archive/old")), "old");
+    closeoutput(resultsunit);
+    EXPECT_TRUE(fs::is_symlink(name("results")));
+    EXPECT_EQ(readfile(name("archive/old")), "new");
+    EXPECT_EQ(filecount(), 2U); // the folder and the link
+    EXPECT_FALSE(exists("archive/Torvik.part"));
+}
+
+// 255 characters are the most that a file system takes; a name beside must not need more.
+TEST_F(Units, TheLongestFileNamesCanBeWrittenBeside)
+{
+    const std::string longest(255, 'n');
+    openoutputbeside(resultsunit, name(longest));
+    writetext(resultsunit, "text");
+    closeoutput(resultsunit);
+    EXPECT_EQ(readfile(name(longest)), "text");
+    EXPECT_EQ(filecount(), 1U);
+}
+
+TEST_F(Units, ADeviceIsWrittenInPlace)
+{
+    openoutputbeside(resultsunit, "/dev/null");
+    writetext(resultsunit, "text");
+    closeoutput(resultsunit);
+    EXPECT_TRUE(fs::is_character_file("/dev/null"));
+}
+
+TEST_F(Units, AProtectedFileIsNotReplaced)
+{
+    writefile(name("results"), "old");
+    fs::permissions(name("results"), fs::perms(0444));
+    fs::permissions(folder.path(), fs::perms(0777));
+    const auto openresults = [&] {
+        showoutputaserrors();
+        becomeordinary();
+        openoutputbeside(resultsunit, name("results"));
+        _exit(1);
+    };
+    EXPECT_EXIT(openresults(), ExitedWithCode(0), "^ Error: Cannot write .*/results.\n");
+    EXPECT_EQ(readfile(name("results")), "old");
+    EXPECT_EQ(filecount(), 1U);
+}
+
+TEST_F(Units, AProtectedFolderCannotBeWrittenTo)
+{
+    const auto openfile = [&](bool beside) {
+        showoutputaserrors();
+        becomeordinary();
+        if (beside)
+            openoutputbeside(resultsunit, name("results"));
+        else
+            openoutput(logunit, name("log"));
+        _exit(1);
+    };
+    fs::permissions(folder.path(), fs::perms(0555));
+    EXPECT_EXIT(openfile(true), ExitedWithCode(0), "^ Error: Cannot write .*/results.\n");
+    EXPECT_EXIT(openfile(false), ExitedWithCode(0), "^ Error: Cannot write .*/log.\n");
+    fs::permissions(folder.path(), fs::perms(0755));
+    EXPECT_EQ(filecount(), 0U);
+}
+
+TEST_F(Units, AnInputThatMayNotBeReadCannotBeOpened)
+{
+    writefile(name("a.idx"), "_Wavelength\n1.5\n");
+    fs::permissions(folder.path(), fs::perms(0755));
+    fs::permissions(name("a.idx"), fs::perms::none);
+    const auto open = [&] {
+        becomeordinary();
+        _exit(openinput(name("a.idx")) ? 1 : 0);
+    };
+    EXPECT_EXIT(open(), ExitedWithCode(0), "");
+}
+
+TEST_F(Units, AnOpenLineOfTheTerminalIsEndedBeforeTheMessage)
+{
+    const auto failafter = [](const std::string& progress) {
+        showoutputaserrors();
+        writetext(terminalunit, progress);
+        openoutput(logunit, "missing/log");
+    };
+    EXPECT_EXIT(failafter("progress  "), ExitedWithCode(0),
+                "^progress  \n Error: Cannot write missing/log.\nTorvik is");
+    EXPECT_EXIT(failafter("progress\n"), ExitedWithCode(0),
+                "^progress\n Error: Cannot write missing/log.\nTorvik is");
 }
 
 TEST_F(Units, AMissingFolderCannotBeWrittenTo)
@@ -205,7 +305,7 @@ TEST_F(Units, AFolderThatAppearsDuringTheRunIsNotReplaced)
     };
     EXPECT_EXIT(obstruct(), ExitedWithCode(0), "^ Error: Cannot write .*/results.\n");
     EXPECT_TRUE(fs::is_directory(name("results/inside")));
-    EXPECT_FALSE(exists("results.part"));
+    EXPECT_FALSE(exists("Torvik.part"));
 }
 
 TEST_F(Units, AFailureRemovesTheUnfinishedFilesOfTheRun)
@@ -429,7 +529,7 @@ TEST_F(OutputFiles, AFullDiskIsNoticedByTheLog)
 {
     const runresult run = shell(withlog, "ln -s /dev/full a_idx.log; $T a.idx");
     expectstop(run, "a_idx.log");
-    EXPECT_EQ(run.files.count("a_idx.res.part"), 0U);
+    EXPECT_EQ(run.files.count("Torvik.part"), 0U);
 }
 
 TEST_F(OutputFiles, AFullDiskIsNoticedByTheLogOfARunThatEndsWithThePeriodogram)
@@ -439,12 +539,18 @@ TEST_F(OutputFiles, AFullDiskIsNoticedByTheLogOfARunThatEndsWithThePeriodogram)
     expectstop(run, "a_idx.log");
 }
 
+TEST_F(OutputFiles, ADeviceThatIsFullStopsTheResults)
+{
+    const runresult run = shell(cubic, "ln -s /dev/full a_idx.res; $T a.idx");
+    expectstop(run, "a_idx.res");
+}
+
 TEST_F(OutputFiles, AnUnfinishedFileOfAKilledRunIsLeftAlone)
 {
-    const runresult run = shell(cubic, "echo killed > a_idx.res.part; $T a.idx");
+    const runresult run = shell(cubic, "echo killed > Torvik.part; $T a.idx");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.files.size(), 2U);
-    EXPECT_EQ(run.files.at("a_idx.res.part"), "killed\n");
+    EXPECT_EQ(run.files.at("Torvik.part"), "killed\n");
     EXPECT_EQ(masked(run.files.at("a_idx.res")), masked(runtorvik(cubic).files.at("a_idx.res")));
 }
 
