@@ -344,7 +344,7 @@ TEST_F(InputFile, MayGiveTheTestVolumesTwiceAndTheLastOnesWin)
     EXPECT_EQ(estimatedvolumes.table_of_estimatedvolumes(1), 0.125);
 }
 
-// The table holds the reciprocals of the volumes given first, 1/4, of which the null item keeps one.
+// The table holds the reciprocals of the volumes given first; the null item keeps the 1/4.
 TEST_F(InputFile, KeepsTheReciprocalOfAnEarlierTestVolumeWhereTheSecondListHasANullItem)
 {
     readinput("_UserProvidedTestVolumes\n2\n4 5\n_UserProvidedTestVolumes\n2,,8\n");
