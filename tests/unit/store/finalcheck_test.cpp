@@ -389,6 +389,16 @@ TEST_F(Duplicates, AreFoundAgainFromTheStartAfterARemoval)
               (order{1, 3}));
 }
 
+TEST_F(Duplicates, AreJudgedByTheLastInverseWhereABasisIsSingular)
+{
+    // The third is removed as a repetition of the second. Then the first, which has no inverse, is
+    // judged by the inverse of the second, to which the second itself is similar.
+    const matrix3 a = diagonal(3.0, 4.0, 5.0);
+    EXPECT_EQ(leftof({diagonal(1.0, 1.0, 0.0), a, a}), (order{1}));
+    // Before any inversion there is none to judge by.
+    EXPECT_EQ(leftof({diagonal(1.0, 1.0, 0.0), a}), (order{1, 2}));
+}
+
 TEST_F(Removal, ClosesTheGap)
 {
     add(1, 5.0, 10.0);
