@@ -196,6 +196,32 @@ TEST_F(Reduction, MakesNoProductPositiveWhenTheirProductIsNot)
     EXPECT_EQ(difference(simple(M), expected), 0.0);
 }
 
+TEST_F(Reduction, NegatesTheVectorWhoseTwoProductsHaveTheWrongSign)
+{
+    // All squared lengths are far apart and all products small: only signs change.
+    const struct {
+        matrix3 M;
+        matrix3 expected;
+    } cases[] = {
+        // ab > 0, bc < 0, ac < 0: c is negated, and all are positive
+        {{{{4.0, 0.0, 0.0}, {0.25, 5.0, 0.0}, {-0.25, -0.2, 6.0}}},
+         {{{4.0, 0.0, 0.0}, {0.25, 5.0, 0.0}, {0.25, 0.2, -6.0}}}},
+        // ab < 0, bc > 0, ac < 0: a is negated, and all are positive
+        {{{{4.0, 0.0, 0.0}, {-0.25, 5.0, 0.0}, {-0.25, 0.2, 6.0}}},
+         {{{-4.0, 0.0, 0.0}, {-0.25, 5.0, 0.0}, {-0.25, 0.2, 6.0}}}},
+        // ab < 0, bc > 0, ac > 0: c is negated, and none is positive
+        {{{{4.0, 0.0, 0.0}, {-0.25, 5.0, 0.0}, {0.25, 0.2, 6.0}}},
+         {{{4.0, 0.0, 0.0}, {-0.25, 5.0, 0.0}, {-0.25, -0.2, -6.0}}}},
+        // ab > 0, bc < 0, ac > 0: a is negated, and none is positive
+        {{{{4.0, 0.0, 0.0}, {0.25, 5.0, 0.0}, {0.25, -0.2, 6.0}}},
+         {{{-4.0, 0.0, 0.0}, {0.25, 5.0, 0.0}, {0.25, -0.2, 6.0}}}},
+    };
+    for (const auto& [M, expected] : cases) {
+        EXPECT_EQ(difference(buerger(M), expected), 0.0) << bitsof(M);
+        EXPECT_EQ(difference(simple(M), expected), 0.0) << bitsof(M);
+    }
+}
+
 // Three vectors of squared length 33 with products -16: reduced pair by pair, yet their sum is
 // (1, 1, 1), of squared length 3.
 const matrix3 flat = {{{5.0, -2.0, -2.0}, {-2.0, 5.0, -2.0}, {-2.0, -2.0, 5.0}}};
