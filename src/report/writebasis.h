@@ -11,7 +11,7 @@ namespace torvik {
 // Given:     filename   of the input; gives the name of the results file
 //
 // The store stays cut to maxnumberofsavedbases and is left in quality order, or in volume order for
-// way 1 of sorting. Deliberate: in that way the terminal shows the smallest cell, otherwise the best.
+// way 1 of sorting. Deliberate: the terminal then shows the smallest cell, otherwise the best.
 void writebasis(const inputfilename& filename);
 
 // Opens the results file, announces it on the terminal and writes its header.

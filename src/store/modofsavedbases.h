@@ -3,9 +3,9 @@
 
 #include "numeric/arrays.h"
 
-// Written by savethebasis during the search, then by the final refit, clean-up and sorting;
-// properindexing empties the store and writebasis cuts it; fix_defaults and fix_parameter set the two
-// parameters. Read by the reports.
+// Written by savethebasis during the search, then by the final refit, clean-up and sorting.
+// properindexing empties the store and writebasis cuts it; fix_defaults and fix_parameter set the
+// two parameters. Read by the reports.
 
 namespace torvik {
 
