@@ -268,14 +268,16 @@ TEST_F(VolumeRange, LargestProductMovesByTheStepFromPeriodToPeriod)
 
 TEST_F(VolumeRange, PeriodsHaveTheBitsOfTheFormula)
 {
-    setfourproducts(0.0123, 0.0456, 0.0789);
+    setfourproducts(0.0123, 1.789, 0.456); // the largest product is 1.789
     setlimits(33.3, 777.7);
     otherglobalvariables.iextentofthesearch = 2;
     initialized();
     const double Rmin = 1.0 / 777.7;
     const double q = 1.0 / 6.0;
-    const double d = q * Rmin / 1.0; // the unit vectors give the largest product, 1
-    ASSERT_EQ(N(), 4466);            // trunc(744.4 x 6) = trunc(4466.4)
+    const double d = q * Rmin / 1.789;
+    const double otherwise = q * (Rmin / 1.789);
+    ASSERT_NE(d, otherwise); // the case tells the groupings apart
+    ASSERT_EQ(N(), 7990);    // trunc(744.4 x 1.789 x 6) = trunc(7990.39)
     for (int i = 0; i <= N(); ++i) EXPECT_EQ(P(i), Rmin / (1.0 - i * d)) << i;
 }
 
