@@ -1,6 +1,29 @@
 #include "support/fresh.h"
 
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
 namespace torvik {
+
+namespace {
+
+const pid_t testprocess = getpid();
+
+// The program stops with status 0, so a test that ran into a stop would seem to have passed. The
+// children of tests may stop.
+void refusestop()
+{
+    const bool child = getpid() != testprocess || testing::internal::InDeathTestChild();
+    if (child || testing::UnitTest::GetInstance()->current_test_info() == nullptr) return;
+    std::fputs("The program was stopped in the middle of a test.\n", stderr);
+    std::_Exit(1);
+}
+
+[[maybe_unused]] const int refused = std::atexit(refusestop);
+
+} // namespace
 
 void resetgroups()
 {
