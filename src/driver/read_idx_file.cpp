@@ -41,13 +41,12 @@ void read_idx_file(const inputfilename& filename)
         stopwith("Error: Extention of filename is not .idx."); // Deliberate: the spelling
     if (!openinput(name)) stopwith("Error: Cannot open " + name + ".");
     // Lines, 1. to 6. A line that begins with anything but a keyword is passed over.
-    for (;;) {
+    while (!onlyblanksleft(inputlines())) {
         std::string first;
         int flag = 0;
-        const int status = readword(inputlines(), first);
-        if (status == readended) break;
-        if (status == readdone && first.starts_with('_')) fix_parameter(flag);
-        if (status == readfailed || flag == 1) stopwith("Error reading " + name + ".");
+        const bool read = readword(inputlines(), first) == readdone;
+        if (read && first.starts_with('_')) fix_parameter(flag);
+        if (!read || flag == 1) stopwith("Error reading " + name + ".");
     }
     closeinput();
 }

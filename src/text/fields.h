@@ -25,7 +25,7 @@ std::string F(int w, int d, double x);
 std::string ES(int w, int d, double x);
 
 // Sets a number in engineering notation: an exponent that is a multiple of 3 and one to three
-// digits before the point.
+// digits before the point; d up to 15.
 std::string EN(int w, int d, double x);
 
 // Sets T or F, right-aligned in w columns.

@@ -87,13 +87,18 @@ bool takerepeat(freeformtext& source, std::size_t& repeat)
     return error == std::errc() && repeat >= 1 && repeat <= longest;
 }
 
-// Takes a quoted word. It may run over line ends; without its closing quote the text ends.
+// Takes a quoted word. It may run on over line ends, which do not belong to it; without its closing
+// quote the text ends.
 item takequoted(freeformtext& source)
 {
     const char quote = character(source);
     item word = ofkind(itemkind::value);
     word.quoted = true;
     for (++source.position; !atend(source); ++source.position) {
+        if (character(source) == '\n') {
+            if (word.text.ends_with('\r')) word.text.pop_back();
+            continue;
+        }
         if (character(source) != quote) {
             word.text += character(source);
             continue;
@@ -242,6 +247,11 @@ void stepback(freeformtext& source)
     if (end > 0 && source.text[end - 1] == '\n') --end;
     while (end > 0 && source.text[end - 1] != '\n') --end;
     source.position = end;
+}
+
+bool onlyblanksleft(const freeformtext& source)
+{
+    return source.text.find_first_not_of(" \t\r\n", source.position) == std::string::npos;
 }
 
 int readword(freeformtext& source, std::string& word)

@@ -13,7 +13,7 @@
 //   - a slash ends the read, and the places left keep their values;
 //   - a number must be one to its last character; an exponent may be written with e, E, d or D;
 //   - a word ends at a separator or a slash; in single or double quotes it may hold them, with a
-//     doubled quote standing for one.
+//     doubled quote standing for one; it may run on over a line end, which is dropped.
 
 namespace torvik {
 
@@ -30,7 +30,10 @@ struct freeformtext {
 // Steps back to the start of the line before the next one. At the start of the text it stays.
 void stepback(freeformtext& source);
 
-// Reads one word.
+// Says whether nothing but blanks and line ends is left to read.
+bool onlyblanksleft(const freeformtext& source);
+
+// Reads one word. A quote that is never closed runs into the end of the file.
 //
 // Given and returned:  source   moved behind the read's last line
 //                      word     replaced, unless the item is null or a slash

@@ -127,8 +127,8 @@ constexpr int folding = 1, rayleigh = 2, scargle = 3, rayleighxscargle = 4;
 int kindofperiodogram()
 {
     const auto& parameters = otherglobalvariables;
-    const int kind = std::abs(parameters.itypeofperiodogram);
-    if (folding <= kind && kind <= rayleighxscargle) return kind;
+    const int type = parameters.itypeofperiodogram;
+    if (type != 0 && -rayleighxscargle <= type && type <= rayleighxscargle) return std::abs(type);
     if (parameters.iextentofthesearch == 0) return folding;
     if (parameters.iextentofthesearch == 5) return rayleighxscargle;
     return rayleigh;

@@ -15,6 +15,7 @@
 #include <nlohmann/json.hpp>
 
 #include <filesystem>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -105,6 +106,12 @@ void expectasgolden(const goldencase& c, const runresult& run)
     }
     for (const auto& [name, content] : left)
         EXPECT_TRUE(c.expected.contains(name)) << "the run left a file " << name;
+}
+
+// How GoogleTest shows a case.
+void PrintTo(const goldencase& c, std::ostream* stream)
+{
+    *stream << c.name;
 }
 
 std::string nameofcase(const testing::TestParamInfo<goldencase>& info)

@@ -252,6 +252,14 @@ TEST_F(InputFile, WithARepeatCountOfZeroBeforeAWordIsUnreadable)
     expectstopped(runtorvik("0*x\n"), " Error reading a.idx.\n");
 }
 
+TEST_F(InputFile, WithAQuoteThatIsNeverClosedIsUnreadable)
+{
+    // Read on, the quote would take in all that follows without a word.
+    expectstopped(runtorvik("'_Sucrose, run 2\n" + solvedinput), " Error reading a.idx.\n");
+    expectstopped(runtorvik("_ExtentOfTheSearch\n3\n\"stray\n"),
+                  extentecho + " Error reading a.idx.\n");
+}
+
 TEST_F(InputFile, KeepsNothingOfALogThatAFaultForestalls)
 {
     expectstopped(runtorvik("_CreateLogFile\n1\n_Unknown\n"),

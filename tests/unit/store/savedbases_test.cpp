@@ -315,6 +315,15 @@ TEST_F(WorstBasis, IsFoundAmongQualitiesAsLargeAsTheyCome)
     EXPECT_EQ(worst(), 2);
 }
 
+TEST_F(WorstBasis, IsFoundAmongInfiniteQualities)
+{
+    const double infinity = std::numeric_limits<double>::infinity(); // weights have no upper bound
+    setqualities({infinity, infinity, infinity});
+    EXPECT_EQ(worst(), 3);
+    setqualities({infinity, 1.0, infinity});
+    EXPECT_EQ(worst(), 2);
+}
+
 TEST_F(WorstBasis, StaysWhatItWasInAnEmptyStore)
 {
     modofsavedbases.icurrentlyworstsavedbasis = 5;

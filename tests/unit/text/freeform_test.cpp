@@ -335,10 +335,10 @@ TEST_F(FreeForm, AQuotedWordGoesOnBehindALineEnd)
     freeformtext source = textof("'a\nb' rest\nnext\n");
     std::string name;
     EXPECT_EQ(readword(source, name), readdone);
-    EXPECT_EQ(name.front(), 'a');
-    EXPECT_EQ(name.back(), 'b');
+    EXPECT_EQ(name, "ab");
     EXPECT_EQ(readword(source, name), readdone);
     EXPECT_EQ(name, "next");
+    EXPECT_EQ(word("'a \r\n b'\r\n"), "a  b");
 }
 
 TEST_F(FreeForm, AQuoteThatIsNeverClosedRunsToTheEndOfTheText)

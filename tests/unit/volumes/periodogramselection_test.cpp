@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -285,16 +286,19 @@ TEST_F(PeriodogramFile, IsOpenedBeforeThePeriodogramIsComputed)
     EXPECT_EQ(result.output, " Error: Cannot write no_such_folder/a_periodogram.res.\n");
 }
 
-TEST_F(PeriodogramFile, PositiveTypeWritesNoFile)
+TEST_F(PeriodogramFile, IsWrittenForTheFourNegativeTypesOnly)
 {
-    const temporaryfolder folder;
-    otherglobalvariables.itypeofperiodogram = 1;
-    const childresult result = inchild([&] {
-        periodogram out = empty();
-        computeperiodogram(makefilename(folder.file("a.idx")), out);
-    });
-    EXPECT_EQ(result.status, stepreturned);
-    EXPECT_NE(access(folder.file("a_periodogram.res").c_str(), F_OK), 0);
+    // The types beyond -4..4 cannot come from an input file; they count as 0.
+    for (const int type : {0, 1, 4, 5, -5, std::numeric_limits<int>::min()}) {
+        const temporaryfolder folder;
+        otherglobalvariables.itypeofperiodogram = type;
+        const childresult result = inchild([&] {
+            periodogram out = empty();
+            computeperiodogram(makefilename(folder.file("a.idx")), out);
+        });
+        EXPECT_EQ(result.status, stepreturned) << type;
+        EXPECT_NE(access(folder.file("a_periodogram.res").c_str(), F_OK), 0) << type;
+    }
 }
 
 // A run whose largest triple product is 5. With extent 0 the step q is 0.5, so the DS volumes 1..2
