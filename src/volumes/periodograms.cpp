@@ -1,15 +1,13 @@
 #include "volumes/periodograms.h"
 
 #include "driver/otherglobalvariables.h"
-#include "driver/recorded_reflections.h"
 #include "driver/write_log_file.h"
 #include "numeric/constants.h"
-#include "numeric/kernel.h"
 #include "numeric/nint.h"
 #include "text/exit.h"
 #include "text/units.h"
-#include "volumes/knatorx.h"
 #include "volumes/testperiods.h"
+#include "volumes/triples.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,25 +17,6 @@
 namespace torvik {
 
 namespace {
-
-// Calls visit(t) for the absolute triple product of every triple, in lexicographic order. Gives the
-// number of triples.
-template <class Visit>
-int foreachtriple(Visit visit)
-{
-    const auto& reflections = recorded_reflections.reflections;
-    int n = 0;
-    subset triple;
-    int first = 1;
-    const int N = recorded_reflections.numberofreflections;
-    for (knatorx(first, N, 3, triple); first == 0; knatorx(first, N, 3, triple)) {
-        const matrix3 M =
-            rowsmatrix(reflections(triple(1)), reflections(triple(2)), reflections(triple(3)));
-        visit(std::fabs(deter(M)));
-        ++n;
-    }
-    return n;
-}
 
 std::size_t numberofperiods()
 {
@@ -97,7 +76,7 @@ periodogram scargleoffsets()
     const std::size_t periods = numberofperiods();
     periodogram A(periods, 0.0);
     periodogram B(periods, 0.0);
-    foreachtriple([&](double t) {
+    foreachtripleproduct([&](double t) {
         for (std::size_t i = 0; i < periods; ++i) {
             const double theta = (t * fourpi) / P[i];
             A[i] += std::sin(theta);
@@ -184,7 +163,7 @@ void rayleigh_periodogram(periodogram& out)
     // 1.
     periodogram S(periods, 0.0);
     periodogram C(periods, 0.0);
-    const int n = foreachtriple([&](double t) {
+    const int n = foreachtripleproduct([&](double t) {
         for (std::size_t i = 0; i < periods; ++i) {
             const double theta = (t * twopi) / P[i];
             S[i] += std::sin(theta);
@@ -209,7 +188,7 @@ void scargle_periodogram(periodogram& out)
     periodogram c(periods, 0.0);
     periodogram ss(periods, 0.0);
     periodogram cc(periods, 0.0);
-    const int n = foreachtriple([&](double t) {
+    const int n = foreachtripleproduct([&](double t) {
         for (std::size_t i = 0; i < periods; ++i) {
             const double phi = ((t / P[i]) - tau[i]) * twopi;
             const double sine = std::sin(phi);
@@ -234,7 +213,7 @@ void folding_periodogram(periodogram& out)
     const std::size_t periods = numberofperiods();
     // 1.
     std::fill(out.begin(), out.end(), 0.0);
-    const int n = foreachtriple([&](double t) {
+    const int n = foreachtripleproduct([&](double t) {
         for (std::size_t i = 0; i < periods; ++i) {
             const double x = t / P[i];
             const double f = x - truncated(x);

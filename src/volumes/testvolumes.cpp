@@ -4,13 +4,12 @@
 #include "driver/recorded_reflections.h"
 #include "driver/write_log_file.h"
 #include "numeric/constants.h"
-#include "numeric/kernel.h"
 #include "numeric/nint.h"
 #include "text/units.h"
 #include "volumes/estimatedvolumes.h"
-#include "volumes/knatorx.h"
 #include "volumes/periodograms.h"
 #include "volumes/testperiods.h"
+#include "volumes/triples.h"
 
 #include <algorithm>
 #include <cmath>
@@ -174,17 +173,10 @@ void logtestvolumes(const fragmentation& fragments)
 
 double maxrlvolumeinperiodogram()
 {
-    const auto& reflections = recorded_reflections.reflections;
-    const int N = recorded_reflections.numberofreflections;
     double largest = 0.0;
-    subset triple;
-    int first = 1;
-    for (knatorx(first, N, 3, triple); first == 0; knatorx(first, N, 3, triple)) {
-        const matrix3 M =
-            rowsmatrix(reflections(triple(1)), reflections(triple(2)), reflections(triple(3)));
-        const double t = std::fabs(deter(M));
+    foreachtripleproduct([&](double t) {
         if (t > largest) largest = t;
-    }
+    });
     return largest;
 }
 
