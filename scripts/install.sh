@@ -15,12 +15,13 @@ need() {
     done
     [ ${#missing[@]} -gt 0 ] || return 0
 
-    local admin=()
+    local admin=() line="apt-get install -y ${missing[*]}"
     if [ "$(id -u)" -ne 0 ]; then
         admin=(sudo)
-        if ! command -v sudo >/dev/null || ! { sudo -n true 2>/dev/null || [ -t 0 ]; }; then
+        command -v sudo >/dev/null && line="sudo $line" || line="su -c '$line'"
+        if ! { [[ $line = sudo* ]] && { sudo -n true 2>/dev/null || [ -t 0 ]; }; }; then
             echo "$why needs some packages. Please install them with this line, then try again:" >&2
-            echo "    sudo apt-get install -y ${missing[*]}" >&2
+            echo "    $line" >&2
             exit 1
         fi
     fi
