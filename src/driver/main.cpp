@@ -5,6 +5,12 @@
 
 #include <csignal>
 
+#if __has_include(<fcntl.h>) && __has_include(<unistd.h>)
+#include <fcntl.h>
+#include <unistd.h>
+#define TORVIK_HAS_DESCRIPTORS
+#endif
+
 namespace {
 
 // Lets writing fail, and be answered by a message, where the system would end the run: a limit on
@@ -19,10 +25,24 @@ void ignorefailuresofwriting()
 #endif
 }
 
+// Fills the places of standard streams that were closed before the start. A file that the run opens
+// would take them, and get what is meant for the terminal. The root folder always exists, and
+// neither gives nor takes anything as a stream.
+void fillclosedstreams()
+{
+#ifdef TORVIK_HAS_DESCRIPTORS
+    int descriptor = 0;
+    do descriptor = open("/", O_RDONLY);
+    while (0 <= descriptor && descriptor <= STDERR_FILENO);
+    if (descriptor > STDERR_FILENO) close(descriptor);
+#endif
+}
+
 } // namespace
 
 int main(int count, char* arguments[])
 {
+    fillclosedstreams();
     ignorefailuresofwriting();
     if (count > 1)
         torvik::followcommandline({arguments + 1, static_cast<std::size_t>(count - 1)});
