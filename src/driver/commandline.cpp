@@ -63,6 +63,8 @@ std::string askforname()
         std::string name;
         typed.position = 0;
         if (readword(typed, name) != readended) return name;
+        typed.position = 0;
+        if (onlyblanksleft(typed)) typed.text.clear(); // empty lines must not pile up
     }
     return "";
 }
