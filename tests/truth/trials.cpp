@@ -63,7 +63,7 @@ void report(std::size_t n, const trial& one)
 
 } // namespace
 
-bool samelattice(const matrix3& D, const matrix3& E, double tolerance)
+bool nearlysamelattice(const matrix3& D, const matrix3& E, double tolerance)
 {
     return determinantbetween(D, E, tolerance) == 1;
 }
@@ -98,7 +98,7 @@ outcome outcomeof(const experiment& asked, const sample& made, int extent)
     for (const matrix3& D : basesin(run.files.at("a_idx.res"))) {
         ++result.solutions;
         if (result.solutions == 1) result.multiple = multipleof(D, made.truth);
-        if (result.place == 0 && samelattice(D, made.truth)) result.place = result.solutions;
+        if (result.place == 0 && nearlysamelattice(D, made.truth)) result.place = result.solutions;
     }
     return result;
 }

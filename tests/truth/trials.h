@@ -29,7 +29,7 @@ namespace torvik {
 constexpr double latticetolerance = 0.1;
 
 // Says whether two direct bases span the same lattice. Both should be reduced.
-bool samelattice(const matrix3& D, const matrix3& E, double tolerance = latticetolerance);
+bool nearlysamelattice(const matrix3& D, const matrix3& E, double tolerance = latticetolerance);
 
 // Gives k if the lattice of D is a part of that of E with index k (its cell k times as large), 0 if
 // it is none. Reflections of the lattice E* have whole indices in it too.

@@ -21,7 +21,7 @@ TEST(TwoBases, SpanTheSameLatticeIfAWholeMatrixOfDeterminantOneJoinsThem)
     for (int n = 0; n < 200; ++n) {
         const matrix3 D = randombasis(random);
         const matrix3 U = randomunimodular(random, 8);
-        EXPECT_TRUE(samelattice(matrixproduct(U, D), D)) << n;
+        EXPECT_TRUE(nearlysamelattice(matrixproduct(U, D), D)) << n;
         EXPECT_EQ(multipleof(matrixproduct(U, D), D), 1) << n;
         // The double cell is a multiple, the half cell is none, and neither is the same.
         matrix3 doubled = D;
@@ -32,8 +32,8 @@ TEST(TwoBases, SpanTheSameLatticeIfAWholeMatrixOfDeterminantOneJoinsThem)
         }
         EXPECT_EQ(multipleof(matrixproduct(U, doubled), D), 2) << n;
         EXPECT_EQ(multipleof(matrixproduct(U, halved), D), 0) << n;
-        EXPECT_FALSE(samelattice(matrixproduct(U, doubled), D)) << n;
-        EXPECT_FALSE(samelattice(matrixproduct(U, halved), D)) << n;
+        EXPECT_FALSE(nearlysamelattice(matrixproduct(U, doubled), D)) << n;
+        EXPECT_FALSE(nearlysamelattice(matrixproduct(U, halved), D)) << n;
     }
 }
 
@@ -41,18 +41,18 @@ TEST(TwoBases, OfOneVolumeSpanDifferentLatticesIfTheyShareOnlyAPart)
 {
     // The double of the one edge and the half of another; an edge moved by a seventh of another.
     const matrix3 E = {{{5, 0, 0}, {0, 6, 0}, {0, 0, 7}}};
-    EXPECT_FALSE(samelattice({{{10, 0, 0}, {0, 3, 0}, {0, 0, 7}}}, E));
-    EXPECT_FALSE(samelattice({{{5, 6.0 / 7.0, 0}, {0, 6, 0}, {0, 0, 7}}}, E));
-    EXPECT_TRUE(samelattice({{{5, -12, 0}, {0, 6, 0}, {0, 0, -7}}}, E));
+    EXPECT_FALSE(nearlysamelattice({{{10, 0, 0}, {0, 3, 0}, {0, 0, 7}}}, E));
+    EXPECT_FALSE(nearlysamelattice({{{5, 6.0 / 7.0, 0}, {0, 6, 0}, {0, 0, 7}}}, E));
+    EXPECT_TRUE(nearlysamelattice({{{5, -12, 0}, {0, 6, 0}, {0, 0, -7}}}, E));
 }
 
 TEST(TwoBases, SpanTheSameLatticeUpToATenth)
 {
     const matrix3 E = {{{5, 0, 0}, {0, 6, 0}, {0, 0, 7}}};
-    EXPECT_TRUE(samelattice({{{5.49, 0, 0}, {0, 6, 0.69}, {0, 0, 7}}}, E));
-    EXPECT_FALSE(samelattice({{{5.51, 0, 0}, {0, 6, 0}, {0, 0, 7}}}, E));
-    EXPECT_FALSE(samelattice({{{5, 0, 0}, {0, 6, 0.71}, {0, 0, 7}}}, E));
-    EXPECT_FALSE(samelattice({{{NAN, 0, 0}, {0, 6, 0}, {0, 0, 7}}}, E));
+    EXPECT_TRUE(nearlysamelattice({{{5.49, 0, 0}, {0, 6, 0.69}, {0, 0, 7}}}, E));
+    EXPECT_FALSE(nearlysamelattice({{{5.51, 0, 0}, {0, 6, 0}, {0, 0, 7}}}, E));
+    EXPECT_FALSE(nearlysamelattice({{{5, 0, 0}, {0, 6, 0.71}, {0, 0, 7}}}, E));
+    EXPECT_FALSE(nearlysamelattice({{{NAN, 0, 0}, {0, 6, 0}, {0, 0, 7}}}, E));
 }
 
 TEST(TheBasesOfAResultsFile, AreReadInItsOrder)
