@@ -16,7 +16,7 @@ struct processsetting {
     std::string folder;                   // its working directory
     std::vector<std::string> arguments;   // behind the program
     std::string program;                  // the program of this build if empty
-    std::string input;                    // standard input, at most 60000 bytes
+    std::string input;                    // standard input
     std::function<void()> before = [] {}; // done in the child just before the program
 };
 
