@@ -14,9 +14,9 @@ if [ $# -gt 1 ]; then
 fi
 need "Torvik" g++=c++ make=make cmake=cmake
 
-build() {
+build() (
     cd "$root" && cmake --preset default && cmake --build --preset default -j "$(nproc)"
-}
+)
 [ -x "$root/build/Torvik" ] || echo "Building Torvik ..."
 quietly build
 
@@ -31,4 +31,7 @@ results=${input%.idx}_idx.res
 if [ "$results" -nt "$start" ]; then
     sed -n '/Solution nr   2 /q; p' "$results" | sed '$d'
     echo " All solutions are in $results"
+elif [ ! "${input%.idx}_periodogram.res" -nt "$start" ]; then
+    echo "No results were written." >&2
+    exit 1
 fi

@@ -286,6 +286,7 @@ def difficult_kyanite(folder):
 
 def main():
     folder = sys.argv[1] if len(sys.argv) > 1 else os.path.dirname(os.path.abspath(__file__))
+    os.makedirs(folder, exist_ok=True)
     for example in (vectors_of_quartz, eulerian_angles_of_sucrose, kappa_angles_of_diopside,
                     known_volumes_of_calcite, difficult_kyanite):
         example(folder)
