@@ -15,7 +15,7 @@ if [ $# -gt 1 ]; then
 fi
 need "The tests of Torvik" g++=g++ make=make cmake=cmake clang=clang++ clang-format=clang-format \
     libgtest-dev=/usr/include/gtest/gtest.h nlohmann-json3-dev=/usr/include/nlohmann/json.hpp \
-    python3=python3 binutils=objdump
+    python3=python3 binutils=objdump clang-tidy=clang-tidy cppcheck=cppcheck
 
 build() {
     cmake --preset tests && cmake --build --preset tests -j "$(nproc)"
