@@ -69,7 +69,9 @@ void negate(vector3& x, double& first, double& second)
 // Changes signs so that the mixed products are all positive or none is.
 void normalisesigns(reducedbasis& v)
 {
-    const double &ab = v.ab, &bc = v.bc, &ac = v.ac;
+    const double& ab = v.ab;
+    const double& bc = v.bc;
+    const double& ac = v.ac;
     if ((bc * ab) * ac > 0.0) {
         if (ab < 0.0 && bc < 0.0) negate(v.b, v.ab, v.bc);
         if (bc < 0.0 && ac < 0.0) negate(v.c, v.bc, v.ac);

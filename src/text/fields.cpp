@@ -30,7 +30,7 @@ std::string decimals(double x, std::chars_format form, int d)
 {
     // Room for the largest double: 309 digits, a point and a sign.
     std::string text(static_cast<std::size_t>(d) + 320, ' ');
-    const auto end = std::to_chars(text.data(), text.data() + text.size(), x, form, d).ptr;
+    const char* end = std::to_chars(text.data(), text.data() + text.size(), x, form, d).ptr;
     text.resize(static_cast<std::size_t>(end - text.data()));
     return text;
 }

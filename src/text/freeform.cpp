@@ -189,7 +189,9 @@ bool tointeger(std::string_view text, int& value)
 bool isdecimal(std::string_view text)
 {
     std::size_t i = 0;
-    const auto sign = [&] { i += i < text.size() && (text[i] == '+' || text[i] == '-'); };
+    const auto sign = [&] {
+        if (i < text.size() && (text[i] == '+' || text[i] == '-')) ++i;
+    };
     const auto digits = [&] {
         const std::size_t start = i;
         while (i < text.size() && isdigit(text[i])) ++i;
