@@ -1,11 +1,12 @@
 // How often Torvik finds the true lattice, over a grid of simulated crystals.
 //
-//   torvik_truth DENSITY SEED [EXTENT [PROCESSES]]     prints the tables of docs/success.md
-//   torvik_truth DENSITY SEED EXTENT show NUMBER       prints the input of crystal NUMBER (from 0)
+//   torvik_truth DENSITY SEED [EXTENT [PROCESSES [N]]]     prints the tables of docs/success.md
+//   torvik_truth DENSITY SEED EXTENT show NUMBER           prints the input of a crystal, from 0
 //
 // DENSITY is the number of crystals for each of the 80 combinations of noise, wrong fraction and
-// number of reflections, EXTENT that of the search (1), PROCESSES how many runs go on at once (2).
-// The error stream gets a line for each crystal as it is done.
+// number of reflections, EXTENT that of the search (1), PROCESSES how many runs go on at once (2), N
+// the largest number of reflections (60): crystals with more of them are left out. The error stream
+// gets a line for each crystal as it is done.
 
 #include "truth/tables.h"
 
@@ -30,7 +31,7 @@ void runall(std::vector<trial>& trials, int extent, std::size_t processes)
 
 int usage()
 {
-    std::cerr << "torvik_truth DENSITY SEED [EXTENT [PROCESSES | show NUMBER]]\n";
+    std::cerr << "torvik_truth DENSITY SEED [EXTENT [PROCESSES [N] | show NUMBER]]\n";
     return 2;
 }
 
@@ -50,6 +51,9 @@ int work(const std::vector<std::string>& words)
         return 0;
     }
     if (processes < 1) return usage();
+    const int largest = words.size() > 4 ? std::atoi(words[4].c_str()) : countlevels.back();
+    std::erase_if(trials, [&](const trial& one) { return one.asked.reflections > largest; });
+    if (trials.empty()) return usage();
     runall(trials, extent, static_cast<std::size_t>(processes));
     std::cout << tablesof(trials);
     return 0;

@@ -48,7 +48,7 @@ double processorseconds(const std::string& output)
     return seconds;
 }
 
-void report(std::size_t n, const trial& one)
+void report(const trial& one)
 {
     const char* kinds[] = {"vectors", "Eulerian", "kappa"};
     const experiment& asked = one.asked;
@@ -56,7 +56,7 @@ void report(std::size_t n, const trial& one)
         stderr,
         "%4zu: %-12s %c, volume %4.0f, %2d %s, noise %.2f, wrong %.1f: place %d of %d; the "
         "first is %d times the truth; %.2f s\n",
-        n, asked.lattice.system, asked.lattice.centring, asked.volume, asked.reflections,
+        one.number, asked.lattice.system, asked.lattice.centring, asked.volume, asked.reflections,
         kinds[static_cast<int>(asked.kind)], asked.noise, asked.wrong, one.result.place,
         one.result.solutions, one.result.multiple, one.result.seconds);
 }
@@ -124,6 +124,7 @@ std::vector<trial> grid(int density, std::uint64_t seed)
         trials[n].asked.lattice = latticetypes[lattices[n]];
         trials[n].asked.volume = volumelevels[volumes[n]];
         trials[n].asked.kind = static_cast<inputkind>(kinds[n]);
+        trials[n].number = n;
         trials[n].seed = seed * 1000003 + n;
     }
     return trials;
@@ -139,7 +140,7 @@ void run(std::vector<trial>& trials, int extent, std::size_t offset, std::size_t
 {
     for (std::size_t n = offset; n < trials.size(); n += stride) {
         trials[n].result = outcomeof(trials[n].asked, sampleof(trials[n]), extent);
-        report(n, trials[n]);
+        report(trials[n]);
     }
 }
 

@@ -55,6 +55,7 @@ extern const std::vector<int> countlevels;
 extern const std::vector<double> volumelevels;
 
 struct trial {
+    std::size_t number = 0; // in the grid, from 0
     experiment asked;
     std::uint64_t seed = 0; // of its own engine, so that one crystal can be made alone
     outcome result;

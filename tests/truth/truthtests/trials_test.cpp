@@ -133,6 +133,18 @@ TEST(TheTables, CountTheFirstTheListedAndTheMissed)
         << tables;
 }
 
+// The sixteen combinations of 8 reflections, a few thousandths of a second each.
+TEST(TheTableMaker, RunsTheCrystalsOfAGrid)
+{
+    const temporaryfolder folder;
+    const std::string make =
+        TORVIK_TRUTH " 1 1 1 1 8 >'" + folder.file("tables") + "' 2>'" + folder.file("lines") + "'";
+    ASSERT_EQ(std::system(make.c_str()), 0);
+    const std::string tables = readfile(folder.file("tables"));
+    EXPECT_NE(tables.find("| all | 16 | "), std::string::npos) << tables;
+    EXPECT_EQ(linesof(readfile(folder.file("lines"))).size(), 16u);
+}
+
 TEST(TheTableMaker, ShowsTheInputOfOneCrystalAndRefusesOtherWords)
 {
     const temporaryfolder folder;
@@ -143,6 +155,7 @@ TEST(TheTableMaker, ShowsTheInputOfOneCrystalAndRefusesOtherWords)
     EXPECT_NE(std::system(TORVIK_TRUTH " 2>/dev/null"), 0);
     EXPECT_NE(std::system(TORVIK_TRUTH " 0 1 2>/dev/null"), 0);
     EXPECT_NE(std::system(TORVIK_TRUTH " 1 1 6 2>/dev/null"), 0);
+    EXPECT_NE(std::system(TORVIK_TRUTH " 1 1 1 2 7 2>/dev/null"), 0) << "no crystals so small";
     EXPECT_NE(std::system(TORVIK_TRUTH " 1 1 1 draw 2>/dev/null"), 0);
 }
 
