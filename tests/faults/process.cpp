@@ -63,7 +63,7 @@ process::process(const processsetting& setting)
     std::array<int, 2> ends = {};
     if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
     std::fflush(nullptr); // what the test printed so far is its own, not the child's
-    malloc_trim(0); // the peak of the child begins with what the test has
+    malloc_trim(0);       // the peak of the child begins with what the test has
     child_ = fork();
     if (child_ == 0)
         becomeprogram(setting, streams_.file("input"), streams_.file("errors"), ends[1]);
