@@ -53,7 +53,7 @@ void discardunfinished()
 [[noreturn]] void cannotwrite(const std::string& name)
 {
     discardunfinished();
-    if (terminallineopen) writeline(terminalunit);
+    endterminalline();
     writefreeline(terminalunit, "Error: Cannot write ", name, ".");
     pauseandstop();
 }
@@ -163,6 +163,11 @@ void writetext(int unit, std::string_view text)
     std::FILE* stream = fileof(unit).stream;
     if (std::fwrite(text.data(), 1, text.size(), stream) < text.size())
         cannotwrite(std::string(fileof(unit).name));
+}
+
+void endterminalline()
+{
+    if (terminallineopen) writeline(terminalunit);
 }
 
 void showterminal()

@@ -45,6 +45,9 @@ void closeoutput(int unit);
 // Writes a text as it stands.
 void writetext(int unit, std::string_view text);
 
+// Ends the line on the terminal if its last text did not.
+void endterminalline();
+
 // Shows at once what was written to the terminal so far.
 void showterminal();
 

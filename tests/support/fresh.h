@@ -8,6 +8,7 @@
 #include "search/tabulcos.h"
 #include "store/modofsavedbases.h"
 #include "superlattices/matricesforalternativebases.h"
+#include "text/units.h"
 #include "volumes/estimatedvolumes.h"
 #include "volumes/testperiods.h"
 
@@ -30,6 +31,7 @@ protected:
     fresh()
     {
         resetgroups();
+        endterminalline();
     }
 };
 
