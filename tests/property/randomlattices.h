@@ -30,6 +30,12 @@ public:
         return low + static_cast<int>(engine_() % range);
     }
 
+    // 64 random bits.
+    std::uint64_t bits()
+    {
+        return engine_();
+    }
+
 private:
     std::mt19937_64 engine_;
 };

@@ -1,7 +1,12 @@
+#include "driver/otherglobalvariables.h"
+#include "driver/recorded_reflections.h"
 #include "property/randomlattices.h"
+#include "search/fitting.h"
+#include "search/reduction.h"
 #include "store/finalcheck.h"
 #include "store/savedbases.h"
 #include "superlattices/hermite.h"
+#include "support/cases.h"
 #include "support/fresh.h"
 
 #include <algorithm>
@@ -119,7 +124,7 @@ protected:
 
 TEST_F(Store, KnowsASavedLatticeInAnyOfItsBases)
 {
-    for (int n = 0; n < 1000; ++n) {
+    for (int n = 0, all = cases(5000, 500000); n < all; ++n) {
         const matrix3 D = randombasis(random);
         fillslot(1, D, {}, 1.0);
         modofsavedbases.numberofsavedbases = 1;
@@ -141,24 +146,54 @@ TEST_F(Store, TellsEverySuperlatticeFromItsLattice)
 
 TEST_F(Store, HoldsAfterAnyOffersWhatAPlainListHolds)
 {
-    for (const int manylattices : {1, 5, 100, 128, 129, lotsoflattices}) {
-        modofsavedbases.numberofsavedbases = 0;
-        plainstore plain;
-        for (int n = 0; n < 800; ++n) {
-            const offer o = randomoffer(manylattices);
+    for (int sequence = cases(4, 400); sequence > 0; --sequence)
+        for (const int manylattices : {1, 5, 100, 128, 129, lotsoflattices}) {
+            modofsavedbases.numberofsavedbases = 0;
+            plainstore plain;
+            std::set<int> offered;
+            for (int n = 0; n < 800; ++n) {
+                const offer o = randomoffer(manylattices);
+                offered.insert(o.lattice);
+                offerlattice(o);
+                plain.take(o);
+                ASSERT_EQ(held(), plain.held) << "offer " << n << " of " << manylattices;
+            }
+            expectconsistent();
+            ASSERT_EQ(held().size(), std::min<std::size_t>(offered.size(), 128));
+        }
+}
+
+TEST_F(Store, HoldsWhatAPlainListHoldsThroughOffersSortsChecksAndRemovals)
+{
+    plainstore plain;
+    for (int n = cases(5000, 500000); n > 0; --n) {
+        const int what = random.whole(0, 99);
+        const int slots = modofsavedbases.numberofsavedbases;
+        if (what == 0) {
+            // The order after a sort is the subject of another test.
+            sortsavedbases3(random.whole(0, 1));
+            ASSERT_TRUE(std::ranges::is_permutation(held(), plain.held));
+            plain.held = held();
+        } else if (what == 1) {
+            finalcheckofsimilarity(); // no lattice is held twice, so nothing happens
+        } else if (what < 6 && slots > 0) {
+            const int k = random.whole(1, slots);
+            eliminatebasis(k);
+            plain.held.erase(plain.held.begin() + (k - 1));
+        } else {
+            const offer o = randomoffer(lotsoflattices);
             offerlattice(o);
             plain.take(o);
-            ASSERT_EQ(held(), plain.held) << "offer " << n << " of " << manylattices;
         }
-        expectconsistent();
-        ASSERT_EQ(modofsavedbases.numberofsavedbases, std::min(manylattices, 128));
+        ASSERT_EQ(held(), plain.held) << n << " steps to go";
     }
+    expectconsistent();
 }
 
 TEST_F(Store, NeverGivesUpTheBestOffer)
 {
     double best = 0.0;
-    for (int n = 0; n < 2000; ++n) {
+    for (int n = cases(5000, 500000); n > 0; --n) {
         const offer o = {random.whole(0, lotsoflattices - 1), random.between(0.0, 100.0), ++serial};
         offerlattice(o);
         best = std::max(best, o.quality);
@@ -174,7 +209,7 @@ TEST_F(Store, KeepsItsContentThroughEverySort)
         std::ranges::sort(content, {}, &offer::lattice);
         return content;
     };
-    for (int n = 0; n < 50; ++n) {
+    for (int n = cases(100, 10000); n > 0; --n) {
         modofsavedbases.numberofsavedbases = 0;
         const int offers = random.whole(0, 60);
         for (int m = 0; m < offers; ++m) offerlattice(randomoffer(lotsoflattices));
@@ -192,7 +227,7 @@ TEST_F(Store, IsInOrderAfterASort)
     const auto& store = modofsavedbases;
     const auto quality = [&](int k) { return store.aqualityofsavedbases(k); };
     const auto volume = [&](int k) { return std::fabs(deter(store.savedbases(k))); };
-    for (int n = 0; n < 50; ++n) {
+    for (int n = cases(100, 10000); n > 0; --n) {
         modofsavedbases.numberofsavedbases = 0;
         for (int m = 0; m < 40; ++m) offerlattice(randomoffer(lotsoflattices));
         sortsavedbases3(0);
@@ -214,7 +249,7 @@ TEST_F(Store, IsInOrderAfterASort)
 
 TEST_F(Store, HoldsTheFirstOfEveryLatticeAfterTheFinalCheck)
 {
-    for (int n = 0; n < 100; ++n) {
+    for (int n = 0, all = cases(200, 20000); n < all; ++n) {
         const int slots = random.whole(0, 40);
         std::vector<offer> firsts;
         std::set<int> seen;
@@ -230,6 +265,127 @@ TEST_F(Store, HoldsTheFirstOfEveryLatticeAfterTheFinalCheck)
         ASSERT_EQ(held(), firsts) << "case " << n;
         expectconsistent();
     }
+}
+
+// The store in a run: bases come with the counts and the quality that the reflections give them, and
+// volume limits are on or off.
+class StoreInARun : public Store {
+protected:
+    // Records twelve reflections of a lattice, up to 0.06 off in each index.
+    void setnoisyreflections(const matrix3& D)
+    {
+        const matrix3 inverse = inverseof(D);
+        auto& recorded = recorded_reflections;
+        recorded.numberofreflections = 12;
+        for (int k = 1; k <= 12; ++k) {
+            vector3 h = {};
+            for (int i = 1; i <= 3; ++i) h(i) = random.whole(-4, 4) + random.between(-0.06, 0.06);
+            recorded.reflections(k) = transformed(inverse, h);
+        }
+    }
+
+    // Sets limits that lie around the volumes of the offers, or none.
+    void setrandomlimits(double volume)
+    {
+        auto& parameters = otherglobalvariables;
+        parameters.limitsonvolumeofprimitivecell = random.whole(0, 2) > 0;
+        parameters.minvolumeofprimitivecell = volume * random.between(0.3, 2.0);
+        parameters.maxvolumeofprimitivecell = volume * random.between(2.0, 20.0);
+    }
+
+    // A basis whose cell is a multiple of that of D, slightly off.
+    matrix3 multipleof(const matrix3& D)
+    {
+        matrix3 W = identity();
+        for (int i = 1; i <= 3; ++i) {
+            W(i, i) = random.whole(0, 1) == 0 ? 1 : random.whole(1, 6);
+            for (int j = i + 1; j <= 3; ++j) W(i, j) = random.whole(-3, 3);
+        }
+        matrix3 M = matrixproduct(W, D);
+        for (int i = 1; i <= 3; ++i)
+            for (int j = 1; j <= 3; ++j) M(i, j) *= 1.0 + random.between(-0.004, 0.004);
+        buergerreduction(M);
+        return M;
+    }
+
+    static void expecttrueslots()
+    {
+        const auto& store = modofsavedbases;
+        const auto& parameters = otherglobalvariables;
+        ASSERT_LE(store.numberofsavedbases, 128);
+        for (int k = 1; k <= store.numberofsavedbases; ++k) {
+            indexcounts counts;
+            double quality = 0.0;
+            basisquality(store.savedbases(k), counts, quality);
+            ASSERT_EQ(store.iqualityofsavedbases(k), counts) << "slot " << k;
+            ASSERT_EQ(store.aqualityofsavedbases(k), quality) << "slot " << k;
+            ASSERT_LE(counts.h, counts.H);
+            if (!parameters.limitsonvolumeofprimitivecell) continue;
+            const double volume = std::fabs(deter(store.savedbases(k)));
+            ASSERT_GE(volume, parameters.minvolumeofprimitivecell * (1.0 - 1e-12)) << "slot " << k;
+            ASSERT_LE(volume, parameters.maxvolumeofprimitivecell) << "slot " << k;
+        }
+    }
+
+    static std::vector<double> qualitiesinorder()
+    {
+        std::vector<double> qualities;
+        for (const offer& o : held()) qualities.push_back(o.quality);
+        std::ranges::sort(qualities);
+        return qualities;
+    }
+};
+
+TEST_F(StoreInARun, HoldsBasesWithTheirOwnCountsAndWithinTheLimits)
+{
+    int divided = 0;
+    for (int n = cases(200, 20000); n > 0; --n) {
+        const matrix3 D = randombasis(random);
+        setnoisyreflections(D);
+        setrandomlimits(std::fabs(deter(D)));
+        modofsavedbases.numberofsavedbases = 0;
+        for (int m = 0; m < 30; ++m) {
+            matrix3 M = multipleof(D);
+            const double before = std::fabs(deter(M));
+            indexcounts counts;
+            double quality = 0.0;
+            basisquality(M, counts, quality);
+            savethebasis(M, counts, quality);
+            divided += std::fabs(deter(M)) < 0.9 * before;
+            ASSERT_NO_FATAL_FAILURE(expecttrueslots()) << n << " stores to go";
+        }
+    }
+    EXPECT_GT(divided, 100);
+}
+
+TEST_F(StoreInARun, IsOnlyImprovedByTheFinalRefitAndHoldsNoLatticeTwiceAfterTheFinalCheck)
+{
+    int improved = 0;
+    for (int n = cases(200, 20000); n > 0; --n) {
+        const matrix3 D = randombasis(random);
+        setnoisyreflections(D);
+        modofsavedbases.numberofsavedbases = 0;
+        for (int m = 0; m < 30; ++m) {
+            matrix3 M = multipleof(D);
+            indexcounts counts;
+            double quality = 0.0;
+            basisquality(M, counts, quality);
+            savethebasis(M, counts, quality);
+        }
+        const auto before = qualitiesinorder();
+        sortsavedbases3(random.whole(0, 1));
+        const auto after = qualitiesinorder();
+        ASSERT_EQ(before.size(), after.size());
+        for (std::size_t k = 0; k < before.size(); ++k) ASSERT_GE(after[k], before[k]);
+        improved += before != after;
+        finalcheckofsimilarity();
+        ASSERT_NO_FATAL_FAILURE(expecttrueslots()) << n << " stores to go";
+        const auto& store = modofsavedbases;
+        for (int k = 2; k <= store.numberofsavedbases; ++k)
+            for (int l = 1; l < k; ++l)
+                ASSERT_FALSE(samelattice(store.savedbases(k), inverseof(store.savedbases(l))));
+    }
+    EXPECT_GT(improved, 50);
 }
 
 } // namespace

@@ -4,16 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
 #include <cfloat>
-#include <cmath>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <limits>
-#include <random>
 #include <string>
-#include <vector>
 
 namespace torvik {
 
@@ -290,148 +283,6 @@ TEST_F(Fields, AnIntegerOfAFreeFormatLineTakesElevenColumnsAndABlank)
     EXPECT_EQ(freeline(1, 2), "           1           2");
     EXPECT_EQ(freeline("a", 5, "b", "c"), " a           5 bc");
     EXPECT_EQ(freeline(-2147483647 - 1), " -2147483648");
-}
-
-// The C library prints exactly rounded decimals with ties to even, so it serves as the reference.
-std::string printed(const char* format, int d, double x)
-{
-    std::string text(1400, ' ');
-    const int length = std::snprintf(text.data(), text.size(), format, d, x);
-    text.resize(static_cast<std::size_t>(length));
-    return text;
-}
-
-std::string setright(int w, const std::string& text)
-{
-    const auto width = static_cast<std::size_t>(w);
-    if (text.size() > width) return std::string(width, '*');
-    return std::string(width - text.size(), ' ') + text;
-}
-
-std::string referenceF(int w, int d, double x)
-{
-    const std::string full = printed("%#.*f", d, x); // # keeps the point when d is 0
-    if (full.size() <= static_cast<std::size_t>(w)) return setright(w, full);
-    std::string shorter = full;
-    if (d > 0 && full.starts_with("0.")) shorter = full.substr(1);
-    if (d > 0 && full.starts_with("-0.")) shorter = "-" + full.substr(2);
-    return setright(w, shorter);
-}
-
-std::string withexponent(const std::string& mantissa, int exponent)
-{
-    char text[8];
-    std::snprintf(text, sizeof text, std::abs(exponent) > 99 ? "%+d" : "E%+03d", exponent);
-    return mantissa + text;
-}
-
-std::string referenceES(int w, int d, double x)
-{
-    const std::string text = printed("%#.*e", d, x);
-    const std::size_t e = text.find('e');
-    return setright(w, withexponent(text.substr(0, e), std::stoi(text.substr(e + 1))));
-}
-
-// Adds one to a number of decimal digits.
-std::string incremented(std::string digits)
-{
-    for (std::size_t i = digits.size(); i-- > 0;) {
-        if (digits[i] != '9') {
-            ++digits[i];
-            return digits;
-        }
-        digits[i] = '0';
-    }
-    return "1" + digits;
-}
-
-// Works by hand on all digits of the exact decimal value, of which a double has 767 at most.
-std::string referenceEN(int w, int d, double x)
-{
-    const std::string text = printed("%.*e", 770, std::fabs(x));
-    int exponent = std::stoi(text.substr(text.find('e') + 1));
-    std::string digits = text[0] + text.substr(2, 770);
-    int before = 1;
-    while (exponent % 3 != 0) {
-        --exponent;
-        ++before;
-    }
-    const auto kept = static_cast<std::size_t>(before + d);
-    const std::string rest = digits.substr(kept);
-    const std::string half = "5" + std::string(rest.size() - 1, '0');
-    digits.resize(kept);
-    const bool odd = (digits.back() - '0') % 2 == 1;
-    if (rest > half || (rest == half && odd)) digits = incremented(digits);
-    before = static_cast<int>(digits.size()) - d;
-    if (before == 4) {
-        before = 1;
-        exponent += 3;
-        digits.resize(static_cast<std::size_t>(1 + d));
-    }
-    const auto point = static_cast<std::size_t>(before);
-    const std::string mantissa = digits.substr(0, point) + "." + digits.substr(point);
-    return setright(w, withexponent((std::signbit(x) ? "-" : "") + mantissa, exponent));
-}
-
-// Values of every magnitude, values of the size that reports print, exact ties, powers of ten and
-// their neighbours.
-std::vector<double> manyvalues()
-{
-    std::mt19937_64 random(20240307);
-    std::vector<double> values = {0.0, -0.0, DBL_MAX, DBL_MIN, DBL_TRUE_MIN, DBL_EPSILON};
-    while (values.size() < 6000) {
-        const double x = std::bit_cast<double>(random());
-        if (std::isfinite(x)) values.push_back(x);
-    }
-    std::uniform_real_distribution<double> report(-2000.0, 2000.0);
-    std::uniform_real_distribution<double> index(-1.5, 1.5);
-    for (int k = 0; k < 10000; ++k) values.push_back(k % 2 == 0 ? report(random) : index(random));
-    std::uniform_int_distribution<int> count(-40000, 40000);
-    std::uniform_int_distribution<int> shift(0, 8);
-    for (int k = 0; k < 10000; ++k) values.push_back(std::ldexp(count(random), -shift(random)));
-    for (int k = -323; k <= 308; ++k) {
-        const double power = std::strtod(("1e" + std::to_string(k)).c_str(), nullptr);
-        for (const double x : {power, std::nextafter(power, 0.0), std::nextafter(power, DBL_MAX)})
-            values.insert(values.end(), {x, -x});
-    }
-    return values;
-}
-
-TEST_F(Fields, FixedPointNumbersAreThoseOfTheCLibrary)
-{
-    std::mt19937 random(1);
-    std::uniform_int_distribution<int> decimals(0, 12);
-    std::uniform_int_distribution<int> spare(0, 6);
-    for (const double x : manyvalues()) {
-        const int d = decimals(random);
-        ASSERT_EQ(F(330, d, x), referenceF(330, d, x)) << x << " with " << d << " decimals";
-        const int w = d + spare(random) + 1; // often one or two columns short
-        ASSERT_EQ(F(w, d, x), referenceF(w, d, x)) << x << " in F" << w << "." << d;
-    }
-}
-
-TEST_F(Fields, ScientificNumbersAreThoseOfTheCLibrary)
-{
-    std::mt19937 random(2);
-    std::uniform_int_distribution<int> decimals(0, 16);
-    std::uniform_int_distribution<int> spare(4, 8);
-    for (const double x : manyvalues()) {
-        const int d = decimals(random);
-        const int w = d + spare(random);
-        ASSERT_EQ(ES(w, d, x), referenceES(w, d, x)) << x << " in ES" << w << "." << d;
-    }
-}
-
-TEST_F(Fields, EngineeringNumbersAreThoseOfDecimalArithmeticByHand)
-{
-    std::mt19937 random(3);
-    std::uniform_int_distribution<int> decimals(0, 12);
-    std::uniform_int_distribution<int> spare(5, 10);
-    for (const double x : manyvalues()) {
-        const int d = decimals(random);
-        const int w = d + spare(random);
-        ASSERT_EQ(EN(w, d, x), referenceEN(w, d, x)) << x << " in EN" << w << "." << d;
-    }
 }
 
 } // namespace

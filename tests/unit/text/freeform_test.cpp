@@ -5,13 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <bit>
-#include <charconv>
 #include <chrono>
 #include <cmath>
-#include <cstdint>
 #include <limits>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -280,6 +276,7 @@ TEST_F(FreeForm, IntegersHaveSignsAndLeadingZeros)
 {
     EXPECT_EQ(integer("12\n"), (readone{readdone, 12}));
     EXPECT_EQ(integer("+12\n"), (readone{readdone, 12}));
+    EXPECT_EQ(integer("+5\n"), (readone{readdone, 5}));
     EXPECT_EQ(integer("-12\n"), (readone{readdone, -12}));
     EXPECT_EQ(integer("0000000000000012\n"), (readone{readdone, 12}));
     EXPECT_EQ(integer("\n\n  12 remark\n"), (readone{readdone, 12}));
@@ -299,6 +296,12 @@ TEST_F(FreeForm, AFractionOrAWordForAnIntegerIsAReadError)
     for (const char* text : {"2.0\n", "2.\n", "2e0\n", "2d0\n", "abc\n", "12a\n", "+\n", "-\n",
                              "+-2\n", "-+2\n", "'2'\n", "\"2\"\n", "0x2\n", "2*2.0\n", "T\n"})
         EXPECT_EQ(integer(text), notaninteger) << text;
+}
+
+TEST_F(FreeForm, AnAsteriskWithoutACountBeforeItBelongsToAWord)
+{
+    EXPECT_EQ(word("*** remark\n"), "***");
+    EXPECT_EQ(word("*3\n"), "*3");
 }
 
 TEST_F(FreeForm, AWordEndsAtASeparatorOrASlash)
@@ -404,6 +407,21 @@ TEST_F(FreeForm, SteppingBackFromTheEndReachesTheLastLineWithOrWithoutItsEnd)
     freeformtext empty = textof("");
     stepback(empty);
     EXPECT_EQ(empty.position, 0U);
+}
+
+TEST_F(FreeForm, SteppingBackReachesAnEmptyFirstLine)
+{
+    freeformtext source = {"\nab\n", 1};
+    stepback(source);
+    EXPECT_EQ(source.position, 0U);
+}
+
+TEST_F(FreeForm, LineEndsOfBothKindsBlanksAndTabsAreAllNothingToRead)
+{
+    for (const char* text : {"", "\n", "\r\n", " \t \r\n\n"})
+        EXPECT_TRUE(onlyblanksleft(textof(text))) << text;
+    for (const char* text : {"a", "\r\n,", "\n/\n"})
+        EXPECT_FALSE(onlyblanksleft(textof(text))) << text;
 }
 
 TEST_F(FreeForm, SteppingBackUndoesAReadOfOneLine)
@@ -529,175 +547,6 @@ TEST_F(FreeForm, ARepeatMayCoverTheCountAndItsReals)
 {
     EXPECT_EQ(counted("3*2\n").n, 2);
     EXPECT_EQ(counted("3*2\n").values, (std::array<double, 3>{2, 2, kept}));
-}
-
-// Writes numbers in any spelling that the rules allow.
-class speller {
-public:
-    explicit speller(unsigned seed) : random(seed) {}
-
-    bool chance(int outof)
-    {
-        return below(outof) == 0;
-    }
-
-    int below(int limit)
-    {
-        return std::uniform_int_distribution<int>(0, limit - 1)(random);
-    }
-
-    double number()
-    {
-        if (chance(4)) return below(2000) - 1000;
-        if (chance(3)) return std::ldexp(below(100000) - 50000, -below(20));
-        for (;;) {
-            const double x = std::bit_cast<double>(random());
-            if (std::isfinite(x)) return x;
-        }
-    }
-
-    std::string spelled(double x)
-    {
-        char text[400];
-        const auto form = chance(2) ? std::chars_format::scientific : std::chars_format::general;
-        const auto end = std::to_chars(text, text + sizeof text, std::fabs(x), form).ptr;
-        const std::string plain(text, end);
-        const std::size_t e = plain.find('e');
-        std::string mantissa = plain.substr(0, e);
-        std::string exponent = e == std::string::npos ? "" : plain.substr(e + 1);
-        const bool point = mantissa.find('.') != std::string::npos;
-        if (!point && chance(2)) mantissa += '.';
-        if (mantissa.find('.') != std::string::npos) mantissa += zeros();
-        if (mantissa.starts_with("0.") && mantissa.size() > 2 && chance(2)) mantissa.erase(0, 1);
-        if (mantissa[0] != '.' || chance(2)) mantissa.insert(0, zeros());
-        if (exponent.empty() && chance(3)) exponent = "+0";
-        if (!exponent.empty()) {
-            if (exponent[0] == '+' && chance(2)) exponent.erase(0, 1);
-            exponent.insert(exponent[0] == '+' || exponent[0] == '-' ? 1 : 0, zeros());
-            exponent.insert(0, 1, "eEdD"[below(4)]);
-        }
-        const std::string sign = std::signbit(x) ? "-" : chance(4) ? "+" : "";
-        return sign + mantissa + exponent;
-    }
-
-    std::string blanks(int most)
-    {
-        static constexpr const char* kinds[] = {" ", "  ", "\t", "\n", "\r\n", "\n\n", " \n\t"};
-        std::string text;
-        for (int k = below(most + 1); k > 0; --k) text += kinds[below(7)];
-        return text;
-    }
-
-    std::string separator()
-    {
-        if (chance(2)) return blanks(2) + "," + blanks(2);
-        return " " + blanks(2);
-    }
-
-private:
-    std::string zeros()
-    {
-        return std::string(chance(3) ? static_cast<std::size_t>(below(4)) : 0, '0');
-    }
-
-    std::mt19937_64 random;
-};
-
-// One read as it was written: the text and the values that it should leave behind.
-struct writtenread {
-    std::string text;
-    std::vector<double> values;
-};
-
-writtenread writeread(speller& write)
-{
-    writtenread read;
-    const auto places = static_cast<std::size_t>(1 + write.below(12));
-    read.text = write.blanks(2);
-    bool first = true;
-    while (read.values.size() < places) {
-        if (!first) read.text += write.separator();
-        first = false;
-        if (write.chance(25)) {
-            read.text += "/";
-            read.values.resize(places, kept);
-            break;
-        }
-        const std::size_t left = places - read.values.size();
-        std::size_t repeat = 1;
-        if (write.chance(4))
-            repeat = static_cast<std::size_t>(1 + write.below(static_cast<int>(left)));
-        const bool null = write.chance(8);
-        const double x = null ? kept : write.number();
-        if (repeat > 1 || null || write.chance(10)) read.text += std::to_string(repeat) + "*";
-        if (!null) read.text += write.spelled(x);
-        read.values.insert(read.values.end(), repeat, x);
-    }
-    read.text += write.chance(2) ? "\n" : " 12 remark, 'and /more\r\n";
-    return read;
-}
-
-TEST_F(FreeForm, AnyNumberInAnyLegalSpellingIsReadBackToTheLastBit)
-{
-    speller write(4711);
-    for (int k = 0; k < 20000; ++k) {
-        const double x = write.number();
-        const std::string text = write.spelled(x);
-        freeformtext source = textof(text);
-        double value = kept;
-        ASSERT_EQ(readreals(source, {&value, 1}), readdone) << text;
-        ASSERT_EQ(std::bit_cast<std::uint64_t>(value), std::bit_cast<std::uint64_t>(x)) << text;
-    }
-}
-
-TEST_F(FreeForm, AnyListInAnyLegalLayoutIsReadBackAndTheNextReadBeginsBehindIt)
-{
-    speller write(1234);
-    for (int k = 0; k < 2000; ++k) {
-        std::vector<writtenread> reads;
-        freeformtext source;
-        for (int r = 0; r < 5; ++r) {
-            reads.push_back(writeread(write));
-            source.text += reads.back().text;
-        }
-        for (const writtenread& read : reads) {
-            std::vector<double> values(read.values.size(), kept);
-            ASSERT_EQ(readreals(source, values), readdone) << read.text;
-            ASSERT_EQ(values, read.values) << read.text;
-        }
-        ASSERT_EQ(source.position, source.text.size());
-    }
-}
-
-TEST_F(FreeForm, AnyBytesAreReadWithoutHarm)
-{
-    std::mt19937 random(99);
-    static constexpr char letters[] = {'1',  '0', '*', ',', '/', '\'', '"', ' ',  '\n', '\r',
-                                       '\t', 'e', 'D', '.', '-', '+',  '_', '\0', '#',  '\xFF'};
-    for (int k = 0; k < 50000; ++k) {
-        freeformtext source;
-        for (int length = static_cast<int>(random() % 24); length > 0; --length)
-            source.text += letters[random() % sizeof letters];
-        const bool whole = source.text.empty();
-        std::string name;
-        int n = 0;
-        std::array<double, 4> guarded = {kept, kept, kept, kept};
-        const std::span<double> values = std::span(guarded).subspan(1, 2);
-        int status = readdone;
-        switch (k % 4) {
-        case 0: status = readword(source, name); break;
-        case 1: status = readinteger(source, n); break;
-        case 2: status = readreals(source, values); break;
-        default: status = readcountandreals(source, n, values); break;
-        }
-        ASSERT_TRUE(status == readdone || status == readended || status == readfailed);
-        ASSERT_LE(source.position, source.text.size());
-        ASSERT_TRUE(whole || source.position > 0);
-        ASSERT_TRUE(source.position == source.text.size()
-                    || source.text[source.position - 1] == '\n');
-        ASSERT_EQ(guarded.front(), kept);
-        ASSERT_EQ(guarded.back(), kept);
-    }
 }
 
 } // namespace
