@@ -96,7 +96,7 @@ std::string ES(int w, int d, double x)
 std::string EN(int w, int d, double x)
 {
     if (!std::isfinite(x)) return notfinite(w, x);
-    int before = x == 0.0 ? 1 : leadingdigits(scientificdigits(x, 17).exponent);
+    int before = leadingdigits(scientificdigits(x, 17).exponent);
     scientific s = scientificdigits(x, d + before - 1);
     const std::size_t sign = s.digits[0] == '-' ? 1 : 0;
     if (leadingdigits(s.exponent) != before) {

@@ -168,11 +168,6 @@ int readplaces(reading& read, std::size_t count, Store store)
     return readdone;
 }
 
-bool slashended(const reading& read)
-{
-    return read.current.kind == itemkind::slash;
-}
-
 // Reads an integer of 32 bits that fills the whole text.
 bool tointeger(std::string_view text, int& value)
 {
@@ -287,7 +282,7 @@ int readcountandreals(freeformtext& source, int& n, std::span<double> values)
 {
     reading read(source);
     int status = readintegerfrom(read, n);
-    if (status == readdone && !slashended(read) && n > 0)
+    if (status == readdone && n > 0) // a slash for the count still stands there
         status = readrealsfrom(read, static_cast<std::size_t>(n), values);
     skiprestofline(source);
     return status;

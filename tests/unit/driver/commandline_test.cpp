@@ -194,6 +194,18 @@ TEST_F(Prompt, TakesANullItemForAnEmptyName)
     expectmessage("/missing.idx\n", wrongextension);
 }
 
+TEST_F(Prompt, IsAnsweredByALineWithANullItemWithoutWaitingForMore)
+{
+    // A line for the prompt and one for the pause, from a pipe that stays open.
+    runsetting setting;
+    setting.program = "/bin/sh";
+    setting.arguments = {"-c",
+                         "mkfifo typing; exec 3<>typing; printf ',\\n\\n' >&3;"
+                         "timeout 20 '" TORVIK_PROGRAM "' <typing; echo status $?; rm typing"};
+    const runresult run = runtorvik(setting);
+    EXPECT_TRUE(run.output.ends_with(wrongextension + "status 0\n")) << run.output;
+}
+
 // A help word is one only as an argument.
 TEST_F(Prompt, TakesAHelpWordForAFileName)
 {

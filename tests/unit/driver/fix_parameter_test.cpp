@@ -453,6 +453,12 @@ TEST_F(Keyword, WeightsForSortingBasesMayBeZeroIfTheirSumReachesItsBound)
     EXPECT_EQ(modofsavedbases.weightsforsortingbases(2), 0.0);
 }
 
+TEST_F(Keyword, VonMisesTypeFunctionInRankingTakesANullValueForMinusNine)
+{
+    expectecho("_vonMisesTypeFunctionInRanking\n,\n",
+               " Type of function for ranking reflections :                 -9\n");
+}
+
 TEST_F(Keyword, VonMisesTypeFunctionInRankingTakesMinusNineToZeroAndTen)
 {
     const std::string blanks(16, ' ');

@@ -113,6 +113,24 @@ TEST_F(Run, EndsInTheLogWithItsTiming)
     EXPECT_TRUE(std::regex_match(log.substr(start), timing)) << log.substr(start);
 }
 
+TEST_F(Run, DoesNotCountTheTimeThatItWaitsAsProcessorTime)
+{
+    // The input comes through a pipe, a second late.
+    runsetting setting;
+    setting.program = "/bin/sh";
+    setting.files = {{"late.idx", "_CreateLogFile\n1\n" + solvedinput}};
+    setting.arguments = {"-c", "mkfifo a.idx; (sleep 1; cat late.idx >a.idx) & '" TORVIK_PROGRAM
+                               "' a.idx; rm a.idx"};
+    const runresult run = runtorvik(setting);
+    for (const std::string& text : {run.output, run.files.at("a_idx.log")}) {
+        const std::regex timing(" System time : +([0-9.]+) seconds\n"
+                                " CPU time    : +([0-9.]+) seconds\n");
+        std::smatch figure;
+        ASSERT_TRUE(std::regex_search(text, figure, timing)) << text;
+        EXPECT_LT(std::stod(figure[2]) + 0.5, std::stod(figure[1])) << text;
+    }
+}
+
 TEST_F(Run, WithALogHasTheTimingOnTheTerminalAsWell)
 {
     const runresult run = runtorvik("_CreateLogFile\n1\n" + solvedinput);

@@ -192,6 +192,7 @@ TEST_F(InputFile, FromWindowsIsReadAlike)
               kappaecho + countoffour + extentecho);
     EXPECT_EQ(otherglobalvariables.angleofkappaaxis, 60.0);
     expectvector(4, 0.1, 0.2, 0.3);
+    EXPECT_EQ(readinput("_AngleOfKappaAxis\r\n60\r\n\r\n\r\n"), kappaecho);
 }
 
 TEST_F(InputFile, MayEndWithoutALineEnd)

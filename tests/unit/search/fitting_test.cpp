@@ -332,6 +332,24 @@ TEST_F(Refit, LeavesTheBasisAsItWasWhenTheIndicesLieInAPlane)
     EXPECT_EQ(bitsof(D), before);
 }
 
+TEST_F(Refit, LeavesTheBasisAsItWasWhenTheFittedVectorsLieInAPlane)
+{
+    // All reflections have z = 0. The third indices, 0.3 times the first, are rounded to 0 and, for
+    // 3 0 0, to 1: so the indices lie in no plane, while the fitted reciprocal vectors do.
+    setreflections({{{1.0, 0.0, 0.0}},
+                    {{3.0, 0.0, 0.0}},
+                    {{-3.0, 0.0, 0.0}},
+                    {{0.0, 1.0, 0.0}},
+                    {{0.0, 2.0, 0.0}},
+                    {{1.0, 1.0, 0.0}}});
+    matrix3 D = {{{1.0, 0.0, 0.0}, {0.0, 1.0, 0.0}, {0.3, 0.0, 1.0}}};
+    const std::string before = bitsof(D);
+    int status = done;
+    fittingabovethreshold(0.35, D, status);
+    EXPECT_EQ(status, failed);
+    EXPECT_EQ(bitsof(D), before);
+}
+
 TEST_F(Refit, BringsABasisOntoTheLatticeOfItsReflections)
 {
     setgoodreflections(20, 15);
@@ -340,6 +358,19 @@ TEST_F(Refit, BringsABasisOntoTheLatticeOfItsReflections)
     fittingabovethreshold(0.2, D, status);
     EXPECT_EQ(status, done);
     EXPECT_LT(difference(D, identity), 1e-14);
+}
+
+TEST_F(Refit, TakesCellsOfAnySize)
+{
+    // Vectors in another unit: 1e-6 of the lengths is 1e-18 of the reciprocal volume.
+    setgoodreflections(20, 15);
+    for (int k = 1; k <= 20; ++k)
+        for (int j = 1; j <= 3; ++j) recorded_reflections.reflections(k)(j) *= 1e-6;
+    matrix3 D = diagonal(1.01e6, 0.99e6, 1.01e6);
+    int status = failed;
+    fittingabovethreshold(0.2, D, status);
+    EXPECT_EQ(status, done);
+    EXPECT_LT(difference(D, diagonal(1e6, 1e6, 1e6)), 1e-8);
 }
 
 TEST_F(Refit, AcceptsAReflectionExactlyAtTheThreshold)
@@ -372,6 +403,9 @@ TEST_F(Refit, LeavesOutReflectionsWithAnIndexBeyondTheLargest)
     int status = done;
     fittingabovethreshold(0.12, D, status);
     EXPECT_EQ(status, failed);
+    recorded_reflections.reflections(5) = {{-100.0, 0.0, 0.0}}; // the largest itself is allowed
+    fittingabovethreshold(0.12, D, status);
+    EXPECT_EQ(status, done);
     setgoodreflections(5, 5);
     fittingabovethreshold(0.12, D, status);
     EXPECT_EQ(status, done);

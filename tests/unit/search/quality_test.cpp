@@ -159,6 +159,27 @@ TEST_F(RankingCurve, EveryTypeBeyondNineIsTheSameSumOfThreeCurves)
     EXPECT_EQ(ten(77), three(77 / 511.0) / sum);
 }
 
+TEST_F(RankingCurve, OfTheSumAddsTheNegativeKappaAndTheSmallOneBeforeThePositiveOne)
+{
+    // Another order gives other last bits, which can decide between two reflections.
+    double expected[512];
+    double s = 0.0;
+    int regrouped = 0;
+    for (int i = 0; i < 512; ++i) {
+        const double x = i / 511.0;
+        const double a = vonmises(-3.0, x);
+        const double b = vonmises(0.01, x);
+        const double c = vonmises(3.0, x);
+        expected[i] = (a + b) + c;
+        if (a + (b + c) != expected[i]) ++regrouped;
+        s += expected[i];
+    }
+    rankingcurve table;
+    getavonmisestypefunction(10, table);
+    for (int i = 0; i < 512; ++i) EXPECT_EQ(table(i), expected[i] / s) << i;
+    EXPECT_GT(regrouped, 0);
+}
+
 TEST_F(RankingCurve, NineAndMinusNineDiffer)
 {
     rankingcurve narrow;

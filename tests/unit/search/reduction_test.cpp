@@ -215,6 +215,33 @@ TEST_F(Reduction, NegatesTheVectorWhoseTwoProductsHaveTheWrongSign)
         // ab > 0, bc < 0, ac > 0: a is negated, and none is positive
         {{{{4.0, 0.0, 0.0}, {0.25, 5.0, 0.0}, {0.25, -0.2, 6.0}}},
          {{{-4.0, 0.0, 0.0}, {0.25, 5.0, 0.0}, {0.25, -0.2, 6.0}}}},
+        // ab = 0, bc < 0, ac > 0: a is negated, and none is positive
+        {{{{4.0, 0.0, 0.0}, {0.0, 5.0, 0.0}, {0.25, -0.2, 6.0}}},
+         {{{-4.0, 0.0, 0.0}, {0.0, 5.0, 0.0}, {0.25, -0.2, 6.0}}}},
+    };
+    for (const auto& [M, expected] : cases) {
+        EXPECT_EQ(difference(buerger(M), expected), 0.0) << bitsof(M);
+        EXPECT_EQ(difference(simple(M), expected), 0.0) << bitsof(M);
+    }
+}
+
+TEST_F(Reduction, LeavesAProductOfExactlyHalfASquaredLength)
+{
+    // A step would give a vector of the same length. One vector is negated, so that none of the
+    // products is positive.
+    const struct {
+        matrix3 M;
+        matrix3 expected;
+    } cases[] = {
+        // bc = B / 2
+        {{{{0.0, 0.0, 1.0}, {2.0, 0.0, 0.0}, {1.0, 2.0, 0.0}}},
+         {{{0.0, 0.0, 1.0}, {-2.0, 0.0, 0.0}, {1.0, 2.0, 0.0}}}},
+        // ac = A / 2
+        {{{{2.0, 0.0, 0.0}, {0.0, 2.5, 0.0}, {1.0, 0.0, 3.0}}},
+         {{{2.0, 0.0, 0.0}, {0.0, 2.5, 0.0}, {-1.0, 0.0, -3.0}}}},
+        // ab = A / 2
+        {{{{2.0, 0.0, 0.0}, {1.0, 2.0, 0.0}, {0.0, 0.0, 4.0}}},
+         {{{2.0, 0.0, 0.0}, {-1.0, -2.0, 0.0}, {0.0, 0.0, 4.0}}}},
     };
     for (const auto& [M, expected] : cases) {
         EXPECT_EQ(difference(buerger(M), expected), 0.0) << bitsof(M);
@@ -304,6 +331,14 @@ TEST_F(ReductionGuard, EndsAReductionThatRunsInACircleWithItsLattice)
 {
     EXPECT_TRUE(samespan(buerger(neverending), neverending));
     EXPECT_TRUE(samespan(simple(neverending), neverending));
+}
+
+TEST_F(ReductionGuard, EndsAReductionAfterAHundredThousandPasses)
+{
+    // The circle has an even number of passes that divides 100000, so the guard ends a reduction
+    // where it began once it is in the circle; after 99999 passes it would be elsewhere.
+    const matrix3 ended = buerger(neverending);
+    EXPECT_EQ(bitsof(buerger(ended)), bitsof(ended));
 }
 
 TEST_F(ReductionGuard, IsReportedOnceHoweverOftenItEndsAReduction)

@@ -60,6 +60,10 @@ TEST_F(SequentialFit, TakesVectorsWithinOnePointOneFiveTimesTheCriterion)
     R = identity;
     EXPECT_EQ(fitfrom(R, {x, y, z, {{2.139, 0.0, 0.0}}}), done);
     EXPECT_EQ(difference(R, identity), 0.0);
+    // A vector exactly that far off is taken: the index is 0, and along x the fit of y is off.
+    const double limit = 1.15 * 0.12;
+    EXPECT_EQ(fitfrom(R, {x, y, z, {{limit, 1.0, 0.0}}}), done);
+    EXPECT_NEAR(R(2, 1), limit / 2.0, 1e-15);
 }
 
 TEST_F(SequentialFit, TakesTheBestIndexedVectorFirst)

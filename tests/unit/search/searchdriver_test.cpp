@@ -584,6 +584,15 @@ TEST_F(Bar, OfTenReflectionsIsFiveWithinHalfTheCriterion)
     EXPECT_EQ(modofsavedbases.iqualityofsavedbases(1), (indexcounts{5, 5}));
 }
 
+TEST_F(Bar, OfNineReflectionsIsFour)
+{
+    // sqrt(19.8) = 4.4497, just below a half
+    setdeviations(9, 3, 6);
+    EXPECT_EQ(savedby(identity), 0);
+    setdeviations(9, 4, 5);
+    EXPECT_EQ(savedby(identity), 1);
+}
+
 TEST_F(Bar, OfAHundredReflectionsIsFifteen)
 {
     // sqrt(220) = 14.83

@@ -203,6 +203,33 @@ TEST_F(FinalRefit, ReachesReflectionsWithinTwiceTheCriterion)
     EXPECT_EQ(modofsavedbases.aqualityofsavedbases(1), allsix);
 }
 
+TEST_F(FinalRefit, GoesDownToAQuarterOfTheCriterion)
+{
+    // Under an axis of 1.0055, the reflections 1 to 5 along x are 0.0275 off at most, within a
+    // quarter of the criterion, 0.03. Four others are 6 - 0.05: with them any fit gives an axis
+    // near 1.01, which indexes nothing more. Without them it is 1, and three far ones, at 45, which
+    // are 0.2475 off at first, are indexed.
+    const double off = 5.95 / 1.0055;
+    setreflections({{{1.0, 0.0, 0.0}},
+                    {{2.0, 0.0, 0.0}},
+                    {{3.0, 0.0, 0.0}},
+                    {{4.0, 0.0, 0.0}},
+                    {{5.0, 0.0, 0.0}},
+                    {{0.0, 1.0, 0.0}},
+                    {{0.0, 0.0, 1.0}},
+                    {{off, 0.0, 0.0}},
+                    {{off, 0.0, 0.0}},
+                    {{off, 0.0, 0.0}},
+                    {{off, 0.0, 0.0}},
+                    {{45.0, 0.0, 0.0}},
+                    {{45.0, 0.0, 0.0}},
+                    {{45.0, 0.0, 0.0}}});
+    // Eleven reflections within half the criterion at first.
+    EXPECT_LT(difference(refitted(diagonal(1.0055, 1.0, 1.0), 0.3 * 11 + 0.7 * 11), identity),
+              1e-14);
+    EXPECT_EQ(modofsavedbases.iqualityofsavedbases(1), (indexcounts{10, 14}));
+}
+
 TEST_F(FinalRefit, DoesNotReachFartherThanTwiceTheCriterion)
 {
     setfaraway(); // 4 * 0.0625 = 0.25 off

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
 #include <string>
 
@@ -157,6 +158,35 @@ TEST_F(Units, AnUnfinishedFileOfAnotherRunIsLeftAlone)
     EXPECT_EQ(filecount(), 2U);
 }
 
+TEST_F(Units, UnfinishedFilesAreNumberedFromTheSecondOn)
+{
+    writefile(name("Torvik.part"), "of another run");
+    openoutputbeside(resultsunit, name("results"));
+    EXPECT_TRUE(exists("Torvik.part2"));
+    openoutputbeside(lepageunit, name("LePage.inp"));
+    EXPECT_TRUE(exists("Torvik.part3"));
+    EXPECT_EQ(filecount(), 3U);
+    closeoutput(resultsunit);
+    closeoutput(lepageunit);
+}
+
+TEST_F(Units, TheTerminalShowsATextWithoutALineEndWhenItIsToldTo)
+{
+    std::fflush(stdout);
+    const int terminal = dup(STDOUT_FILENO);
+    const int file = open(name("terminal").c_str(), O_WRONLY | O_CREAT, 0600);
+    dup2(file, STDOUT_FILENO);
+    writetext(terminalunit, "1 -->");
+    showterminal();
+    const std::string shown = readfile(name("terminal"));
+    writeline(terminalunit);
+    showterminal();
+    dup2(terminal, STDOUT_FILENO);
+    close(terminal);
+    close(file);
+    EXPECT_EQ(shown, "1 -->");
+}
+
 TEST_F(Units, TwoWritersOfOneNameDoNotMixAndTheLastToCloseWins)
 {
     openoutputbeside(resultsunit, name("results"));
@@ -270,6 +300,7 @@ TEST_F(Units, AnOpenLineOfTheTerminalIsEndedBeforeTheMessage)
                 "^progress  \n Error: Cannot write missing/log.\nTorvik is");
     EXPECT_EXIT(failafter("progress\n"), ExitedWithCode(0),
                 "^progress\n Error: Cannot write missing/log.\nTorvik is");
+    EXPECT_EXIT(failafter(""), ExitedWithCode(0), "^ Error: Cannot write missing/log.\nTorvik is");
 }
 
 TEST_F(Units, AMissingFolderCannotBeWrittenTo)
