@@ -282,6 +282,17 @@ TEST_F(KappaConversions, NoFiniteKappaMakesTheAxisIncompatible)
     EXPECT_EQ(printed, "");
 }
 
+TEST_F(KappaConversions, ChiOfExactlyTwiceAlphaIsReached)
+{
+    // The kappa axis then stands half a turn from its zero.
+    double phi = 0.0;
+    double omega = 0.0;
+    double kappa = 0.0;
+    const double alpha = radians(50.0);
+    EXPECT_EQ(printedby([&] { euler2kappa(0.0, 0.0, 2.0 * alpha, alpha, phi, omega, kappa); }), "");
+    EXPECT_NEAR(kappa, 3.14159265358979323846, 1e-15);
+}
+
 } // namespace
 
 } // namespace torvik

@@ -279,6 +279,15 @@ TEST_F(ResultsFile, TellsTheNumberOfSolutionsAfterTheCut)
     EXPECT_EQ(lines[25], "  Solution nr   1 out of   2.");
 }
 
+TEST_F(ResultsFile, KeepsTheBetterOfTwoDuplicates)
+{
+    // They are sorted before the later one is left out.
+    fillstore({{diagonal(5.0, 6.0, 7.0), 1.0}, {diagonal(-5.0, 6.0, 7.0), 2.0}});
+    write(0);
+    ASSERT_EQ(modofsavedbases.numberofsavedbases, 1);
+    EXPECT_EQ(modofsavedbases.aqualityofsavedbases(1), 2.0);
+}
+
 TEST_F(ResultsFile, LeavesOutDuplicatesBeforeTheCut)
 {
     // The two best are one lattice (the second has its first vector replaced by a + b), so the

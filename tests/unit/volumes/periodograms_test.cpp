@@ -1,5 +1,6 @@
 #include "volumes/periodograms.h"
 
+#include "numeric/constants.h"
 #include "support/runs.h"
 #include "text/units.h"
 #include "unit/volumes/periodogramcases.h"
@@ -513,6 +514,25 @@ TEST(Logarithm, ToBaseFourOfSixteenIsTwo)
     EXPECT_DOUBLE_EQ(loga(10.0, 0.001), -3.0);
     EXPECT_EQ(loga(4.0, 0.0), -std::numeric_limits<double>::infinity());
     EXPECT_EQ(loga(3.0, 7.0), std::log(7.0) / std::log(3.0)); // a quotient of natural logarithms
+}
+
+// Both the sine and the cosine take the single-precision pi, so the phase of t/P = f is 360 f degrees
+// if the factor to degrees takes it as well: here 45.0499995, while the exact factor would make
+// 45.05000075 of it.
+TEST_F(PeriodogramLog, ShowsPhasesByTheFactorOfTheSinglePrecisionPi)
+{
+    setoneproduct(45.0499995 / 360.0);
+    setperiods({1.0});
+    EXPECT_TRUE(linesof(logged(rayleigh_periodogram))[2].ends_with("      45.0"));
+}
+
+// Two products of a quarter of a turn and a billionth less, two of three times as much: their sines
+// cancel to the bit, and the sum of the cosines is below zero, so the offset is half of half a turn.
+TEST_F(PeriodogramLog, ShowsAnOffsetWhereOnlyTheSumOfTheSinesVanishes)
+{
+    setfourproducts(3.0, 3.0, 1.0);
+    setperiods({fourpi / (1.5707963267948966 - 1e-9)});
+    EXPECT_TRUE(linesof(logged(scargle_periodogram))[2].ends_with("      90.0"));
 }
 
 } // namespace

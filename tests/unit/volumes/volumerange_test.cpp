@@ -281,6 +281,42 @@ TEST_F(VolumeRange, PeriodsHaveTheBitsOfTheFormula)
     for (int i = 0; i <= N(); ++i) EXPECT_EQ(P(i), Rmin / (1.0 - i * d)) << i;
 }
 
+TEST_F(VolumeRange, NumberOfPeriodsHasTheGroupingOfTheFormula)
+{
+    // The range is k / (6 * 1.1) and the largest product 1.1: divided by q = 1/6 they give k, or a
+    // bit less, which is cut to k - 1. Grouped otherwise, some come out otherwise.
+    setoneproduct(1.1);
+    otherglobalvariables.iextentofthesearch = 2;
+    const double q = 1.0 / 6.0;
+    int regrouped = 0;
+    for (int k = 1; k <= 500; ++k) {
+        setlimits(1.0, 1.0 + k / 6.6);
+        const double range = (1.0 + k / 6.6) - 1.0;
+        initialized();
+        EXPECT_EQ(N(), static_cast<int>(range * 1.1 / q)) << k;
+        if (static_cast<int>(range * (1.1 / q)) != N()) ++regrouped;
+    }
+    EXPECT_GT(regrouped, 0);
+}
+
+TEST_F(VolumeRange, FirstAutomaticPeriodHasTheBitsOfTheFormula)
+{
+    // It is the cube of the shortest length over 10000, not the inverse of the largest volume.
+    int regrouped = 0;
+    for (int k = 1; k <= 20; ++k) {
+        const double m = 0.1 + 0.013 * k;
+        setreflections({{{m, 0, 0}}, {{0, 1, 0}}, {{0, 0, 1}}});
+        otherglobalvariables = {};
+        otherglobalvariables.iextentofthesearch = 0;
+        testperiods.number_of_test_periods = 0;
+        const double cube = m * m * m;
+        initialized();
+        EXPECT_EQ(P(0), cube / 10000.0) << k;
+        if (1.0 / (10000.0 / cube) != P(0)) ++regrouped;
+    }
+    EXPECT_GT(regrouped, 0);
+}
+
 TEST_F(VolumeRange, TerminalShowsTheNumberOfPeriodsAfterAnEmptyLine)
 {
     setoneproduct(1.0);
