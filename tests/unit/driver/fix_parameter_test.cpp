@@ -453,6 +453,17 @@ TEST_F(Keyword, WeightsForSortingBasesMayBeZeroIfTheirSumReachesItsBound)
     EXPECT_EQ(modofsavedbases.weightsforsortingbases(2), 0.0);
 }
 
+TEST_F(Keyword, ThatCannotBeReadSetsTheFlag)
+{
+    for (const std::string line : {"0*_Wavelength\n", "'_Wavelength"}) {
+        inputlines() = {line, line.size()};
+        int flag = 0;
+        fix_parameter(flag);
+        EXPECT_EQ(flag, 1) << line;
+    }
+    closeinput();
+}
+
 TEST_F(Keyword, VonMisesTypeFunctionInRankingTakesANullValueForMinusNine)
 {
     expectecho("_vonMisesTypeFunctionInRanking\n,\n",
