@@ -45,13 +45,7 @@ void use(int descriptor, int place)
     if (chdir(setting.folder.c_str()) != 0) _exit(126);
     setting.before();
     const std::string program = setting.program.empty() ? TORVIK_PROGRAM : setting.program;
-    std::vector<std::string> words = {program};
-    words.insert(words.end(), setting.arguments.begin(), setting.arguments.end());
-    std::vector<char*> arguments;
-    for (std::string& word : words) arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    execv(program.c_str(), arguments.data());
-    _exit(127);
+    execute(program, setting.arguments);
 }
 
 } // namespace

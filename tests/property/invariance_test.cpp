@@ -434,8 +434,8 @@ TEST_F(TheLattice, AndAllOthersScaleWithTheUnitDespiteErrors)
 
 // The order and the signs of the reflections decide from which basis of a lattice a refinement
 // starts, and so, at times, where it ends. In three hundred thousand cases each, the lists differed
-// in 707 after a change of the order and in SIGNS after one of the signs, and the quality of the
-// first solution in 1 and in SIGNB.
+// in 707 after a change of the order and in 459 after one of the signs, the quality of the first
+// solution in 1 and in none.
 
 TEST_F(TheLattice, AndAllOthersHardlyHangOnTheOrderOfReflectionsWithErrors)
 {

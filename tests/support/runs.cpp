@@ -1,5 +1,6 @@
 #include "support/runs.h"
 
+#include "driver/write_log_file.h"
 #include "text/units.h"
 
 #include <gtest/gtest.h>
@@ -33,13 +34,7 @@ namespace fs = std::filesystem;
     redirect("output", O_WRONLY | O_CREAT, STDOUT_FILENO);
     redirect("errors", O_WRONLY | O_CREAT, STDERR_FILENO);
     if (chdir(folder.path().c_str()) != 0) _exit(126);
-    std::vector<std::string> words = {program};
-    words.insert(words.end(), setting.arguments.begin(), setting.arguments.end());
-    std::vector<char*> arguments;
-    for (std::string& word : words) arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    execv(program.c_str(), arguments.data());
-    _exit(127);
+    execute(program, setting.arguments);
 }
 
 int exitstatus(int status)
@@ -149,6 +144,26 @@ std::string writtenby(int unit, const std::function<void()>& action)
     action();
     closeoutput(unit);
     return readfile(folder.file("unit"));
+}
+
+std::string loggedby(const std::function<void()>& action)
+{
+    write_log_file.log_file_level = 1;
+    write_log_file.log_file_number = logunit;
+    const std::string text = writtenby(logunit, action);
+    write_log_file = {};
+    return text;
+}
+
+void execute(const std::string& program, const std::vector<std::string>& arguments)
+{
+    std::vector<std::string> words = {program};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> pointers;
+    for (std::string& word : words) pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+    execv(program.c_str(), pointers.data());
+    _exit(127);
 }
 
 std::vector<std::string> linesof(const std::string& text)

@@ -55,6 +55,9 @@ runresult runtorvik(const runsetting& setting);
 // Runs the program on one input file "a.idx" with the given content.
 runresult runtorvik(const std::string& idx);
 
+// Becomes another program, in a child process; its exit status is 127 if that fails.
+[[noreturn]] void execute(const std::string& program, const std::vector<std::string>& arguments);
+
 // Masks the date and the figures of the timing lines, which become "<8 columns>" or "<13 columns>".
 std::string masked(const std::string& text);
 
@@ -63,6 +66,9 @@ std::string printedby(const std::function<void()>& action);
 
 // Gives what an action writes to a unit, which is opened for it.
 std::string writtenby(int unit, const std::function<void()>& action);
+
+// Gives what an action writes to the log, which is on for it alone.
+std::string loggedby(const std::function<void()>& action);
 
 // Gives the lines of a text, without their ends.
 std::vector<std::string> linesof(const std::string& text);

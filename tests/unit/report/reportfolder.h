@@ -3,6 +3,7 @@
 
 #include "store/savedbases.h"
 #include "support/fresh.h"
+#include "support/matrices.h"
 #include "support/runs.h"
 
 #include <filesystem>
@@ -59,11 +60,6 @@ inline void fillstore(std::initializer_list<savedsolution> solutions)
     int slot = 0;
     for (const savedsolution& s : solutions) fillslot(++slot, s.basis, {}, s.quality);
     modofsavedbases.numberofsavedbases = slot;
-}
-
-inline matrix3 diagonal(double a, double b, double c)
-{
-    return {{{a, 0.0, 0.0}, {0.0, b, 0.0}, {0.0, 0.0, c}}};
 }
 
 // Rules as they stand in the files: a blank, then 56 characters.

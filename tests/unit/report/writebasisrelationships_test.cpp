@@ -16,42 +16,36 @@ protected:
     }
 };
 
+// What is written of two bases of which one has the first vector 2a + b of the other.
+std::string doubled(const std::string& smaller, const std::string& larger)
+{
+    return D + "    1 <=>   2\n\n  Basis   " + smaller + " => Basis   " + larger + " = T * Basis   "
+           + smaller
+           + ".\n"
+             "  Transformation matrix T:\n"
+             "              2.00    1.00    0.00\n"
+             "              0.00    1.00    0.00\n"
+             "              0.00    0.00    1.00\n"
+             "\n"
+             "  Volume ratio :      2.00\n"
+             "\n"
+           + D;
+}
+
 TEST_F(Relationships, ExpressTheLargerCellInTheSmallerOne)
 {
     // The second cell is the first with a new first vector 2a + b: T has the rows (2, 1, 0),
     // (0, 1, 0) and (0, 0, 1), the ratio is 2.
     fillstore({{diagonal(3.0, 4.0, 5.0), 1.0},
                {{{{6.0, 4.0, 0.0}, {0.0, 4.0, 0.0}, {0.0, 0.0, 5.0}}}, 1.0}});
-    EXPECT_EQ(written(), D
-                             + "    1 <=>   2\n"
-                               "\n"
-                               "  Basis   1 => Basis   2 = T * Basis   1.\n"
-                               "  Transformation matrix T:\n"
-                               "              2.00    1.00    0.00\n"
-                               "              0.00    1.00    0.00\n"
-                               "              0.00    0.00    1.00\n"
-                               "\n"
-                               "  Volume ratio :      2.00\n"
-                               "\n"
-                             + D);
+    EXPECT_EQ(written(), doubled("1", "2"));
 }
 
 TEST_F(Relationships, TurnRoundWhenTheFirstCellIsTheLarger)
 {
     fillstore({{{{{6.0, 4.0, 0.0}, {0.0, 4.0, 0.0}, {0.0, 0.0, 5.0}}}, 1.0},
                {diagonal(3.0, 4.0, 5.0), 1.0}});
-    EXPECT_EQ(written(), D
-                             + "    1 <=>   2\n"
-                               "\n"
-                               "  Basis   2 => Basis   1 = T * Basis   2.\n"
-                               "  Transformation matrix T:\n"
-                               "              2.00    1.00    0.00\n"
-                               "              0.00    1.00    0.00\n"
-                               "              0.00    0.00    1.00\n"
-                               "\n"
-                               "  Volume ratio :      2.00\n"
-                               "\n"
-                             + D);
+    EXPECT_EQ(written(), doubled("2", "1"));
 }
 
 TEST_F(Relationships, OfEqualVolumesExpressTheFirstBasisInTheSecond)

@@ -38,15 +38,6 @@ const vector3 x = {{1.0, 0.0, 0.0}};
 const vector3 y = {{0.0, 1.0, 0.0}};
 const vector3 z = {{0.0, 0.0, 1.0}};
 
-std::string loggedby(const std::function<void()>& action)
-{
-    write_log_file.log_file_level = 1;
-    write_log_file.log_file_number = logunit;
-    const std::string text = writtenby(logunit, action);
-    write_log_file = {};
-    return text;
-}
-
 // Gives what the whole search writes to the log.
 std::string loggedbysearch()
 {

@@ -27,15 +27,6 @@ class Removal : public fresh {};
 const matrix3 identity = diagonal(1.0, 1.0, 1.0);
 const double nan = std::numeric_limits<double>::quiet_NaN();
 
-std::string loggedby(const std::function<void()>& action)
-{
-    write_log_file.log_file_level = 1;
-    write_log_file.log_file_number = logunit;
-    const std::string text = writtenby(logunit, action);
-    write_log_file = {};
-    return text;
-}
-
 // A basis with a volume and a quality; its first count tells it apart.
 void add(int tag, double volume, double quality)
 {

@@ -8,7 +8,6 @@
 #include "text/units.h"
 
 #include <cmath>
-#include <functional>
 #include <limits>
 #include <string>
 
@@ -21,15 +20,6 @@ class Similarity : public fresh {};
 class WorstBasis : public fresh {};
 class VolumeLimits : public fresh {};
 class Divisibility : public fresh {};
-
-std::string loggedby(const std::function<void()>& action)
-{
-    write_log_file.log_file_level = 1;
-    write_log_file.log_file_number = logunit;
-    const std::string text = writtenby(logunit, action);
-    write_log_file = {};
-    return text;
-}
 
 void save(const matrix3& D, const indexcounts& counts, double quality)
 {
