@@ -5,7 +5,6 @@
 
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <utility>
 
 namespace torvik {
@@ -13,7 +12,6 @@ namespace torvik {
 namespace {
 
 constexpr int maxpasses = 100000;
-constexpr int marking = 500; // passes after which a basis is kept to see whether it returns
 
 // The reduction that first came to the guard says so, once in a run.
 bool guardreported = false;
@@ -164,30 +162,12 @@ void reportguard()
     guardreported = true;
 }
 
-// Says whether two bases are the same to the bit: then the passes that follow are the same, too.
-bool samebits(const reducedbasis& v, const reducedbasis& w)
-{
-    static_assert(sizeof(reducedbasis) == 15 * sizeof(double));
-    return std::memcmp(&v, &w, sizeof v) == 0;
-}
-
-// Repeats a pass until it gives false, or to the guard. Where the passes go in a circle, all whole
-// rounds up to the guard are left out: the end is the same.
+// Repeats a pass until it gives false, or to the guard.
 template <class Pass>
 void reduce(matrix3& M, reducedbasis& v, Pass pass)
 {
-    reducedbasis mark = v;
-    int markcount = 0;
     int count = 0;
-    while (count < maxpasses && pass(v)) {
-        ++count;
-        if (count % marking == 0) {
-            mark = v;
-            markcount = count;
-        } else if (count > marking && samebits(v, mark)) {
-            count = maxpasses - (maxpasses - count) % (count - markcount);
-        }
-    }
+    while (count < maxpasses && pass(v)) ++count;
     if (count == maxpasses) reportguard();
     M = rowsmatrix(v.a, v.b, v.c);
 }
