@@ -423,6 +423,28 @@ TEST_F(FreeFormReading, TakesForANumberWhatIsOneToItsLastCharacterAndNothingElse
     ASSERT_GT(integers, all / 50);
 }
 
+TEST_F(FreeFormReading, RefusesAnyNumberInQuotes)
+{
+    speller write(1239);
+    for (int n = cases(3000, 300000); n > 0; --n) {
+        const bool whole = write.chance(2);
+        const std::string quote = write.chance(2) ? "'" : "\"";
+        const std::string count = write.chance(4) ? "2*" : "";
+        const std::string number =
+            whole ? write.integer(write.anyinteger()) : write.real(write.anyreal());
+        freeformtext source = {count + quote + number + quote + "\n", 0};
+        double value = kept;
+        ASSERT_EQ(readreals(source, {&value, 1}), readfailed) << source.text;
+        source.position = 0;
+        int read = -77;
+        ASSERT_EQ(readinteger(source, read), readfailed) << source.text;
+        source.position = 0;
+        std::string word;
+        ASSERT_EQ(readword(source, word), readdone) << source.text;
+        ASSERT_EQ(word, number);
+    }
+}
+
 TEST_F(FreeFormReading, RefusesIntegersBeyond32BitsHoweverLong)
 {
     speller write(1237);

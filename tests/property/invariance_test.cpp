@@ -22,6 +22,7 @@
 #include "support/runs.h"
 #include "volumes/estimatedvolumes.h"
 #include "volumes/ranking.h"
+#include "volumes/testperiods.h"
 #include "volumes/testvolumes.h"
 
 #include <algorithm>
@@ -478,6 +479,47 @@ TEST_F(TestVolumes, AreTheSameToTheBitWhicheverOfTwoOppositeReflectionsWasMeasur
 {
     // A triple product changes its sign at most, and only its magnitude is used.
     EXPECT_EQ(differing(55, somenegated, 0.0), 0);
+}
+
+// The range that is taken where the user gives none, and how many periods cover it.
+struct volumerange {
+    double smallest = 0.0;
+    double largest = 0.0;
+    int periods = 0;
+};
+
+volumerange rangeof(const vectors& reflections)
+{
+    setreflections(reflections);
+    otherglobalvariables.limitsonvolumeofprimitivecell = false;
+    printedby(initializingvolumes2);
+    return {otherglobalvariables.minvolumeofprimitivecell,
+            otherglobalvariables.maxvolumeofprimitivecell, testperiods.number_of_test_periods};
+}
+
+TEST_F(TestVolumes, HaveARangeThatHangsOnNothingButTheLengthsAndTheLattice)
+{
+    const change exact[] = {inaunitofatwopower, allnegated, mirrored, somenegated};
+    const change nearly[] = {turned, shuffled, inanotherunit};
+    randomnumbers random(59);
+    for (int n = cases(100, 5000); n > 0; --n) {
+        const crystal c = noisycrystal(random);
+        const volumerange range = rangeof(c.reflections);
+        for (const change make : exact) {
+            const changed after = make(c.reflections, random);
+            const volumerange found = rangeof(after.reflections);
+            ASSERT_EQ(found.smallest, range.smallest * after.volumefactor());
+            ASSERT_EQ(found.largest, range.largest * after.volumefactor());
+            ASSERT_EQ(found.periods, range.periods);
+        }
+        for (const change make : nearly) {
+            const changed after = make(c.reflections, random);
+            const volumerange found = rangeof(after.reflections);
+            ASSERT_NEAR(found.smallest / (range.smallest * after.volumefactor()), 1.0, 1e-9);
+            ASSERT_NEAR(found.largest / (range.largest * after.volumefactor()), 1.0, 1e-9);
+            ASSERT_NEAR(found.periods, range.periods, 1); // a quotient, cut to a whole number
+        }
+    }
 }
 
 TEST_F(TestVolumes, HangOnNothingButTheLattice)
