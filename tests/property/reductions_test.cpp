@@ -213,7 +213,7 @@ TEST_F(Reductions, EndOnAnyFiniteInput)
     // out, it comes. Most cases end at once; a hundred thousand passes, the most that one may take,
     // are some milliseconds.
     randomnumbers random(5);
-    const int all = cases(1500, 150000);
+    const int all = cases(1500, 50000);
     for (int n = 0; n < all; ++n) {
         const processortime limit(10);
         matrix3 start = {};
