@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds Torvik and runs all its tests.
 #
-#   ./test.sh [LABEL]       all tests, or those of one label: unit, property, golden, structure
+#   ./test.sh [LABEL]       all tests, or those of one label: unit, property, golden, structure,
+#                           static, truth, faults
 #
 # Installs what the tests need where it is missing. Ends with the summary; the exit status is zero
 # only if all tests passed.
@@ -10,7 +11,7 @@ cd "$(dirname "$0")"
 . scripts/install.sh
 
 if [ $# -gt 1 ]; then
-    echo "Please give one label at most: ./test.sh [unit|property|golden|structure]" >&2
+    echo "Please give one label at most: ./test.sh [unit|property|golden|structure|static|truth|faults]" >&2
     exit 1
 fi
 need "The tests of Torvik" g++=g++ make=make cmake=cmake clang=clang++ clang-format=clang-format \
