@@ -1,0 +1,65 @@
+// Four doubles worked on at once.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+// A kernel that does the same to many numbers is written once, with these types, as an inline
+// function marked TORVIK_INLINED, and compiled twice: for any processor, and (marked TORVIK_AVX2)
+// for one with AVX2, which is asked for when the program runs:
+//
+//     TORVIK_INLINED void scan(const double* x, int n, double* y) { ... lanes ... }
+//     void scan_anywhere(const double* x, int n, double* y) { scan(x, n, y); }
+//     TORVIK_AVX2 void scan_avx2(const double* x, int n, double* y) { scan(x, n, y); }
+//     ... hasavx2() ? scan_avx2(x, n, y) : scan_anywhere(x, n, y);
+//
+// Both give the same bits: each lane is an ordinary double, rounded after every operation. Products
+// and sums are never fused: AVX2 alone has no instruction for that, and the compiler is told not to.
+
+// The compilers warn that such numbers are passed in another way to functions with AVX than without.
+// None is: what takes or gives them is inlined.
+#pragma GCC diagnostic ignored "-Wpsabi"
+
+namespace torvik {
+
+#if defined(__x86_64__)
+#define TORVIK_AVX2 __attribute__((target("avx2")))
+#else
+#define TORVIK_AVX2
+#endif
+#define TORVIK_INLINED [[gnu::always_inline]] inline
+
+constexpr int lanecount = 4;
+typedef double lanes __attribute__((vector_size(32)));            // four numbers
+typedef std::int64_t wholelanes __attribute__((vector_size(32))); // four integers, or four masks
+
+// Says whether this processor has AVX2.
+inline bool hasavx2()
+{
+#if defined(__x86_64__)
+    return __builtin_cpu_supports("avx2") != 0;
+#else
+    return false;
+#endif
+}
+
+// Takes four numbers from memory, and puts them there. The place need not be aligned.
+TORVIK_INLINED lanes fourfrom(const double* place)
+{
+    lanes x;
+    std::memcpy(&x, place, sizeof x);
+    return x;
+}
+
+TORVIK_INLINED void putfour(double* place, const lanes& x)
+{
+    std::memcpy(place, &x, sizeof x);
+}
+
+// Gives the same number in all lanes.
+TORVIK_INLINED lanes fourof(double x)
+{
+    return lanes{x, x, x, x};
+}
+
+} // namespace torvik
