@@ -1,21 +1,11 @@
 // Whole runs compared, byte for byte, with outputs that are kept.
-//
-// A case of the project's own is a folder here with
-//     why.txt     a line on why it exists
-//     arguments   the command line, an argument a line
-//     stdin       what is typed (an empty line if there is no such file)
-//     input/      the files laid into the working folder
-//     expected/   the files that the run leaves, and "stdout"
-// Dates and timing figures are masked. The reference cases are a collection outside the project,
-// read where it lies beside it.
 
+#include "support/keptcases.h"
 #include "support/runs.h"
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include <filesystem>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -24,23 +14,6 @@ namespace torvik {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct goldencase {
-    std::string name;
-    runsetting setting;
-    namedfiles expected; // by name; "stdout" is the terminal
-    bool onlyterminates = false;
-};
-
-namedfiles filesin(const fs::path& folder)
-{
-    namedfiles files;
-    if (!fs::exists(folder)) return files;
-    for (const auto& entry : fs::recursive_directory_iterator(folder))
-        if (entry.is_regular_file())
-            files[fs::relative(entry.path(), folder).string()] = readfile(entry.path().string());
-    return files;
-}
 
 // Masks also the drawing of the banner, which is free.
 std::string maskedbanner(const std::string& text)
@@ -53,47 +26,8 @@ std::string maskedbanner(const std::string& text)
     return result;
 }
 
-std::vector<goldencase> owncases()
-{
-    std::vector<goldencase> cases;
-    for (const auto& entry : fs::directory_iterator(TORVIK_SOURCE_DIR "/tests/golden")) {
-        const fs::path folder = entry.path();
-        if (!entry.is_directory() || !fs::exists(folder / "why.txt")) continue;
-        goldencase c;
-        c.name = folder.filename().string();
-        c.setting.arguments = linesof(readfile((folder / "arguments").string()));
-        if (fs::exists(folder / "stdin")) c.setting.input = readfile((folder / "stdin").string());
-        c.setting.files = filesin(folder / "input");
-        c.expected = filesin(folder / "expected");
-        cases.push_back(c);
-    }
-    return cases;
-}
-
-std::vector<goldencase> referencecases()
-{
-    const fs::path folder = TORVIK_SHARED_GOLDEN;
-    std::vector<goldencase> cases;
-    if (!fs::exists(folder / "cases/manifest.json")) return cases;
-    const auto manifest =
-        nlohmann::json::parse(readfile((folder / "cases/manifest.json").string()));
-    for (const auto& entry : manifest) {
-        goldencase c;
-        c.name = entry["name"];
-        c.setting.arguments = entry["argv"].get<std::vector<std::string>>();
-        c.setting.input = entry["stdin"];
-        for (const auto& [name, source] : entry["files"].items())
-            c.setting.files[name] = readfile((folder / "cases" / source).string());
-        c.expected = filesin(folder / "expected" / c.name);
-        c.expected.erase("meta.json");
-        c.onlyterminates = entry["kind"] == "terminate";
-        cases.push_back(c);
-    }
-    return cases;
-}
-
 // Compares a run with what is expected of it. Names and contents, nothing more and nothing less.
-void expectasgolden(const goldencase& c, const runresult& run)
+void expectasgolden(const keptcase& c, const runresult& run)
 {
     EXPECT_EQ(run.status, 0);
     if (c.onlyterminates) return;
@@ -108,18 +42,12 @@ void expectasgolden(const goldencase& c, const runresult& run)
         EXPECT_TRUE(c.expected.contains(name)) << "the run left a file " << name;
 }
 
-// How GoogleTest shows a case.
-void PrintTo(const goldencase& c, std::ostream* stream)
-{
-    *stream << c.name;
-}
-
-std::string nameofcase(const testing::TestParamInfo<goldencase>& info)
+std::string nameofcase(const testing::TestParamInfo<keptcase>& info)
 {
     return info.param.name;
 }
 
-class ARunWritesToTheByte : public testing::TestWithParam<goldencase> {};
+class ARunWritesToTheByte : public testing::TestWithParam<keptcase> {};
 
 TEST_P(ARunWritesToTheByte, WhatItsKeptOutputsSay)
 {
@@ -139,10 +67,10 @@ TEST_P(ABuildWritesTheSameBytes, AsTheProgramItself)
 {
     const std::string program = TORVIK_BINARY_DIR "/builds/" + GetParam() + "/Torvik";
     if (!fs::exists(program)) GTEST_SKIP() << "its compiler is not installed";
-    std::vector<goldencase> cases = owncases();
-    for (const goldencase& c : referencecases()) cases.push_back(c);
+    std::vector<keptcase> cases = owncases();
+    for (const keptcase& c : referencecases()) cases.push_back(c);
     ASSERT_FALSE(cases.empty());
-    for (const goldencase& c : cases) {
+    for (const keptcase& c : cases) {
         SCOPED_TRACE(c.name);
         runsetting setting = c.setting;
         const runresult ours = runtorvik(setting);
