@@ -2,61 +2,90 @@
 
 #include "driver/recorded_reflections.h"
 #include "driver/write_log_file.h"
-#include "numeric/kernel.h"
-#include "numeric/nint.h"
 #include "search/tabulcos.h"
 #include "text/units.h"
 #include "volumes/estimatedvolumes.h"
-#include "volumes/knatorx.h"
 
-#include <cmath>
+#include <algorithm>
 
 namespace torvik {
 
 namespace {
 
-constexpr int phasesteps = curvepoints - 1; // Deliberate: the last point of the curve is never read
+// The trial vectors with their scores.
+struct ranking {
+    trialcolumns list;
+    phasegrid grid;
+    wholeweights weights;
+    std::int64_t score[columnlength];
+    pairsums sums; // of the vector at work
+};
 
-// Gives the score of one candidate among the first T vectors.
-double scoreof(int candidate, int T, const vectorlist& vectors, double scale)
+void scoreall(ranking& r, rankingdecisions& decisions)
 {
-    double score = 0.0;
-    subset pair;
-    int first = 1;
-    for (knatorx(first, T, 2, pair); first == 0; knatorx(first, T, 2, pair)) {
-        const int i = pair(1);
-        const int j = pair(2);
-        if (i == candidate || j == candidate) continue;
-        const matrix3 M = rowsmatrix(vectors(candidate), vectors(i), vectors(j));
-        const double d = std::fabs(deter(M));
-        score += tabulcos.vonmisesfunctinranking(phaseindex(d, scale));
+    if (!r.weights.usable) return;
+    std::fill(r.score, r.score + r.list.n, 0);
+    for (int a = 2; a < r.list.n; ++a) {
+        addpairs(vectorat(r.list, a), r.list, a, r.grid, r.weights, r.sums, decisions);
+        r.score[a] += r.sums.own;
+        for (int m = 0; m < a; ++m) r.score[m] += r.sums.of[m];
     }
-    return score;
 }
 
-// Gives the position of the lowest score among the first T, the first of equals.
-int lowestscore(int T, const vectorlist& vectors, double scale)
+// Gives the highest score of a vector that can be the worst.
+std::int64_t highestofworst(const ranking& r)
 {
-    int w = 1;
-    double lowest = scoreof(1, T, vectors, scale);
-    for (int c = 2; c <= T; ++c) {
-        const double score = scoreof(c, T, vectors, scale);
-        if (score < lowest) {
-            lowest = score;
-            w = c;
+    const std::int64_t lowest = *std::min_element(r.score, r.score + r.list.n);
+    return lowest + tiewidth(lowest, r.list.n);
+}
+
+// Gives the places of the vectors that can be the worst, in the order of the trial list.
+int findworst(const ranking& r, int* places)
+{
+    const std::int64_t highest = r.weights.usable ? highestofworst(r) : 0;
+    int count = 0;
+    for (int m = r.list.n - 1; m >= 0; --m)
+        if (!r.weights.usable || r.score[m] <= highest) places[count++] = m;
+    return count;
+}
+
+// Gives the place of the lowest score, the first of equals.
+int lowestscore(const ranking& r, rankingdecisions& decisions)
+{
+    int places[maxreflections];
+    const int count = findworst(r, places);
+    if (count == 1) return places[0];
+    ++decisions.neartie;
+    const auto& curve = tabulcos.vonmisesfunctinranking;
+    int w = places[0];
+    double lowest = definedsum(w, r.list, r.grid, curve);
+    for (int n = 1; n < count; ++n) {
+        const double sum = definedsum(places[n], r.list, r.grid, curve);
+        if (sum < lowest) {
+            lowest = sum;
+            w = places[n];
         }
     }
     return w;
 }
 
-void removeposition(int w, int T, vectorlist& vectors)
+void removevector(int w, ranking& r, rankingdecisions& decisions)
 {
-    auto& list = recorded_reflections.list_of_trial_vectors;
-    for (int m = w; m <= T - 1; ++m) {
-        vectors(m) = vectors(m + 1);
-        list(m) = list(m + 1);
-    }
-    recorded_reflections.number_of_trial_vectors = T - 1;
+    const vector3 removed = vectorat(r.list, w);
+    std::copy(r.score + w + 1, r.score + r.list.n, r.score + w);
+    removecolumn(r.list, w);
+    if (!r.weights.usable) return;
+    addpairs(removed, r.list, r.list.n, r.grid, r.weights, r.sums, decisions);
+    for (int m = 0; m < r.list.n; ++m) r.score[m] -= r.sums.of[m];
+}
+
+void removeposition(int w)
+{
+    auto& recorded = recorded_reflections;
+    auto& list = recorded.list_of_trial_vectors;
+    const int T = recorded.number_of_trial_vectors;
+    for (int m = w; m <= T - 1; ++m) list(m) = list(m + 1);
+    recorded.number_of_trial_vectors = T - 1;
 }
 
 void logsurvivors()
@@ -72,27 +101,33 @@ void logsurvivors()
 
 } // namespace
 
-int phaseindex(double d, double scale)
+rankingdecisions dropworstvectors(int nremove)
 {
-    const double steps = d * scale;
-    if (steps < largestinteger) return nint(steps) % phasesteps;
-    if (!std::isfinite(steps)) return phasesteps / 2;
-    return static_cast<int>(std::fmod(std::round(steps), phasesteps));
+    rankingdecisions decisions;
+    if (nremove <= 0) return decisions;
+    // 1., 2.
+    ranking r;
+    fillcolumns(r.list);
+    r.grid = makephasegrid(r.list, estimatedvolumes.currentlyinvestigatedvolume);
+    r.weights = makewholeweights(tabulcos.vonmisesfunctinranking, r.list.n);
+    scoreall(r, decisions);
+    // 3.
+    for (int pass = 1; pass <= nremove; ++pass) {
+        const int T = r.list.n;
+        if (T < 1) {
+            removeposition(1);
+            continue;
+        }
+        const int w = lowestscore(r, decisions);
+        removeposition(T - w);
+        removevector(w, r, decisions);
+    }
+    return decisions;
 }
 
 void rank_trial_vectors(int nremove)
 {
-    const auto& recorded = recorded_reflections;
-    // 1., 2. Deliberate: as many as there are reflections; on entry the list holds them all.
-    const double scale = phasesteps / estimatedvolumes.currentlyinvestigatedvolume;
-    vectorlist vectors;
-    for (int i = 1; i <= recorded.numberofreflections; ++i)
-        vectors(i) = recorded.reflections(recorded.list_of_trial_vectors(i));
-    // 3.
-    for (int pass = 1; pass <= nremove; ++pass) {
-        const int T = recorded.number_of_trial_vectors;
-        removeposition(lowestscore(T, vectors, scale), T, vectors);
-    }
+    dropworstvectors(nremove);
     // 4. Deliberate: also when nothing was removed.
     if (logging()) logsurvivors();
 }

@@ -1,6 +1,8 @@
 // Ranking of the trial vectors against the volume under test.
 #pragma once
 
+#include "volumes/rankingscores.h"
+
 namespace torvik {
 
 // Drops the trial vectors that agree least with the volume under test.
@@ -15,17 +17,11 @@ namespace torvik {
 // pairs of the others, of the ranking curve at the fractional part of the product over V. The
 // lowest score goes (the first of equals), and the scores are computed afresh.
 //
-// Cost:      T (T-1) (T-2) / 2 determinants for a pass over T vectors
+// Cost:      each triple of vectors once, and again when the first of its vectors is dropped
 // Log:       the list of the survivors
 void rank_trial_vectors(int nremove);
 
-// Gives the point of the ranking curve for a triple product: its fractional part in units of V, on
-// a grid of 511 steps.
-//
-// Given:     d       absolute triple product, RS volume
-//            scale   511 / V
-// Returned:  nint(d scale) mod 511, 0..510, for any size of d scale; a product that is not finite
-//            has no phase and gets the middle of the curve, its lowest weight
-int phaseindex(double d, double scale);
+// Does so without the log, and says what the decisions took.
+rankingdecisions dropworstvectors(int nremove);
 
 } // namespace torvik

@@ -1,3 +1,4 @@
+#include "volumes/phaserows.h"
 #include "volumes/ranking.h"
 
 #include "search/quality.h"
