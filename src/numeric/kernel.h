@@ -50,13 +50,35 @@ inline double deter(const matrix3& a)
 //            and gives NaN elements, so the status is to be trusted for finite input only.
 //
 // Each cofactor is divided by the determinant; a product with the reciprocal would round twice.
-void invmat(const matrix3& a, matrix3& ainv, double threshold, int& status);
+inline void invmat(const matrix3& a, matrix3& ainv, double threshold, int& status)
+{
+    const double d = deter(a);
+    if (threshold > std::fabs(d)) {
+        status = failed;
+        return;
+    }
+    ainv = {
+        {{(a(2, 2) * a(3, 3) - a(2, 3) * a(3, 2)) / d, (a(1, 3) * a(3, 2) - a(1, 2) * a(3, 3)) / d,
+          (a(1, 2) * a(2, 3) - a(1, 3) * a(2, 2)) / d},
+         {(a(2, 3) * a(3, 1) - a(2, 1) * a(3, 3)) / d, (a(1, 1) * a(3, 3) - a(1, 3) * a(3, 1)) / d,
+          (a(1, 3) * a(2, 1) - a(1, 1) * a(2, 3)) / d},
+         {(a(2, 1) * a(3, 2) - a(2, 2) * a(3, 1)) / d, (a(1, 2) * a(3, 1) - a(1, 1) * a(3, 2)) / d,
+          (a(1, 1) * a(2, 2) - a(1, 2) * a(2, 1)) / d}}};
+    status = done;
+}
 
 // Multiplies two matrices.
 //
 // Given:     a, b   3x3
 // Returned:  a b, each element summed in the order of the inner index
-matrix3 matrixproduct(const matrix3& a, const matrix3& b);
+inline matrix3 matrixproduct(const matrix3& a, const matrix3& b)
+{
+    matrix3 c;
+    for (int i = 1; i <= 3; ++i)
+        for (int j = 1; j <= 3; ++j)
+            c(i, j) = a(i, 1) * b(1, j) + a(i, 2) * b(2, j) + a(i, 3) * b(3, j);
+    return c;
+}
 
 // Transforms a vector, as a direct basis does with a reflection: x = D r.
 //
@@ -68,6 +90,25 @@ inline vector3 transformed(const matrix3& a, const vector3& v)
     return {{a(1, 1) * v(1) + a(1, 2) * v(2) + a(1, 3) * v(3),
              a(2, 1) * v(1) + a(2, 2) * v(2) + a(2, 3) * v(3),
              a(3, 1) * v(1) + a(3, 2) * v(2) + a(3, 3) * v(3)}};
+}
+
+// Transforms a vector from the other side, as the inverse of a reciprocal basis does: x = v a.
+//
+// Given:     a   3x3
+//            v   3 components
+// Returned:  v a, each component summed in the order of the rows
+inline vector3 indicesunder(const matrix3& a, const vector3& v)
+{
+    return {{v(1) * a(1, 1) + v(2) * a(2, 1) + v(3) * a(3, 1),
+             v(1) * a(1, 2) + v(2) * a(2, 2) + v(3) * a(3, 2),
+             v(1) * a(1, 3) + v(2) * a(2, 3) + v(3) * a(3, 3)}};
+}
+
+// Exchanges rows and columns.
+inline matrix3 transposed(const matrix3& a)
+{
+    return {
+        {{a(1, 1), a(2, 1), a(3, 1)}, {a(1, 2), a(2, 2), a(3, 2)}, {a(1, 3), a(2, 3), a(3, 3)}}};
 }
 
 // Gives one row of a matrix as a vector.

@@ -4,16 +4,11 @@
 #include "driver/recorded_reflections.h"
 #include "numeric/constants.h"
 #include "search/quality.h"
+#include "search/scanning.h"
 
 namespace torvik {
 
 namespace {
-
-matrix3 transposed(const matrix3& a)
-{
-    return {
-        {{a(1, 1), a(2, 1), a(3, 1)}, {a(1, 2), a(2, 2), a(3, 2)}, {a(1, 3), a(2, 3), a(3, 3)}}};
-}
 
 // Gives transpose(H) A, each element summed over rows 1..m in order.
 matrix3 productsum(int m, const vectorlist& H, const vectorlist& A)
@@ -41,17 +36,19 @@ vector3 roundedindices(const vector3& x)
 
 void basisquality(const matrix3& D, indexcounts& counts, double& quality)
 {
+    vectorcolumns reflections;
+    setcolumns(reflections, recorded_reflections.numberofreflections,
+               recorded_reflections.reflections);
+    basisquality(reflections, D, counts, quality);
+}
+
+void basisquality(const vectorcolumns& reflections, const matrix3& D, indexcounts& counts,
+                  double& quality)
+{
     const auto& parameters = otherglobalvariables;
     const auto& weights = modofsavedbases.weightsforsortingbases;
-    const double c = parameters.themaincriterion;
-    counts = {};
-    for (int k = 1; k <= recorded_reflections.numberofreflections; ++k) {
-        const vector3 x = transformed(D, recorded_reflections.reflections(k));
-        if (largestindex(x) > parameters.maxallowedmillerindex) continue;
-        const double q = reflexquality222(x);
-        if (q <= 0.5 * c) ++counts.h; // Deliberate: both limits count here, not in the report
-        if (q <= c) ++counts.H;
-    }
+    counts =
+        countindexed(reflections, D, parameters.themaincriterion, parameters.maxallowedmillerindex);
     quality = weights(1) * counts.h + weights(2) * counts.H;
 }
 
@@ -63,8 +60,11 @@ void getreciprocalbasis(const matrix3& M, matrix3& N, double threshold, int& sta
 
 void just_fit_aaa(int m, const vectorlist& A, const vectorlist& H, matrix3& R, int& status)
 {
-    const matrix3 P = productsum(m, H, A);
-    const matrix3 Q = productsum(m, H, H);
+    fitfromsums(productsum(m, H, A), productsum(m, H, H), R, status);
+}
+
+void fitfromsums(const matrix3& P, const matrix3& Q, matrix3& R, int& status)
+{
     matrix3 Qinv = {};
     invmat(Q, Qinv, machineepsilon, status);
     if (status == failed) return;

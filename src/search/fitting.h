@@ -1,6 +1,7 @@
 // Scoring a basis, passing to the dual basis, and least squares over the indexed reflections.
 #pragma once
 
+#include "numeric/columns.h"
 #include "numeric/kernel.h"
 #include "store/modofsavedbases.h"
 
@@ -17,6 +18,10 @@ namespace torvik {
 //                      included; one with an index beyond maxallowedmillerindex counts nowhere
 //            quality   w1 h + w2 H, with the weights for sorting bases
 void basisquality(const matrix3& D, indexcounts& counts, double& quality);
+
+// The same, with the reflections laid out in columns beforehand.
+void basisquality(const vectorcolumns& reflections, const matrix3& D, indexcounts& counts,
+                  double& quality);
 
 // Gives the dual basis.
 //
@@ -35,6 +40,9 @@ void getreciprocalbasis(const matrix3& M, matrix3& N, double threshold, int& sta
 // Returned:  R   reciprocal basis; with three rows of independent indices the exact solution
 // Status:    done, or failed where the indices lie in a plane; R is then untouched
 void just_fit_aaa(int m, const vectorlist& A, const vectorlist& H, matrix3& R, int& status);
+
+// The same from the sums P = transpose(H) A and Q = transpose(H) H.
+void fitfromsums(const matrix3& P, const matrix3& Q, matrix3& R, int& status);
 
 // Refits a direct basis to all reflections that it indexes within a threshold.
 //

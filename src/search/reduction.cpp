@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <utility>
 
 namespace torvik {
@@ -162,12 +163,35 @@ void reportguard()
     guardreported = true;
 }
 
-// Repeats a pass until it gives false, or to the guard.
+// Says whether two bases are the same to the bit: then the passes that follow are the same, too.
+bool samebits(const reducedbasis& v, const reducedbasis& w)
+{
+    static_assert(sizeof(reducedbasis) == 15 * sizeof(double));
+    return std::memcmp(&v, &w, sizeof v) == 0;
+}
+
+// Repeats a pass until it gives false, or to the guard. Where the passes go in a circle, all whole
+// rounds up to the guard are left out: the end is the same. To see a circle, the basis is marked
+// after 64, 128, 256, ... passes, and a return to the mark awaited.
 template <class Pass>
 void reduce(matrix3& M, reducedbasis& v, Pass pass)
 {
+    reducedbasis mark = v;
+    int nextmark = 64;
+    int marked = maxpasses;
     int count = 0;
-    while (count < maxpasses && pass(v)) ++count;
+    while (count < maxpasses && pass(v)) {
+        ++count;
+        if (count > marked && samebits(v, mark)) {
+            count = maxpasses - (maxpasses - count) % (count - marked);
+            marked = maxpasses;
+            nextmark = maxpasses;
+        } else if (count == nextmark) {
+            mark = v;
+            marked = count;
+            nextmark = 2 * count;
+        }
+    }
     if (count == maxpasses) reportguard();
     M = rowsmatrix(v.a, v.b, v.c);
 }

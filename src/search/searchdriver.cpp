@@ -7,8 +7,10 @@
 #include "numeric/kernel.h"
 #include "numeric/nint.h"
 #include "search/fitting.h"
+#include "search/outcomes.h"
 #include "search/quality.h"
 #include "search/reduction.h"
+#include "search/sequentialfitting.h"
 #include "store/savedbases.h"
 #include "superlattices/hermite.h"
 #include "text/units.h"
@@ -121,64 +123,6 @@ void logtriple(const triple& candidate, int count)
     writeline(log, X(1), "Altarnative bases : ", I(3, count)); // Deliberate: the spelling
 }
 
-// Refines a basis and offers the result, in the way that belongs to the extent of the search.
-void refine(const matrix3& B, const triple& candidate, int nt, const vectorlist& P)
-{
-    matrix3 R = B;
-    int status = done;
-    if (extent() <= 1)
-        sequentialfittingrlbasis(R, nt, P, candidate.position, status);
-    else
-        sequentialfittingrlbasis(R, recorded_reflections.numberofreflections,
-                                 recorded_reflections.reflections, candidate.reflection, status);
-    if (status == failed) return;
-    indexing(R);
-    if (extent() <= 2) return;
-    R = B; // Deliberate: afresh, and only after the first refinement succeeded
-    rlbasisfromshortesthighqualityvectors(R, nt, P, status);
-    if (status == done) indexing(R);
-}
-
-// Gives the indices of a vector under the inverse of a reciprocal basis.
-vector3 indicesunder(const matrix3& G, const vector3& v)
-{
-    return {{v(1) * G(1, 1) + v(2) * G(2, 1) + v(3) * G(3, 1),
-             v(1) * G(1, 2) + v(2) * G(2, 2) + v(3) * G(3, 2),
-             v(1) * G(1, 3) + v(2) * G(2, 3) + v(3) * G(3, 3)}};
-}
-
-// The vectors taken into a fit with their whole indices, and which positions they came from.
-struct fitset {
-    int m;                                // how many
-    vectorlist A;                         // rows 1..m: the vectors
-    vectorlist H;                         // rows 1..m: their indices
-    numbered<bool, maxreflections> taken; // by position
-};
-
-void take(fitset& fit, int position, const vectorlist& V, const matrix3& G)
-{
-    fit.taken(position) = true;
-    ++fit.m;
-    fit.A(fit.m) = V(position);
-    fit.H(fit.m) = roundedindices(indicesunder(G, V(position)));
-}
-
-// Finds the best indexed vector not yet taken. Gives its position, the first of equals, or 0 if it
-// is further than tol from whole indices or none is left.
-int bestvectorleft(const fitset& fit, int n, const vectorlist& V, const matrix3& G, double tol)
-{
-    int best = 0;
-    double lowest = largestdouble;
-    for (int i = 1; i <= n; ++i) {
-        if (fit.taken(i)) continue;
-        const double q = reflexquality222(indicesunder(G, V(i)));
-        if (!(q < lowest)) continue;
-        lowest = q;
-        best = i;
-    }
-    return lowest > tol ? 0 : best;
-}
-
 // Gives the positions of the three shortest vectors, the first of equals. A position is 0 where no
 // vector is left.
 numbered<int, 3> shortestthree(int n, const vectorlist& V)
@@ -198,108 +142,15 @@ numbered<int, 3> shortestthree(int n, const vectorlist& V)
     return shortest;
 }
 
-} // namespace
-
-void getthebasis()
-{
-    // 1. to 3.
-    const double s = vdens(extent());
-    const int n = nint(vrange(extent()) / s);
-    writeline(terminalunit, " Number of volumes to be tested : ", X(18),
-              I(10, estimatedvolumes.number_of_estimatedvolumes));
-    const int minimum = numbertoremove();
-    // 4.
-    for (int t = 1; t <= estimatedvolumes.number_of_estimatedvolumes; ++t) {
-        const double T = estimatedvolumes.table_of_estimatedvolumes(t);
-        showprogress(t);
-        if (logging()) logtestvolume(t, T, n, s);
-        for (int j = -n; j <= n; ++j) {
-            estimatedvolumes.currentlyinvestigatedvolume = T * (1.0 + j * s);
-            if (logging()) logtestvalue(n + j + 1, volumeundertest());
-            resettriallist();
-            rank_trial_vectors(minimum);
-            fitting5();
-        }
-    }
-    // 5. Deliberate: the progress line is closed by a line of its own without figures.
-    writeline(terminalunit, "+", X(1), "Progress : ");
-}
-
-void fitting5()
-{
-    // 1., 2.
-    const int nt = recorded_reflections.number_of_trial_vectors;
-    vectorlist P;
-    for (int i = 1; i <= nt; ++i)
-        P(i) = recorded_reflections.reflections(recorded_reflections.list_of_trial_vectors(i));
-    alternativebases alternativerlbases;
-    // 3.
-    subset positions;
-    int first = 1;
-    for (knatorx(first, nt, 3, positions); first == 0; knatorx(first, nt, 3, positions)) {
-        const triple candidate = formtriple(positions, P);
-        if (!passesprimarytests(candidate)) continue;
-        int count = 0;
-        getalternativerlbases(candidate.k, candidate.M, count, alternativerlbases);
-        if (logging()) logtriple(candidate, count);
-        for (int b = 1; b <= count; ++b) {
-            simplereduction(alternativerlbases(b));
-            refine(alternativerlbases(b), candidate, nt, P);
-        }
-    }
-}
-
-void indexing(const matrix3& R)
-{
-    // 1.
-    matrix3 D = {};
-    int status = done;
-    getreciprocalbasis(R, D, 0.5 * volumeundertest(), status);
-    if (status == failed) return;
-    // 2.
-    buergerreduction(D);
-    indexcounts counts;
-    double quality = 0.0;
-    basisquality(D, counts, quality);
-    // 3.
-    if (counts.h >= nint(std::sqrt(2.2 * recorded_reflections.numberofreflections)))
-        savethebasis(D, counts, quality);
-}
-
-void sequentialfittingrlbasis(matrix3& R, int n, const vectorlist& V, const numbered<int, 3>& start,
-                              int& status)
-{
-    // 1.
-    const double threshold = 0.5 * volumeundertest();
-    matrix3 G = {};
-    invmat(R, G, threshold, status);
-    if (status == failed) return;
-    // 2.
-    fitset fit;
-    fit.m = 0;
-    for (int i = 1; i <= n; ++i) fit.taken(i) = false;
-    for (int k = 1; k <= 3; ++k) take(fit, start(k), V, G);
-    // 3.
-    const double tol = 1.15 * otherglobalvariables.themaincriterion;
-    // 4.
-    for (int pass = 1; pass <= n - 3; ++pass) {
-        const int best = bestvectorleft(fit, n, V, G, tol);
-        if (best == 0) return;
-        take(fit, best, V, G);
-        just_fit_aaa(fit.m, fit.A, fit.H, R, status);
-        if (status == failed) return;
-        invmat(R, G, threshold, status); // Deliberate: a failure keeps G and goes on
-    }
-}
-
-void rlbasisfromshortesthighqualityvectors(matrix3& R, int n, const vectorlist& V, int& status)
+// Rebuilds a reciprocal basis on the three shortest vectors.
+void rebuildonshortest(matrix3& R, const numbered<int, 3>& shortest, const vectorlist& V,
+                       int& status, inversions& seen)
 {
     // 1.
     matrix3 G = {};
-    invmat(R, G, 0.01 * volumeundertest(), status);
+    notedinverse(R, G, 0.01 * volumeundertest(), status, seen);
     if (status == failed) return;
     // 2. to 4.
-    const numbered<int, 3> shortest = shortestthree(n, V);
     vectorlist A;
     vectorlist H;
     for (int k = 1; k <= 3; ++k) {
@@ -313,6 +164,195 @@ void rlbasisfromshortesthighqualityvectors(matrix3& R, int n, const vectorlist& 
     }
     // 5.
     just_fit_aaa(3, A, H, R, status);
+}
+
+// Gives how many reflections a basis must index within half the main criterion.
+int leastcount()
+{
+    return nint(std::sqrt(2.2 * recorded_reflections.numberofreflections));
+}
+
+// What the refinements of one test value work with.
+struct trialvectors {
+    int nt;                     // how many trial vectors
+    vectorlist P;               // rows 1..nt
+    vectorcolumns columns;      // what the sequential fit sees: these, or all reflections
+    vectorcolumns reflections;  // all reflections
+    numbered<int, 3> shortest;  // the three shortest, by position
+    numbered<int, 3> reference; // the same by reflection number; 0 where they are not used
+};
+
+void settrialvectors(trialvectors& trial)
+{
+    const auto& recorded = recorded_reflections;
+    trial.nt = recorded.number_of_trial_vectors;
+    for (int i = 1; i <= trial.nt; ++i)
+        trial.P(i) = recorded.reflections(recorded.list_of_trial_vectors(i));
+    setcolumns(trial.reflections, recorded.numberofreflections, recorded.reflections);
+    if (extent() <= 1)
+        setcolumns(trial.columns, trial.nt, trial.P);
+    else
+        trial.columns = trial.reflections;
+    trial.shortest = shortestthree(trial.nt, trial.P);
+    trial.reference = {};
+    if (extent() <= 2) return;
+    for (int k = 1; k <= 3; ++k)
+        if (trial.shortest(k) > 0)
+            trial.reference(k) = recorded.list_of_trial_vectors(trial.shortest(k));
+}
+
+// Scores the dual of a reciprocal basis. What indexes enough reflections becomes an offer.
+void score(const matrix3& R, const vectorcolumns& reflections, tripleoutcomes& outcomes)
+{
+    // 1.
+    matrix3 inverse = {};
+    int status = done;
+    notedinverse(R, inverse, 0.5 * volumeundertest(), status, outcomes.half);
+    if (status == failed) return;
+    outcome found = {transposed(inverse), {}, 0.0};
+    // 2.
+    buergerreduction(found.D);
+    basisquality(reflections, found.D, found.counts, found.quality);
+    // 3.
+    if (found.counts.h < leastcount()) return;
+    // With a log, what the limits do is told with every offer.
+    if (logging() || withinvolumelimits(found.D, found.counts, found.quality))
+        outcomes.offers.push_back(found);
+}
+
+// Refines a basis and scores the result, in the way that belongs to the extent of the search.
+void refine(const matrix3& B, const triple& candidate, const trialvectors& trial,
+            tripleoutcomes& outcomes)
+{
+    matrix3 R = B;
+    int status = done;
+    sequentialfit(R, trial.columns, extent() <= 1 ? candidate.position : candidate.reflection,
+                  0.5 * volumeundertest(), otherglobalvariables.themaincriterion, status,
+                  outcomes.half);
+    if (status == failed) return;
+    score(R, trial.reflections, outcomes);
+    if (extent() <= 2) return;
+    R = B; // Deliberate: afresh, and only after the first refinement succeeded
+    rebuildonshortest(R, trial.shortest, trial.P, status, outcomes.hundredth);
+    if (status == done) score(R, trial.reflections, outcomes);
+}
+
+tripleoutcomes outcomesof(const triple& candidate, const trialvectors& trial)
+{
+    tripleoutcomes outcomes;
+    outcomes.shortest = trial.reference;
+    alternativebases alternativerlbases;
+    int count = 0;
+    getalternativerlbases(candidate.k, candidate.M, count, alternativerlbases);
+    for (int b = 1; b <= count; ++b) {
+        simplereduction(alternativerlbases(b));
+        refine(alternativerlbases(b), candidate, trial, outcomes);
+    }
+    return outcomes;
+}
+
+void offer(const tripleoutcomes& outcomes)
+{
+    for (const outcome& found : outcomes.offers) {
+        outcome changing = found;
+        if (logging())
+            savethebasis(changing.D, changing.counts, changing.quality);
+        else
+            offerbasis(found.D, found.counts, found.quality);
+    }
+}
+
+// The bases of a triple, refined, scored and offered to the store.
+void trytriple(const triple& candidate, const trialvectors& trial, outcomememory& memory)
+{
+    if (extent() <= 1) {
+        offer(outcomesof(candidate, trial));
+        return;
+    }
+    const tripleoutcomes* outcomes =
+        recall(memory, candidate.reflection, candidate.k, trial.reference, volumeundertest());
+    if (outcomes == nullptr)
+        outcomes =
+            &remember(memory, candidate.reflection, candidate.k, outcomesof(candidate, trial));
+    offer(*outcomes);
+}
+
+// The search at the volume under test.
+void searchtriples(outcomememory& memory)
+{
+    // 1., 2.
+    trialvectors trial;
+    settrialvectors(trial);
+    // 3.
+    subset positions;
+    int first = 1;
+    for (knatorx(first, trial.nt, 3, positions); first == 0;
+         knatorx(first, trial.nt, 3, positions)) {
+        const triple candidate = formtriple(positions, trial.P);
+        if (!passesprimarytests(candidate)) continue;
+        if (logging()) logtriple(candidate, matricesforalternativebases.icounterofhnf(candidate.k));
+        trytriple(candidate, trial, memory);
+    }
+}
+
+} // namespace
+
+void getthebasis()
+{
+    // 1. to 3.
+    const double s = vdens(extent());
+    const int n = nint(vrange(extent()) / s);
+    writeline(terminalunit, " Number of volumes to be tested : ", X(18),
+              I(10, estimatedvolumes.number_of_estimatedvolumes));
+    const int minimum = numbertoremove();
+    outcomememory memory;
+    // 4.
+    for (int t = 1; t <= estimatedvolumes.number_of_estimatedvolumes; ++t) {
+        const double T = estimatedvolumes.table_of_estimatedvolumes(t);
+        showprogress(t);
+        if (logging()) logtestvolume(t, T, n, s);
+        for (int j = -n; j <= n; ++j) {
+            estimatedvolumes.currentlyinvestigatedvolume = T * (1.0 + j * s);
+            if (logging()) logtestvalue(n + j + 1, volumeundertest());
+            resettriallist();
+            rank_trial_vectors(minimum);
+            searchtriples(memory);
+        }
+    }
+    // 5. Deliberate: the progress line is closed by a line of its own without figures.
+    writeline(terminalunit, "+", X(1), "Progress : ");
+}
+
+void fitting5()
+{
+    outcomememory memory;
+    searchtriples(memory);
+}
+
+void indexing(const matrix3& R)
+{
+    vectorcolumns reflections;
+    setcolumns(reflections, recorded_reflections.numberofreflections,
+               recorded_reflections.reflections);
+    tripleoutcomes outcomes;
+    score(R, reflections, outcomes);
+    offer(outcomes);
+}
+
+void sequentialfittingrlbasis(matrix3& R, int n, const vectorlist& V, const numbered<int, 3>& start,
+                              int& status)
+{
+    vectorcolumns columns;
+    setcolumns(columns, n, V);
+    inversions seen;
+    sequentialfit(R, columns, start, 0.5 * volumeundertest(), otherglobalvariables.themaincriterion,
+                  status, seen);
+}
+
+void rlbasisfromshortesthighqualityvectors(matrix3& R, int n, const vectorlist& V, int& status)
+{
+    inversions seen;
+    rebuildonshortest(R, shortestthree(n, V), V, status, seen);
 }
 
 } // namespace torvik

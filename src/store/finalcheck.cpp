@@ -5,6 +5,7 @@
 #include "numeric/constants.h"
 #include "search/fitting.h"
 #include "store/savedbases.h"
+#include "store/similarity.h"
 #include "text/units.h"
 
 #include <utility>

@@ -7,6 +7,7 @@
 #include "search/fitting.h"
 #include "search/quality.h"
 #include "search/reduction.h"
+#include "store/similarity.h"
 #include "text/units.h"
 
 #include <cmath>
@@ -50,24 +51,6 @@ void dividecolumn(matrix3& D, indextable& indices, int column, int divisor)
                   " divided by", I(2, divisor));
 }
 
-// Steps 2 and 3 of savethebasis. Gives false for a basis outside the volume limits.
-bool applyvolumelimits(matrix3& D, indexcounts& counts, double& quality)
-{
-    const auto& parameters = otherglobalvariables;
-    if (!parameters.limitsonvolumeofprimitivecell) return true;
-    double volume = std::fabs(deter(D));
-    if (volume < parameters.minvolumeofprimitivecell) return false;
-    if (volume > parameters.maxvolumeofprimitivecell) return false;
-    if (!(volume / 2.0 > parameters.minvolumeofprimitivecell)) return true;
-    int changed = 0;
-    checkindexdivisibility(D, volume, changed);
-    if (changed == 1) {
-        buergerreduction(D);
-        basisquality(D, counts, quality);
-    }
-    return true;
-}
-
 // Gives the first slot that holds the lattice of D, or 0.
 int similarslot(const matrix3& D)
 {
@@ -75,9 +58,7 @@ int similarslot(const matrix3& D)
     int status = done;
     invmat(D, Dinv, hundredtimestiny, status);
     if (status == failed) return 0;
-    for (int k = 1; k <= modofsavedbases.numberofsavedbases; ++k)
-        if (samelattice(modofsavedbases.savedbases(k), Dinv)) return k;
-    return 0;
+    return firstsimilarslot(Dinv);
 }
 
 void logsavedbasis(int slot, const indexcounts& counts, double quality)
@@ -98,21 +79,31 @@ void fillslot(int slot, const matrix3& D, const indexcounts& counts, double qual
     modofsavedbases.aqualityofsavedbases(slot) = quality;
 }
 
-bool samelattice(const matrix3& M, const matrix3& inverse)
+bool withinvolumelimits(matrix3& D, indexcounts& counts, double& quality)
 {
-    const matrix3 T = matrixproduct(M, inverse);
-    const double d = std::fabs(deter(T));
-    double dev = 0.0;
-    for (int i = 1; i <= 3; ++i)
-        for (int j = 1; j <= 3; ++j) dev += std::fabs(T(i, j) - nint(T(i, j)));
-    return std::fabs(d - 1.0) < 0.05 && dev < 0.15;
+    const auto& parameters = otherglobalvariables;
+    if (!parameters.limitsonvolumeofprimitivecell) return true;
+    double volume = std::fabs(deter(D));
+    if (volume < parameters.minvolumeofprimitivecell) return false;
+    if (volume > parameters.maxvolumeofprimitivecell) return false;
+    if (!(volume / 2.0 > parameters.minvolumeofprimitivecell)) return true;
+    int changed = 0;
+    checkindexdivisibility(D, volume, changed);
+    if (changed == 1) {
+        buergerreduction(D);
+        basisquality(D, counts, quality);
+    }
+    return true;
 }
 
 void savethebasis(matrix3& D, indexcounts& counts, double& quality)
 {
+    if (withinvolumelimits(D, counts, quality)) offerbasis(D, counts, quality);
+}
+
+void offerbasis(const matrix3& D, const indexcounts& counts, double quality)
+{
     auto& store = modofsavedbases;
-    // 1. to 3.
-    if (!applyvolumelimits(D, counts, quality)) return;
     // 4. Deliberate: the store holds 128 bases, however many are to be reported.
     int slot = 0;
     if (store.numberofsavedbases >= maxsavedbases) {

@@ -19,21 +19,19 @@ namespace torvik {
 // which solution it is similar.
 void savethebasis(matrix3& D, indexcounts& counts, double& quality);
 
+// Its first half: says whether a basis lies within the volume limits, after dividing it where its
+// indices allow that. Does not look at the store. Log: the divisions.
+bool withinvolumelimits(matrix3& D, indexcounts& counts, double& quality);
+
+// Its second half: offers a basis that lies within them.
+void offerbasis(const matrix3& D, const indexcounts& counts, double quality);
+
 // Looks for a basis of the same lattice, and replaces it by the candidate unless it is better.
 //
 // Given:     D, counts, quality   the candidate
 // Returned:  1 if the store held the lattice already, 0 otherwise. A singular candidate is similar
 //            to nothing.
 int itissimilartoalreadysaved(const matrix3& D, const indexcounts& counts, double quality);
-
-// Says whether two bases span the same lattice.
-//
-// Given:     M         direct basis
-//            inverse   inverse of the other direct basis
-// Returned:  true if M inverse, the first basis in terms of the other, is nearly an integer matrix
-//            of determinant +-1: | |det| - 1 | < 0.05, and less than 0.15 off in the sum over its
-//            nine elements, both strictly
-bool samelattice(const matrix3& M, const matrix3& inverse);
 
 // Finds the slot of lowest quality. Deliberate: the last one of equals. An empty store changes
 // nothing.

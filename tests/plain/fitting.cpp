@@ -9,12 +9,6 @@ namespace torvik::plain {
 
 namespace {
 
-matrix3 transposed(const matrix3& a)
-{
-    return {
-        {{a(1, 1), a(2, 1), a(3, 1)}, {a(1, 2), a(2, 2), a(3, 2)}, {a(1, 3), a(2, 3), a(3, 3)}}};
-}
-
 // Gives transpose(H) A, each element summed over rows 1..m in order.
 matrix3 productsum(int m, const vectorlist& H, const vectorlist& A)
 {

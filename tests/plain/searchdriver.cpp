@@ -136,14 +136,6 @@ void refine(const matrix3& B, const triple& candidate, int nt, const vectorlist&
     if (status == done) plain::indexing(R);
 }
 
-// Gives the indices of a vector under the inverse of a reciprocal basis.
-vector3 indicesunder(const matrix3& G, const vector3& v)
-{
-    return {{v(1) * G(1, 1) + v(2) * G(2, 1) + v(3) * G(3, 1),
-             v(1) * G(1, 2) + v(2) * G(2, 2) + v(3) * G(3, 2),
-             v(1) * G(1, 3) + v(2) * G(2, 3) + v(3) * G(3, 3)}};
-}
-
 // The vectors taken into a fit with their whole indices, and which positions they came from.
 struct fitset {
     int m;                                // how many

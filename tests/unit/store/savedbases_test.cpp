@@ -2,6 +2,7 @@
 
 #include "driver/otherglobalvariables.h"
 #include "driver/write_log_file.h"
+#include "store/similarity.h"
 #include "support/fresh.h"
 #include "support/matrices.h"
 #include "support/runs.h"

@@ -1,0 +1,210 @@
+#include "search/scanning.h"
+
+#include "numeric/constants.h"
+#include "search/quality.h"
+
+#include <limits>
+
+namespace torvik {
+
+namespace {
+
+// Indices below this limit are rounded by adding a number so large that fractions are rounded away.
+constexpr double safeindex = 2e9;
+constexpr double roundingaway = 0x1.8p52;
+
+// A basis with each element in all lanes, by the component that it multiplies.
+struct basislanes {
+    lanes x[3], y[3], z[3];
+};
+
+TORVIK_INLINED basislanes rowsaslanes(const matrix3& D)
+{
+    return {{fourof(D(1, 1)), fourof(D(2, 1)), fourof(D(3, 1))},
+            {fourof(D(1, 2)), fourof(D(2, 2)), fourof(D(3, 2))},
+            {fourof(D(1, 3)), fourof(D(2, 3)), fourof(D(3, 3))}};
+}
+
+TORVIK_INLINED basislanes columnsaslanes(const matrix3& G)
+{
+    return {{fourof(G(1, 1)), fourof(G(1, 2)), fourof(G(1, 3))},
+            {fourof(G(2, 1)), fourof(G(2, 2)), fourof(G(2, 3))},
+            {fourof(G(3, 1)), fourof(G(3, 2)), fourof(G(3, 3))}};
+}
+
+TORVIK_INLINED lanes nearestwhole(const lanes& x)
+{
+    return (x + roundingaway) - roundingaway;
+}
+
+TORVIK_INLINED lanes magnitude(const lanes& x)
+{
+    return x < 0.0 ? -x : x;
+}
+
+// The largest of three, as std::max takes it.
+TORVIK_INLINED lanes largestof(const lanes& a, const lanes& b, const lanes& c)
+{
+    const lanes ab = a < b ? b : a;
+    return ab < c ? c : ab;
+}
+
+TORVIK_INLINED lanes indexalong(int j, const basislanes& B, const lanes& x, const lanes& y,
+                                const lanes& z)
+{
+    return x * B.x[j] + y * B.y[j] + z * B.z[j];
+}
+
+// The four indices of a column, and how far they are from whole ones.
+TORVIK_INLINED lanes qualityfrom(const lanes& a, const lanes& b, const lanes& c)
+{
+    return largestof(magnitude(a - nearestwhole(a)), magnitude(b - nearestwhole(b)),
+                     magnitude(c - nearestwhole(c)));
+}
+
+TORVIK_INLINED int findbest(const vectorcolumns& V, const exclusions& excluded, const matrix3& G,
+                            double tol)
+{
+    const basislanes B = columnsaslanes(G);
+    lanes lowest = fourof(largestdouble);
+    wholelanes best = {0, 0, 0, 0};
+    wholelanes number = {1, 2, 3, 4};
+    for (int i = 0; i < V.n; i += lanecount) {
+        const lanes x = fourfrom(V.x + i);
+        const lanes y = fourfrom(V.y + i);
+        const lanes z = fourfrom(V.z + i);
+        const lanes q = qualityfrom(indexalong(0, B, x, y, z), indexalong(1, B, x, y, z),
+                                    indexalong(2, B, x, y, z))
+                        + fourfrom(excluded.penalty + i);
+        const auto better = q < lowest;
+        lowest = better ? q : lowest;
+        best = better ? number : best;
+        number += lanecount;
+    }
+    // Each lane holds its first lowest quality; the first of equals among them is the lowest number.
+    double q = lowest[0];
+    auto found = best[0];
+    for (int k = 1; k < lanecount; ++k) {
+        const bool same = lowest[k] == q && best[k] < found;
+        if (!(lowest[k] < q) && !same) continue;
+        q = lowest[k];
+        found = best[k];
+    }
+    return q > tol ? 0 : static_cast<int>(found);
+}
+
+int findbest_anywhere(const vectorcolumns& V, const exclusions& excluded, const matrix3& G,
+                      double tol)
+{
+    return findbest(V, excluded, G, tol);
+}
+
+TORVIK_AVX2 int findbest_avx2(const vectorcolumns& V, const exclusions& excluded, const matrix3& G,
+                              double tol)
+{
+    return findbest(V, excluded, G, tol);
+}
+
+TORVIK_INLINED indexcounts count(const vectorcolumns& V, const matrix3& D, double c, int largest)
+{
+    const basislanes B = rowsaslanes(D);
+    const double half = 0.5 * c;
+    const double limit = largest;
+    wholelanes within = {0, 0, 0, 0};
+    wholelanes withinhalf = {0, 0, 0, 0};
+    wholelanes number = {1, 2, 3, 4};
+    for (int i = 0; i < V.n; i += lanecount) {
+        const lanes x = fourfrom(V.x + i);
+        const lanes y = fourfrom(V.y + i);
+        const lanes z = fourfrom(V.z + i);
+        const lanes a = indexalong(0, B, x, y, z);
+        const lanes b = indexalong(1, B, x, y, z);
+        const lanes e = indexalong(2, B, x, y, z);
+        const lanes wa = nearestwhole(a);
+        const lanes wb = nearestwhole(b);
+        const lanes we = nearestwhole(e);
+        const lanes q = largestof(magnitude(a - wa), magnitude(b - wb), magnitude(e - we));
+        const auto counted =
+            (largestof(magnitude(wa), magnitude(wb), magnitude(we)) <= limit) & (number <= V.n);
+        within -= counted & (q <= c);
+        withinhalf -= counted & (q <= half);
+        number += lanecount;
+    }
+    return {static_cast<int>(withinhalf[0] + withinhalf[1] + withinhalf[2] + withinhalf[3]),
+            static_cast<int>(within[0] + within[1] + within[2] + within[3])};
+}
+
+indexcounts count_anywhere(const vectorcolumns& V, const matrix3& D, double c, int largest)
+{
+    return count(V, D, c, largest);
+}
+
+TORVIK_AVX2 indexcounts count_avx2(const vectorcolumns& V, const matrix3& D, double c, int largest)
+{
+    return count(V, D, c, largest);
+}
+
+// Says whether all indices are surely small: each is a sum of three products.
+bool surelysmall(const vectorcolumns& V, const matrix3& M)
+{
+    double sum = 0.0;
+    for (const auto& row : M.element)
+        for (const double element : row) sum += std::fabs(element);
+    return sum * V.largest < safeindex;
+}
+
+int findbestonebyone(const vectorcolumns& V, const exclusions& excluded, const matrix3& G,
+                     double tol)
+{
+    int best = 0;
+    double lowest = largestdouble;
+    for (int i = 1; i <= V.n; ++i) {
+        if (excluded.penalty[i - 1] != 0.0) continue;
+        const double q = reflexquality222(indicesunder(G, vectorof(V, i)));
+        if (!(q < lowest)) continue;
+        lowest = q;
+        best = i;
+    }
+    return lowest > tol ? 0 : best;
+}
+
+indexcounts countonebyone(const vectorcolumns& V, const matrix3& D, double c, int largest)
+{
+    indexcounts counts;
+    for (int k = 1; k <= V.n; ++k) {
+        const vector3 x = transformed(D, vectorof(V, k));
+        if (largestindex(x) > largest) continue;
+        const double q = reflexquality222(x);
+        if (q <= 0.5 * c) ++counts.h; // Deliberate: both limits count here, not in the report
+        if (q <= c) ++counts.H;
+    }
+    return counts;
+}
+
+} // namespace
+
+void excludenone(exclusions& excluded, int n)
+{
+    for (int i = 0; i < paddedlength(n); ++i)
+        excluded.penalty[i] = i < n ? 0.0 : std::numeric_limits<double>::infinity();
+}
+
+void exclude(exclusions& excluded, int i)
+{
+    excluded.penalty[i - 1] = std::numeric_limits<double>::infinity();
+}
+
+int bestindexed(const vectorcolumns& V, const exclusions& excluded, const matrix3& G, double tol)
+{
+    if (!surelysmall(V, G)) return findbestonebyone(V, excluded, G, tol);
+    return hasavx2() ? findbest_avx2(V, excluded, G, tol) : findbest_anywhere(V, excluded, G, tol);
+}
+
+indexcounts countindexed(const vectorcolumns& V, const matrix3& D, double c, int largest)
+{
+    // From a half on, a tolerance would tell the two ways of rounding apart.
+    if (!surelysmall(V, D) || !(c < 0.5)) return countonebyone(V, D, c, largest);
+    return hasavx2() ? count_avx2(V, D, c, largest) : count_anywhere(V, D, c, largest);
+}
+
+} // namespace torvik

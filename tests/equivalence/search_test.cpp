@@ -1,0 +1,332 @@
+// The fast procedures of the search and the store against the plain ones: the same bits.
+
+#include "plain/plain.h"
+#include "property/randomlattices.h"
+#include "search/fitting.h"
+#include "search/reduction.h"
+#include "search/scanning.h"
+#include "search/searchdriver.h"
+#include "store/savedbases.h"
+#include "superlattices/hermite.h"
+#include "support/cases.h"
+#include "support/fresh.h"
+#include "support/matrices.h"
+#include "support/runs.h"
+
+#include <limits>
+
+namespace torvik {
+
+namespace {
+
+class FastSearch : public fresh {};
+
+constexpr double infinite = std::numeric_limits<double>::infinity();
+constexpr double notanumber = std::numeric_limits<double>::quiet_NaN();
+
+// Reflections of a lattice: noise-free with whole vectors where ties abound, or with errors; some
+// zero, some repeated or negated, some that do not belong to it.
+void setrandomreflections(randomnumbers& random, int N)
+{
+    auto& recorded = recorded_reflections;
+    const bool whole = random.whole(0, 3) == 0;
+    const matrix3 R = whole ? identity() : randombasis(random);
+    const double noise = random.whole(0, 1) * random.between(0.0, 0.05);
+    const double wrong = random.whole(0, 1) * 0.3;
+    for (int i = 1; i <= N; ++i) {
+        vector3 h;
+        for (double& element : h.element) element = random.whole(-4, 4);
+        vector3 v = indicesunder(R, h);
+        for (double& element : v.element) element += random.between(-noise, noise);
+        if (random.between(0.0, 1.0) < wrong)
+            for (double& element : v.element) element = random.between(-3.0, 3.0);
+        const int odd = random.whole(0, 30);
+        if (odd == 0) v = {};
+        if (odd == 1 && i > 1) v = recorded.reflections(i - 1);
+        if (odd == 2 && i > 1) {
+            const vector3& last = recorded.reflections(i - 1);
+            v = {{-last(1), -last(2), -last(3)}};
+        }
+        recorded.reflections(i) = v;
+        recorded.reflectionmagnitudes(i) = vectormagnitude(v);
+        recorded.list_of_trial_vectors(i) = i;
+    }
+    recorded.numberofreflections = N;
+    recorded.number_of_trial_vectors = N;
+}
+
+// A basis near one of the lattice of the reflections, or any.
+matrix3 startingbasis(randomnumbers& random, numbered<int, 3>& start)
+{
+    const int N = recorded_reflections.numberofreflections;
+    for (int& i : start.element) i = random.whole(1, N);
+    matrix3 R;
+    for (int k = 1; k <= 3; ++k)
+        for (int j = 1; j <= 3; ++j)
+            R(k, j) = recorded_reflections.reflections(start(k))(j) / random.whole(1, 2);
+    return random.whole(0, 4) == 0 ? randombasis(random) : R;
+}
+
+std::string storetext()
+{
+    const auto& store = modofsavedbases;
+    std::string text = std::to_string(store.numberofsavedbases) + "\n";
+    for (int k = 1; k <= store.numberofsavedbases; ++k) {
+        const indexcounts& counts = store.iqualityofsavedbases(k);
+        text += bitsof(store.savedbases(k)) + bitsof(store.aqualityofsavedbases(k))
+                + std::to_string(counts.h) + " " + std::to_string(counts.H) + "\n";
+    }
+    return text;
+}
+
+// Both ways on the same reflections and parameters, the store empty before each.
+template <class Fast, class Plain>
+void expectsamestore(Fast fast, Plain plain)
+{
+    modofsavedbases.numberofsavedbases = 0;
+    fast();
+    const std::string found = storetext();
+    modofsavedbases.numberofsavedbases = 0;
+    plain();
+    EXPECT_EQ(found, storetext());
+}
+
+TEST_F(FastSearch, GrowsAFitToTheSameBits)
+{
+    randomnumbers random(41);
+    int refined = 0;
+    for (int n = 1; n <= cases(4000, 400000); ++n) {
+        setrandomreflections(random, random.whole(4, n % 10 == 0 ? 120 : 30));
+        estimatedvolumes.currentlyinvestigatedvolume = std::pow(10.0, random.between(-3.0, 0.5));
+        numbered<int, 3> start;
+        const matrix3 R = startingbasis(random, start);
+        matrix3 fast = R;
+        matrix3 plain = R;
+        int faststatus = 7;
+        int plainstatus = 7;
+        const int N = recorded_reflections.numberofreflections;
+        sequentialfittingrlbasis(fast, N, recorded_reflections.reflections, start, faststatus);
+        plain::sequentialfittingrlbasis(plain, N, recorded_reflections.reflections, start,
+                                        plainstatus);
+        ASSERT_EQ(bitsof(fast), bitsof(plain)) << n;
+        ASSERT_EQ(faststatus, plainstatus) << n;
+        refined += bitsof(fast) != bitsof(R) ? 1 : 0;
+    }
+    EXPECT_GT(refined, cases(1000, 100000));
+}
+
+TEST_F(FastSearch, GrowsAFitToTheSameBitsFromNumbersOfAnySize)
+{
+    // Indices beyond 2^31, where roundings saturate, and numbers that are not finite.
+    randomnumbers random(42);
+    const double odd[] = {0.0,   1e-300, 1e-12,    1e9,       2147483647.5, 1e17,
+                          1e154, 1e308,  infinite, -infinite, notanumber,   0.5};
+    for (int n = 1; n <= cases(2000, 100000); ++n) {
+        setrandomreflections(random, random.whole(4, 20));
+        estimatedvolumes.currentlyinvestigatedvolume = std::pow(10.0, random.between(-300.0, 10.0));
+        numbered<int, 3> start;
+        matrix3 R = startingbasis(random, start);
+        const int N = recorded_reflections.numberofreflections;
+        for (int k = random.whole(1, 3); k > 0; --k)
+            recorded_reflections.reflections(random.whole(1, N))(random.whole(1, 3)) =
+                odd[random.whole(0, 11)];
+        if (random.whole(0, 1) == 0)
+            R(random.whole(1, 3), random.whole(1, 3)) *= odd[random.whole(0, 11)];
+        matrix3 fast = R;
+        matrix3 plain = R;
+        int faststatus = 7;
+        int plainstatus = 7;
+        sequentialfittingrlbasis(fast, N, recorded_reflections.reflections, start, faststatus);
+        plain::sequentialfittingrlbasis(plain, N, recorded_reflections.reflections, start,
+                                        plainstatus);
+        ASSERT_EQ(bitsof(fast), bitsof(plain)) << n;
+        ASSERT_EQ(faststatus, plainstatus) << n;
+    }
+}
+
+TEST_F(FastSearch, CountsTheSameReflections)
+{
+    randomnumbers random(43);
+    const double criteria[] = {0.03, 0.12, 0.25, 0.3, 0.5, 0.7};
+    int counted = 0;
+    for (int n = 1; n <= cases(4000, 400000); ++n) {
+        setrandomreflections(random, random.whole(0, 50));
+        otherglobalvariables.themaincriterion = criteria[random.whole(0, 5)];
+        otherglobalvariables.maxallowedmillerindex = random.whole(1, 100);
+        matrix3 D = random.whole(0, 1) == 0 ? identity() : inverseof(randombasis(random));
+        // Halves and quarters of indices meet the limits exactly.
+        if (random.whole(0, 2) == 0)
+            for (int j = 1; j <= 3; ++j) D(1, j) = D(1, j) / (1 << random.whole(0, 6));
+        if (random.whole(0, 9) == 0) D(2, 2) = random.whole(0, 1) == 0 ? 3e9 : notanumber;
+        indexcounts fast;
+        indexcounts plain;
+        double fastquality = 0.0;
+        double plainquality = 0.0;
+        basisquality(D, fast, fastquality);
+        plain::basisquality(D, plain, plainquality);
+        ASSERT_EQ(fast, plain) << n;
+        ASSERT_EQ(fastquality, plainquality) << n;
+        counted += fast.H;
+    }
+    EXPECT_GT(counted, cases(4000, 400000));
+}
+
+TEST_F(FastSearch, ReducesToTheSameBits)
+{
+    randomnumbers random(44);
+    for (int n = 1; n <= cases(4000, 400000); ++n) {
+        matrix3 M;
+        const int kind = random.whole(0, 3);
+        const double unit = std::pow(10.0, random.between(-2.0, 2.0));
+        for (auto& row : M.element)
+            for (double& element : row)
+                element = kind == 0   ? random.whole(-4, 4)
+                          : kind == 1 ? random.whole(-4, 4) * unit
+                                      : random.between(-1.0, 1.0) * unit;
+        matrix3 fast = M;
+        matrix3 plain = M;
+        buergerreduction(fast);
+        plain::buergerreduction(plain);
+        ASSERT_EQ(bitsof(fast), bitsof(plain)) << n;
+        fast = plain = M;
+        simplereduction(fast);
+        plain::simplereduction(plain);
+        ASSERT_EQ(bitsof(fast), bitsof(plain)) << n;
+    }
+}
+
+TEST_F(FastSearch, EndsReductionsThatGoInACircleAsTheGuardWould)
+{
+    // Multiples of 0.2 that are equal but for rounding change places for ever.
+    randomnumbers random(45);
+    int circles = 0;
+    for (int n = 1; n <= cases(300, 20000); ++n) {
+        matrix3 M;
+        for (auto& row : M.element)
+            for (double& element : row) element = random.whole(-4, 4) * 0.2;
+        matrix3 fast = M;
+        matrix3 plain = M;
+        buergerreduction(fast);
+        plain::buergerreduction(plain);
+        ASSERT_EQ(bitsof(fast), bitsof(plain)) << n;
+        matrix3 further = plain; // a reduced basis stays as it is; one of a circle goes on
+        plain::buergerreduction(further);
+        circles += bitsof(further) != bitsof(plain) ? 1 : 0;
+    }
+    EXPECT_GT(circles, 3);
+}
+
+// Bases of one lattice, its sublattices and superlattices, with errors.
+matrix3 relatedbasis(randomnumbers& random, const matrix3& D)
+{
+    matrix3 U = randomunimodular(random, 6);
+    const int what = random.whole(0, 5);
+    for (int j = 1; j <= 3; ++j) {
+        if (what == 0) U(1, j) *= random.whole(2, 5);
+        if (what == 1) U(2, j) /= random.whole(2, 5);
+    }
+    const double error = random.whole(0, 2) * 0.01;
+    for (auto& row : U.element)
+        for (double& element : row) element += random.between(-error, error);
+    return matrixproduct(U, D);
+}
+
+TEST_F(FastSearch, StoresTheSameBases)
+{
+    randomnumbers random(46);
+    for (int n = 1; n <= cases(60, 6000); ++n) {
+        setrandomreflections(random, random.whole(4, 20));
+        const matrix3 D = inverseof(randombasis(random));
+        auto& parameters = otherglobalvariables;
+        parameters.limitsonvolumeofprimitivecell = random.whole(0, 1) == 0;
+        parameters.minvolumeofprimitivecell = std::fabs(deter(D)) * 0.3;
+        parameters.maxvolumeofprimitivecell = std::fabs(deter(D)) * 30.0;
+        std::vector<matrix3> offers;
+        for (int k = random.whole(1, 400); k > 0; --k)
+            offers.push_back(random.whole(0, 3) == 0 ? inverseof(randombasis(random))
+                                                     : relatedbasis(random, D));
+        const auto offerall = [&](auto quality, auto save) {
+            for (matrix3 offered : offers) {
+                indexcounts counts;
+                double q = 0.0;
+                quality(offered, counts, q);
+                save(offered, counts, q);
+            }
+        };
+        expectsamestore(
+            [&] {
+                offerall([](auto&... a) { basisquality(a...); },
+                         [](auto&... a) { savethebasis(a...); });
+            },
+            [&] {
+                offerall([](auto&... a) { plain::basisquality(a...); },
+                         [](auto&... a) { plain::savethebasis(a...); });
+            });
+    }
+}
+
+TEST_F(FastSearch, FindsTheSameSolutions)
+{
+    getlowindexsuperlattices();
+    randomnumbers random(47);
+    int solutions = 0;
+    for (int n = 1; n <= cases(60, 3000); ++n) {
+        auto& parameters = otherglobalvariables;
+        parameters.iextentofthesearch = n % 12 < 8 ? n % 3 : n % 6;
+        const int extent = parameters.iextentofthesearch;
+        setrandomreflections(random, random.whole(4, extent > 2 ? 7 : 14));
+        parameters.fractionofsupportingreflections = random.between(0.3, 1.0);
+        parameters.limitsonvolumeofprimitivecell = random.whole(0, 1) == 0;
+        parameters.minvolumeofprimitivecell = 0.3;
+        parameters.maxvolumeofprimitivecell = 30.0;
+        int& volumes = estimatedvolumes.number_of_estimatedvolumes;
+        volumes = extent > 3 ? 1 : random.whole(1, 4);
+        for (int t = 1; t <= volumes; ++t)
+            estimatedvolumes.table_of_estimatedvolumes(t) =
+                random.whole(0, 1) == 0 ? 1.0 : random.between(0.1, 3.0);
+        estimatedvolumes.table_of_estimatedvolumes(1) = 1.0;
+        std::string fastterminal;
+        std::string plainterminal;
+        expectsamestore([&] { fastterminal = printedby(getthebasis); },
+                        [&] { plainterminal = printedby(plain::getthebasis); });
+        EXPECT_EQ(fastterminal, plainterminal);
+        solutions += modofsavedbases.numberofsavedbases;
+    }
+    EXPECT_GT(solutions, cases(300, 15000));
+}
+
+TEST_F(FastSearch, WritesTheSameLog)
+{
+    getlowindexsuperlattices();
+    randomnumbers random(48);
+    int passed = 0;
+    int saved = 0;
+    int divided = 0;
+    for (int n = 1; n <= cases(32, 800); ++n) {
+        setrandomreflections(random, random.whole(4, 9));
+        auto& parameters = otherglobalvariables;
+        parameters.iextentofthesearch = n % 4;
+        parameters.limitsonvolumeofprimitivecell = n % 8 < 6;
+        parameters.minvolumeofprimitivecell = 0.3;
+        parameters.maxvolumeofprimitivecell = 30.0;
+        estimatedvolumes.number_of_estimatedvolumes = 2;
+        estimatedvolumes.table_of_estimatedvolumes(1) = 1.0;
+        estimatedvolumes.table_of_estimatedvolumes(2) = 0.5;
+        std::string fast;
+        std::string plain;
+        const auto quietly = [](auto procedure) { return [=] { printedby(procedure); }; };
+        expectsamestore([&] { fast = loggedby(quietly(getthebasis)); },
+                        [&] { plain = loggedby(quietly(plain::getthebasis)); });
+        EXPECT_EQ(fast, plain);
+        passed += fast.find("Altarnative") != std::string::npos ? 1 : 0;
+        saved += fast.find("Basis saved") != std::string::npos ? 1 : 0;
+        divided += fast.find("divided by") != std::string::npos ? 1 : 0;
+    }
+    EXPECT_GT(passed, 3);
+    EXPECT_GT(saved, 3);
+    EXPECT_GT(divided, 0);
+}
+
+} // namespace
+
+} // namespace torvik
