@@ -53,6 +53,7 @@ template <class... Fields>
 std::string joined(const Fields&... fields)
 {
     std::string line;
+    line.reserve((std::size_t{0} + ... + std::string_view(fields).size()));
     (line.append(fields), ...);
     return line;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "numeric/arrays.h"
+#include "plain/fields.h"
 #include "store/modofsavedbases.h"
 #include "text/names.h"
 
