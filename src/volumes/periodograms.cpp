@@ -3,15 +3,15 @@
 #include "driver/otherglobalvariables.h"
 #include "driver/write_log_file.h"
 #include "numeric/constants.h"
-#include "numeric/nint.h"
+#include "numeric/kernel.h"
 #include "text/exit.h"
 #include "text/units.h"
+#include "volumes/peaks.h"
+#include "volumes/plainsums.h"
 #include "volumes/testperiods.h"
-#include "volumes/triples.h"
 
-#include <algorithm>
 #include <cmath>
-#include <cstdint>
+#include <cstdlib>
 #include <string>
 
 namespace torvik {
@@ -28,13 +28,6 @@ std::string tableline(int i, double value)
 {
     const double P = testperiods.tableoftestperiods(i);
     return joined(X(1), ES(15, 5, P), F(15, 3, 1.0 / P), X(2), EN(15, 5, value));
-}
-
-// Gives n x n as a 32-bit product that wraps around in two's complement.
-double wrappedsquare(int n)
-{
-    const auto u = static_cast<std::uint32_t>(n);
-    return static_cast<std::int32_t>(u * u);
 }
 
 void lograyleigh(const periodogram& out, const periodogram& S, const periodogram& C)
@@ -69,29 +62,6 @@ void logfolding(const periodogram& out)
     writeline(log);
 }
 
-// Gives the offset of each period, in cycles, that decouples the sine and the cosine terms.
-periodogram scargleoffsets()
-{
-    const double* P = testperiods.tableoftestperiods.element;
-    const std::size_t periods = numberofperiods();
-    periodogram A(periods, 0.0);
-    periodogram B(periods, 0.0);
-    foreachtripleproduct([&](double t) {
-        for (std::size_t i = 0; i < periods; ++i) {
-            const double theta = (t * fourpi) / P[i];
-            A[i] += std::sin(theta);
-            B[i] += std::cos(theta);
-        }
-    });
-    periodogram tau(periods);
-    for (std::size_t i = 0; i < periods; ++i) {
-        const bool vanish =
-            std::fabs(A[i]) <= hundredtimestiny && std::fabs(B[i]) <= hundredtimestiny;
-        tau[i] = vanish ? 0.0 : std::atan2(A[i], B[i]) / fourpi;
-    }
-    return tau;
-}
-
 void rayleightimesscargle(periodogram& out)
 {
     rayleigh_periodogram(out);
@@ -99,9 +69,6 @@ void rayleightimesscargle(periodogram& out)
     scargle_periodogram(second);
     for (std::size_t i = 0; i < out.size(); ++i) out[i] = out[i] * second[i];
 }
-
-// The kinds of periodogram, numbered as the input file does.
-constexpr int folding = 1, rayleigh = 2, scargle = 3, rayleighxscargle = 4;
 
 int kindofperiodogram()
 {
@@ -123,16 +90,49 @@ std::string nameofkind(int kind)
     }
 }
 
-void computekind(int kind, periodogram& out)
+void announce(int kind)
 {
     writefreeline(terminalunit, "Calculating " + nameofkind(kind) + " periodogram");
     showterminal();
+}
+
+void fillkind(int kind, periodogram& out)
+{
     switch (kind) {
     case folding: folding_periodogram(out); break;
     case rayleigh: rayleigh_periodogram(out); break;
     case scargle: scargle_periodogram(out); break;
     default: rayleightimesscargle(out); break;
     }
+}
+
+// Gives the value of a kind of periodogram for one test period.
+double valueofkind(const tripleproducts& products, int kind, const double* P)
+{
+    double first = 0.0, second = 0.0, S = 0.0, C = 0.0, tau = 0.0;
+    if (kind == folding) foldingsums(products, P, 1, &first);
+    if (kind == rayleigh || kind == rayleighxscargle) rayleighsums(products, P, 1, &first, &S, &C);
+    if (kind == scargle) scarglesums(products, P, 1, &first, &tau);
+    if (kind != rayleighxscargle) return first;
+    scarglesums(products, P, 1, &second, &tau);
+    return first * second;
+}
+
+// Up to this number of terms the plain sums take no longer than setting up a grid.
+constexpr double fewterms = 50000.0;
+
+// The table is printed by a run with a log, or with a periodogram file.
+bool filewanted()
+{
+    const int type = otherglobalvariables.itypeofperiodogram;
+    return -rayleighxscargle <= type && type <= -folding;
+}
+
+void setallvalues(const periodogram& out, periodogrambounds& bounds)
+{
+    bounds.least.resize(out.size());
+    bounds.most.resize(out.size());
+    for (std::size_t i = 0; i < out.size(); ++i) setvalue(bounds, i, out[i]);
 }
 
 void openperiodogramfile(const inputfilename& filename, int kind)
@@ -158,86 +158,65 @@ void finishperiodogramfile(const periodogram& values)
 
 void rayleigh_periodogram(periodogram& out)
 {
-    const double* P = testperiods.tableoftestperiods.element;
-    const std::size_t periods = numberofperiods();
-    // 1.
-    periodogram S(periods, 0.0);
-    periodogram C(periods, 0.0);
-    const int n = foreachtripleproduct([&](double t) {
-        for (std::size_t i = 0; i < periods; ++i) {
-            const double theta = (t * twopi) / P[i];
-            S[i] += std::sin(theta);
-            C[i] += std::cos(theta);
-        }
-    });
-    // 2. Deliberate: the divisor wraps around.
-    const double D = wrappedsquare(std::max(n, 1));
-    for (std::size_t i = 0; i < periods; ++i) out[i] = (C[i] * C[i] + S[i] * S[i]) / D;
-    // 3.
+    periodogram S(out.size());
+    periodogram C(out.size());
+    rayleighsums(alltripleproducts(), testperiods.tableoftestperiods.element, out.size(),
+                 out.data(), S.data(), C.data());
     if (logging()) lograyleigh(out, S, C);
 }
 
 void scargle_periodogram(periodogram& out)
 {
-    const double* P = testperiods.tableoftestperiods.element;
-    const std::size_t periods = numberofperiods();
-    // 1., 2.
-    const periodogram tau = scargleoffsets();
-    // 3. Deliberate: the phase is grouped otherwise than in the first pass.
-    periodogram s(periods, 0.0);
-    periodogram c(periods, 0.0);
-    periodogram ss(periods, 0.0);
-    periodogram cc(periods, 0.0);
-    const int n = foreachtripleproduct([&](double t) {
-        for (std::size_t i = 0; i < periods; ++i) {
-            const double phi = ((t / P[i]) - tau[i]) * twopi;
-            const double sine = std::sin(phi);
-            const double cosine = std::cos(phi);
-            s[i] += sine;
-            c[i] += cosine;
-            ss[i] += sine * sine;
-            cc[i] += cosine * cosine;
-        }
-    });
-    // 4.
-    const double triples = std::max(n, 1);
-    for (std::size_t i = 0; i < periods; ++i)
-        out[i] = ((s[i] * s[i]) / ss[i] + (c[i] * c[i]) / cc[i]) / triples;
-    // 5.
+    periodogram tau(out.size());
+    scarglesums(alltripleproducts(), testperiods.tableoftestperiods.element, out.size(), out.data(),
+                tau.data());
     if (logging()) logscargle(out, tau);
 }
 
 void folding_periodogram(periodogram& out)
 {
-    const double* P = testperiods.tableoftestperiods.element;
-    const std::size_t periods = numberofperiods();
-    // 1.
-    std::fill(out.begin(), out.end(), 0.0);
-    const int n = foreachtripleproduct([&](double t) {
-        for (std::size_t i = 0; i < periods; ++i) {
-            const double x = t / P[i];
-            const double f = x - truncated(x);
-            out[i] += std::fabs(2.0 * f - 1.0);
-        }
-    });
-    // 2.
-    const double triples = std::max(n, 1);
-    for (double& value : out) value = value / triples;
-    // 3.
+    foldingsums(alltripleproducts(), testperiods.tableoftestperiods.element, out.size(),
+                out.data());
     if (logging()) logfolding(out);
 }
 
 void computeperiodogram(const inputfilename& filename, periodogram& out)
 {
     const int kind = kindofperiodogram();
-    const int type = otherglobalvariables.itypeofperiodogram;
-    const bool filewanted = -rayleighxscargle <= type && type <= -folding;
-    if (filewanted) openperiodogramfile(filename, kind);
-    computekind(kind, out);
-    if (!filewanted) return;
+    if (filewanted()) openperiodogramfile(filename, kind);
+    announce(kind);
+    fillkind(kind, out);
+    if (!filewanted()) return;
     finishperiodogramfile(out);
     if (logging()) closeoutput(write_log_file.log_file_number);
     stopprogram();
+}
+
+void estimateperiodogram(const inputfilename& filename, const tripleproducts& products,
+                         periodogrambounds& bounds)
+{
+    const std::size_t periods = numberofperiods();
+    if (logging() || filewanted()) {
+        periodogram out(periods);
+        computeperiodogram(filename, out);
+        setallvalues(out, bounds);
+        return;
+    }
+    const int kind = kindofperiodogram();
+    announce(kind);
+    int status = failed;
+    if (kind != folding && products.number * static_cast<double>(periods) > fewterms)
+        boundperiodogram(products, kind, testperiods.tableoftestperiods.element, periods, bounds,
+                         status);
+    if (status == done) return;
+    periodogram out(periods);
+    fillkind(kind, out);
+    setallvalues(out, bounds);
+}
+
+double periodogramvalue(const tripleproducts& products, int i)
+{
+    return valueofkind(products, kindofperiodogram(), &testperiods.tableoftestperiods(i));
 }
 
 double loga(double a, double x)

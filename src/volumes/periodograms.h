@@ -2,6 +2,8 @@
 #pragma once
 
 #include "text/names.h"
+#include "volumes/fastperiodograms.h"
+#include "volumes/triples.h"
 
 #include <vector>
 
@@ -56,6 +58,22 @@ void folding_periodogram(periodogram& out);
 // Scargle; 0 by iextentofthesearch: folding for 0, the product for 5, otherwise Rayleigh. A
 // negative type writes the periodogram file and ends the run.
 void computeperiodogram(const inputfilename& filename, periodogram& out);
+
+// Computes the selected periodogram as far as its peaks need it: bounds, within which are the values
+// that computeperiodogram computes.
+//
+// Given:     filename   as above
+//            products   of the recorded reflections
+// Returned:  bounds     for each test period
+//
+// Where a table is printed, in the log or the periodogram file, and for the folding periodogram, all
+// values are known.
+void estimateperiodogram(const inputfilename& filename, const tripleproducts& products,
+                         periodogrambounds& bounds);
+
+// Gives the value of the selected periodogram for test period i, the same bits as
+// computeperiodogram.
+double periodogramvalue(const tripleproducts& products, int i);
 
 // Gives the logarithm of x to base a.
 double loga(double a, double x);

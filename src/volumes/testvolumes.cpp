@@ -7,6 +7,7 @@
 #include "numeric/nint.h"
 #include "text/units.h"
 #include "volumes/estimatedvolumes.h"
+#include "volumes/peaks.h"
 #include "volumes/periodograms.h"
 #include "volumes/testperiods.h"
 #include "volumes/triples.h"
@@ -108,33 +109,23 @@ int peaksperfragment(int numberoffragments)
     return std::min(share, maxnumbervolumesperfragment(otherglobalvariables.iextentofthesearch));
 }
 
-// Gives the first index of the largest value, or -1 if there is no value but NaN.
-int largestin(const periodogram& values, const fragment& part)
-{
-    int w = -1;
-    for (int i = part.lo; i <= part.hi; ++i) {
-        const double value = values[static_cast<std::size_t>(i)];
-        if (std::isnan(value)) continue;
-        if (w < 0 || value > values[static_cast<std::size_t>(w)]) w = i;
-    }
-    return w;
-}
-
 // Clears a peak with its flanks. Deliberate: also where they reach into a neighbouring fragment,
 // so that it is not taken twice.
-void clearpeak(periodogram& values, int w)
+void clearpeak(periodogrambounds& values, int w)
 {
     const int end = std::min(testperiods.number_of_test_periods, w + margin());
     for (int i = std::max(0, w - margin()); i <= end; ++i)
-        values[static_cast<std::size_t>(i)] = 0.0;
+        setvalue(values, static_cast<std::size_t>(i), 0.0);
 }
 
-void takepeaks(periodogram& values, const fragment& part, int kmax)
+void takepeaks(const tripleproducts& products, periodogrambounds& values, const fragment& part,
+               int kmax)
 {
+    const auto valueof = [&](int i) { return periodogramvalue(products, i); };
     int& count = estimatedvolumes.number_of_estimatedvolumes;
     for (int k = 1; k <= kmax && count < maxestimatedvolumes; ++k) {
-        const int w = largestin(values, part);
-        if (w < 0 || values[static_cast<std::size_t>(w)] <= 0.0) return;
+        const int w = largestin(values, part.lo, part.hi, valueof);
+        if (w < 0) return;
         ++count;
         estimatedvolumes.table_of_estimatedvolumes(count) = testperiods.tableoftestperiods(w);
         clearpeak(values, w);
@@ -173,11 +164,7 @@ void logtestvolumes(const fragmentation& fragments)
 
 double maxrlvolumeinperiodogram()
 {
-    double largest = 0.0;
-    foreachtripleproduct([&](double t) {
-        if (t > largest) largest = t;
-    });
-    return largest;
+    return alltripleproducts().largest;
 }
 
 void initializingvolumes2()
@@ -201,14 +188,15 @@ void initializingvolumes2()
 void estimate_true_rvolumes(const inputfilename& filename)
 {
     // 1.
-    periodogram values(static_cast<std::size_t>(testperiods.number_of_test_periods) + 1, 0.0);
-    computeperiodogram(filename, values);
+    const tripleproducts products = alltripleproducts();
+    periodogrambounds values;
+    estimateperiodogram(filename, products, values);
     // 2. to 5.
     const fragmentation fragments = splitperiodogram();
     const int kmax = peaksperfragment(fragments.count);
     // 6.
     estimatedvolumes.number_of_estimatedvolumes = 0;
-    for (int f = 1; f <= fragments.count; ++f) takepeaks(values, fragments.part(f), kmax);
+    for (int f = 1; f <= fragments.count; ++f) takepeaks(products, values, fragments.part(f), kmax);
     // 7. Deliberate: before the list is sorted, so it shows the order of the fragments.
     if (logging()) logtestvolumes(fragments);
 }

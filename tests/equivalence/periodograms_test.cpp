@@ -1,0 +1,394 @@
+#include "volumes/periodograms.h"
+
+#include "driver/read_idx_file.h"
+#include "numeric/constants.h"
+#include "plain/plain.h"
+#include "property/randomlattices.h"
+#include "support/cases.h"
+#include "support/fresh.h"
+#include "support/runs.h"
+#include "text/units.h"
+#include "volumes/peaks.h"
+#include "volumes/plainsums.h"
+#include "volumes/testvolumes.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace torvik {
+
+namespace {
+
+// What the reflections of a case are like.
+enum class likeness { crystal, noisefree, nolattice, friedelmates, twice, withzeros, plane };
+constexpr int likenesses = 7;
+
+vector3 crystalvector(randomnumbers& random, const matrix3& M, double noise)
+{
+    const vector3 h = {{static_cast<double>(random.whole(-6, 6)),
+                        static_cast<double>(random.whole(-6, 6)),
+                        static_cast<double>(random.whole(-6, 6))}};
+    vector3 v = transformed(M, h);
+    for (int c = 1; c <= 3; ++c) v(c) += noise * random.between(-1.0, 1.0);
+    return v;
+}
+
+void setreflection(int i, const vector3& v)
+{
+    recorded_reflections.reflections(i) = v;
+    recorded_reflections.reflectionmagnitudes(i) = vectormagnitude(v);
+}
+
+void makereflections(randomnumbers& random, int N, likeness like)
+{
+    const matrix3 M = randombasis(random);
+    const double noise = like == likeness::noisefree ? 0.0 : 0.01;
+    recorded_reflections.numberofreflections = N;
+    for (int i = 1; i <= N; ++i) {
+        const vector3 before = recorded_reflections.reflections(std::max(1, i - 1));
+        vector3 v = crystalvector(random, M, noise);
+        if (like == likeness::nolattice)
+            for (int c = 1; c <= 3; ++c) v(c) = random.between(-1.0, 1.0);
+        if (like == likeness::friedelmates && i % 2 == 0)
+            for (int c = 1; c <= 3; ++c) v(c) = -before(c);
+        if (like == likeness::twice && i % 2 == 0) v = before;
+        if (like == likeness::withzeros && i % 3 == 0) v = {{0.0, 0.0, 0.0}};
+        if (like == likeness::plane) v(3) = 0.0;
+        setreflection(i, v);
+    }
+}
+
+// Makes reflections and test periods, up to about mostperiods of them.
+void makecase(randomnumbers& random, int N, likeness like, int extent, int mostperiods)
+{
+    auto& parameters = otherglobalvariables;
+    parameters.iextentofthesearch = extent;
+    makereflections(random, N, like);
+    const double Tmax = maxrlvolumeinperiodogram();
+    const double q = 1.0 / (2 * extent + 2);
+    parameters.limitsonvolumeofprimitivecell = true;
+    parameters.minvolumeofprimitivecell = Tmax > 0.0 ? random.between(0.5, 5.0) / Tmax : 1.0;
+    parameters.maxvolumeofprimitivecell =
+        parameters.minvolumeofprimitivecell
+        + (Tmax > 0.0 ? q * random.between(0.2, 1.0) * mostperiods / Tmax : 1.0);
+    printedby([] { initializingvolumes2(); });
+}
+
+std::vector<double> volumes(void (*estimate)(const inputfilename&))
+{
+    estimatedvolumes = {};
+    printedby([&] { estimate(makefilename("a.idx")); });
+    const auto& found = estimatedvolumes;
+    return {found.table_of_estimatedvolumes.element,
+            found.table_of_estimatedvolumes.element + found.number_of_estimatedvolumes};
+}
+
+std::size_t numberofperiods()
+{
+    return static_cast<std::size_t>(testperiods.number_of_test_periods) + 1;
+}
+
+const double* periods()
+{
+    return testperiods.tableoftestperiods.element;
+}
+
+plain::periodogram plainvalues(int kind)
+{
+    plain::periodogram out(numberofperiods(), 0.0);
+    plain::periodogram second(numberofperiods(), 0.0);
+    if (kind == folding) plain::folding_periodogram(out);
+    if (kind == rayleigh || kind == rayleighxscargle) plain::rayleigh_periodogram(out);
+    if (kind == scargle) plain::scargle_periodogram(out);
+    if (kind != rayleighxscargle) return out;
+    plain::scargle_periodogram(second);
+    for (std::size_t i = 0; i < out.size(); ++i) out[i] = out[i] * second[i];
+    return out;
+}
+
+bool samebits(double x, double y)
+{
+    return x == y || (std::isnan(x) && std::isnan(y));
+}
+
+class FastPeriodograms : public fresh {};
+
+// Small cases have the values of the plain sums throughout; large ones go by the bounds.
+TEST_F(FastPeriodograms, GiveTheTestVolumesOfThePlainOnes)
+{
+    randomnumbers random(1);
+    int withvolumes = 0;
+    for (int number = 0; number < cases(300, 6000); ++number) {
+        resetgroups();
+        otherglobalvariables.itypeofperiodogram = random.whole(0, 4);
+        const int N = random.whole(3, number % 20 == 0 ? 40 : 14);
+        makecase(random, N, static_cast<likeness>(number % likenesses), random.whole(0, 5),
+                 number % 3 == 0 ? 3000 : 600);
+        const std::vector<double> expected = volumes(plain::estimate_true_rvolumes);
+        EXPECT_EQ(volumes(estimate_true_rvolumes), expected) << number;
+        withvolumes += expected.empty() ? 0 : 1;
+    }
+    EXPECT_GT(withvolumes, 200);
+}
+
+TEST_F(FastPeriodograms, GiveTheTestVolumesOfThePlainOnesForHundredsOfReflections)
+{
+    // From 67 reflections on the divisor wraps around: negative for 67, positive for 75 and 120.
+    randomnumbers random(2);
+    for (const int N : {66, 67, 75, 120}) {
+        resetgroups();
+        otherglobalvariables.itypeofperiodogram = rayleigh;
+        makecase(random, N, likeness::crystal, 2, cases(60, 1500));
+        EXPECT_EQ(volumes(estimate_true_rvolumes), volumes(plain::estimate_true_rvolumes)) << N;
+    }
+}
+
+// How wide the bounds of a case are.
+struct widths {
+    double largest = 0.0; // of a value, as a share of the largest value
+    int unbounded = 0;
+    int periods = 0;
+};
+
+widths checkbounds(int kind, const std::string& name)
+{
+    periodogrambounds bounds;
+    int status = failed;
+    boundperiodogram(alltripleproducts(), kind, periods(), numberofperiods(), bounds, status);
+    widths found;
+    if (status == failed) return found;
+    const plain::periodogram values = plainvalues(kind);
+    double largest = 0.0;
+    for (const double value : values) largest = std::max(largest, std::fabs(value));
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        ++found.periods;
+        if (!(bounds.most[i] < largestdouble)) {
+            ++found.unbounded;
+            continue;
+        }
+        EXPECT_LE(bounds.least[i], values[i]) << name << " " << i;
+        EXPECT_GE(bounds.most[i], values[i]) << name << " " << i;
+        found.largest = std::max(found.largest, (bounds.most[i] - bounds.least[i]) / largest);
+    }
+    return found;
+}
+
+TEST_F(FastPeriodograms, AreBoundsOnThePlainValues)
+{
+    randomnumbers random(3);
+    int bounded = 0, unbounded = 0;
+    for (int number = 0; number < cases(200, 4000); ++number) {
+        resetgroups();
+        const int kind = random.whole(rayleigh, rayleighxscargle);
+        const int N = random.whole(3, number % 10 == 0 ? 30 : 12);
+        makecase(random, N, static_cast<likeness>(number % likenesses), random.whole(0, 5), 700);
+        const widths found = checkbounds(kind, std::to_string(number));
+        bounded += found.periods - found.unbounded;
+        unbounded += found.unbounded;
+    }
+    EXPECT_GT(bounded, 20000);
+    EXPECT_LT(unbounded, bounded / 2); // those of few triples, whose sums of squares can vanish
+}
+
+TEST_F(FastPeriodograms, AreNarrowBounds)
+{
+    // 1140 triples with phases up to 2 pi 2000 / 6, each off by 10 units of 2^-53: 2.3e-12 for a
+    // term. Twice that on either side of a square, and as much again for the roundings of the sums.
+    // The largest value is only a part of 1, and Scargle's terms are divided by half the number
+    // of triples: a hundredth of a millionth is ample.
+    randomnumbers random(4);
+    for (int kind = rayleigh; kind <= rayleighxscargle; ++kind) {
+        makecase(random, 20, likeness::crystal, 2, 2000);
+        const widths found = checkbounds(kind, "narrow");
+        EXPECT_GT(found.periods, 300);
+        EXPECT_EQ(found.unbounded, 0);
+        EXPECT_LT(found.largest, 1e-8);
+        EXPECT_GT(found.largest, 1e-14); // they do claim something
+    }
+}
+
+TEST_F(FastPeriodograms, AreBoundsForPeriodsThatAreNotEvenlySpacedAsWell)
+{
+    randomnumbers random(5);
+    for (const double departure : {1e-14, 1e-10, 1e-6, 1e-2}) {
+        makecase(random, 12, likeness::crystal, 2, 600);
+        for (std::size_t i = 0; i < numberofperiods(); ++i)
+            testperiods.tableoftestperiods.element[i] *=
+                1.0 + departure * random.between(-1.0, 1.0);
+        for (int kind = rayleigh; kind <= rayleighxscargle; ++kind)
+            checkbounds(kind, std::to_string(departure));
+    }
+}
+
+TEST_F(FastPeriodograms, AreBoundsInManyBlocks)
+{
+    // With 4 triples a block is 128 periods long.
+    randomnumbers random(6);
+    for (int kind = rayleigh; kind <= rayleighxscargle; ++kind) {
+        makecase(random, 5, likeness::nolattice, 1, 60000);
+        EXPECT_GT(checkbounds(kind, "blocks").periods, 10000);
+    }
+}
+
+TEST_F(FastPeriodograms, AreRefusedWhereNumbersAreOutOfRange)
+{
+    setreflections({{{1, 0, 0}}, {{0, 1, 0}}, {{0, 0, 1}}, {{1, 2, 3}}});
+    periodogrambounds bounds;
+    const auto status = [&](const std::vector<double>& P) {
+        int result = -1;
+        boundperiodogram(alltripleproducts(), rayleigh, P.data(), P.size(), bounds, result);
+        return result;
+    };
+    EXPECT_EQ(status({0.5, 0.6}), done);
+    EXPECT_EQ(status({0.5, std::nan("")}), failed);
+    EXPECT_EQ(status({0.0, 0.5}), failed);
+    EXPECT_EQ(status({0.5, std::numeric_limits<double>::infinity()}), failed);
+    EXPECT_EQ(status({1e-20, 1.0}), failed); // places on the grid beyond 2^49
+    setreflection(4, {{1.0, std::nan(""), 1.0}});
+    EXPECT_EQ(status({0.5, 0.6}), failed);
+    setreflection(4, {{1e300, 1.0, 1.0}});
+    EXPECT_EQ(status({0.5, 0.6}), failed);
+    recorded_reflections.numberofreflections = 2;
+    EXPECT_EQ(status({0.5, 0.6}), failed); // no triples
+}
+
+// Takes the largest values away, one after the other, and counts the plain sums that it took.
+int sumsneeded(periodogrambounds& bounds, const tripleproducts& products, int peaks)
+{
+    int sums = 0;
+    const auto valueof = [&](int i) {
+        ++sums;
+        return periodogramvalue(products, i);
+    };
+    const plain::periodogram values = plainvalues(otherglobalvariables.itypeofperiodogram);
+    std::vector<double> left(values);
+    for (int k = 1; k <= peaks; ++k) {
+        const int w = largestin(bounds, 0, testperiods.number_of_test_periods, valueof);
+        const auto largest = std::max_element(left.begin(), left.end());
+        EXPECT_EQ(w, *largest > 0.0 ? largest - left.begin() : -1);
+        if (w < 0) break;
+        setvalue(bounds, static_cast<std::size_t>(w), 0.0);
+        *largest = 0.0;
+    }
+    return sums;
+}
+
+int sumsneeded(int kind, int peaks)
+{
+    otherglobalvariables.itypeofperiodogram = kind;
+    const tripleproducts products = alltripleproducts();
+    periodogrambounds bounds;
+    int status = failed;
+    boundperiodogram(products, kind, periods(), numberofperiods(), bounds, status);
+    EXPECT_EQ(status, done);
+    return sumsneeded(bounds, products, peaks);
+}
+
+TEST_F(FastPeriodograms, DecideBetweenDifferentValuesWithoutAnyPlainSum)
+{
+    randomnumbers random(7);
+    makecase(random, 16, likeness::crystal, 2, 1500);
+    EXPECT_EQ(sumsneeded(rayleigh, 10), 0);
+    EXPECT_EQ(sumsneeded(scargle, 10), 0);
+    EXPECT_EQ(sumsneeded(rayleighxscargle, 10), 0);
+}
+
+TEST_F(FastPeriodograms, LeaveTiesToThePlainSumsAndTheFirstOfThemWins)
+{
+    // The same period at three places: equal values, which no bounds can tell apart.
+    randomnumbers random(8);
+    makecase(random, 12, likeness::crystal, 2, 400);
+    ASSERT_GT(numberofperiods(), 90U);
+    for (std::size_t i = 0; i < numberofperiods(); ++i)
+        testperiods.tableoftestperiods.element[i] = 0.25;
+    testperiods.number_of_test_periods = 20;
+    EXPECT_EQ(sumsneeded(rayleigh, 5), 21); // each once, and then all are known
+}
+
+TEST_F(FastPeriodograms, LeaveValuesThatDifferByARoundingToThePlainSums)
+{
+    // Periods a few units of the last place apart: the values differ by less than the bounds.
+    randomnumbers random(9);
+    makecase(random, 12, likeness::crystal, 2, 400);
+    double P = 0.0137;
+    for (int i = 0; i <= 40; ++i) {
+        testperiods.tableoftestperiods(i) = P;
+        P = std::nextafter(P, 1.0);
+    }
+    testperiods.number_of_test_periods = 40;
+    EXPECT_EQ(sumsneeded(rayleigh, 41), 41);
+    EXPECT_EQ(sumsneeded(rayleighxscargle, 41), 41);
+}
+
+TEST_F(FastPeriodograms, LeaveASumOfSquaresThatVanishesToThePlainSums)
+{
+    // One triple: its sine or its cosine is the whole sum of squares, and its offset takes away the
+    // one or the other.
+    setreflections({{{1.7, 0, 0}}, {{0, 1, 0}}, {{0, 0, 1}}});
+    testperiods.number_of_test_periods = 99;
+    for (int i = 0; i <= 99; ++i) testperiods.tableoftestperiods(i) = 0.02 / (1.0 - i / 120.0);
+    otherglobalvariables.itypeofperiodogram = scargle;
+    const tripleproducts products = alltripleproducts();
+    periodogrambounds bounds;
+    int status = failed;
+    boundperiodogram(products, scargle, periods(), numberofperiods(), bounds, status);
+    ASSERT_EQ(status, done);
+    int sums = 0;
+    const int w = largestin(bounds, 0, 99, [&](int i) {
+        ++sums;
+        return periodogramvalue(products, i);
+    });
+    EXPECT_EQ(sums, 100);
+    // Not a number is no peak, as in the plain program; the first of the largest numbers is one.
+    const plain::periodogram values = plainvalues(scargle);
+    int expected = -1;
+    for (int i = 0; i <= 99; ++i) {
+        const double value = values[static_cast<std::size_t>(i)];
+        if (std::isnan(value)) continue;
+        if (expected < 0 || value > values[static_cast<std::size_t>(expected)]) expected = i;
+    }
+    EXPECT_EQ(w, expected);
+}
+
+TEST_F(FastPeriodograms, ValuesForOnePeriodAreThoseOfThePlainPeriodogram)
+{
+    randomnumbers random(10);
+    for (int number = 0; number < 12; ++number) {
+        makecase(random, 11, static_cast<likeness>(number % likenesses), number % 6, 40);
+        for (int kind = folding; kind <= rayleighxscargle; ++kind) {
+            otherglobalvariables.itypeofperiodogram = kind;
+            const plain::periodogram values = plainvalues(kind);
+            const tripleproducts products = alltripleproducts();
+            for (std::size_t i = 0; i < values.size(); ++i)
+                EXPECT_TRUE(samebits(periodogramvalue(products, static_cast<int>(i)), values[i]))
+                    << number << " " << kind << " " << i;
+        }
+    }
+}
+
+TEST_F(FastPeriodograms, PlainSumsOfAllPeriodsAreThoseOfThePlainPeriodogram)
+{
+    randomnumbers random(11);
+    for (int number = 0; number < 30; ++number) {
+        makecase(random, random.whole(3, 16), static_cast<likeness>(number % likenesses),
+                 number % 6, 300);
+        const auto same = [&](void (*fast)(periodogram&), int kind) {
+            periodogram out(numberofperiods(), -1.0);
+            fast(out);
+            const plain::periodogram values = plainvalues(kind);
+            for (std::size_t i = 0; i < values.size(); ++i)
+                EXPECT_TRUE(samebits(out[i], values[i])) << number << " " << kind << " " << i;
+        };
+        same(folding_periodogram, folding);
+        same(rayleigh_periodogram, rayleigh);
+        same(scargle_periodogram, scargle);
+    }
+}
+
+} // namespace
+
+} // namespace torvik
