@@ -32,7 +32,8 @@ esac
 [[ $# -le 1 && ${1:-} != -* ]] || usage
 need "The tests of Torvik" g++=g++ make=make cmake=cmake clang=clang++ clang-format=clang-format \
     libgtest-dev=/usr/include/gtest/gtest.h nlohmann-json3-dev=/usr/include/nlohmann/json.hpp \
-    python3=python3 binutils=objdump clang-tidy=clang-tidy cppcheck=cppcheck
+    libbenchmark-dev=/usr/include/benchmark/benchmark.h python3=python3 binutils=objdump \
+    clang-tidy=clang-tidy cppcheck=cppcheck
 
 build() {
     cmake --preset "$1" && cmake --build --preset "$1" -j "$(nproc)"

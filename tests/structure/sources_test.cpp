@@ -92,7 +92,7 @@ TEST(Sources, AreSetAsTheFormatterSetsThem)
     if (printedbycommand("command -v clang-format").empty())
         GTEST_SKIP() << "clang-format is not installed";
     const std::string complaints =
-        printedbycommand("cd '" TORVIK_SOURCE_DIR "' && find src tests -name '*.h' -o "
+        printedbycommand("cd '" TORVIK_SOURCE_DIR "' && find src tests bench -name '*.h' -o "
                          "-name '*.cpp' | xargs clang-format --dry-run 2>&1 | head -20");
     EXPECT_EQ(complaints, "");
 }
