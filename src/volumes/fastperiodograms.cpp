@@ -2,8 +2,10 @@
 
 #include "numeric/constants.h"
 #include "numeric/kernel.h"
+#include "volumes/evenspacing.h"
 #include "volumes/nonuniformtransform.h"
 #include "volumes/plainsums.h"
+#include "volumes/wholephases.h"
 
 #include <algorithm>
 #include <cmath>
@@ -32,19 +34,6 @@ struct sumofall {
     double W;       // sum of the frequencies, rounded up
     double largest; // frequency
 };
-
-// The middle of a block, and how its periods depart from being evenly spaced.
-struct blockofperiods {
-    std::size_t first, last;
-    double a, b;  // as in nonuniformtransform.h
-    double error; // of a phase, for w = 1
-    double largestinverse;
-};
-
-int middleof(const blockofperiods& block)
-{
-    return static_cast<int>((block.first + block.last) / 2);
-}
 
 sumofall addup(const tripleproducts& products)
 {
@@ -75,27 +64,8 @@ int bestnumberofpoints(double triples, std::size_t periods)
     return best;
 }
 
-// Measures how evenly a block of periods is spaced.
-blockofperiods blockfrom(std::size_t first, std::size_t last, const double* P, double b, int points)
-{
-    blockofperiods block = {first, last, 0.0, b, 0.0, 0.0};
-    const int middle = middleof(block);
-    block.a = 1.0 / P[middle];
-    const double s = b * (2.0 * truepi / points);
-    double departure = 0.0;
-    for (std::size_t i = first; i <= last; ++i) {
-        const double inverse = 1.0 / P[i];
-        const double k = static_cast<int>(i) - middle;
-        departure = std::max(departure, std::fabs(inverse - (block.a + s * k)));
-        block.largestinverse = std::max(block.largestinverse, inverse);
-    }
-    const double farthest = std::fabs(s) * (0.5 * static_cast<double>(last - first) + 1.0);
-    block.error = departure + unit * (4.0 * block.largestinverse + 5.0 * farthest);
-    return block;
-}
-
 // Gives F(k) with the bound B, for the phase times 1 or 2.
-boundedsum sumat(const wavegrid& grid, const blockofperiods& block, const sumofall& all, int k,
+boundedsum sumat(const wavegrid& grid, const evenspacing& block, const sumofall& all, int k,
                  double times, double roundings)
 {
     const fieldvalue F = fieldat(grid, k, roundings);
@@ -146,29 +116,36 @@ interval productof(const interval& x, const interval& y)
     return {std::min(std::min(a, b), std::min(c, d)), std::max(std::max(a, b), std::max(c, d))};
 }
 
+// Gives the b of nonuniformtransform.h.
+double placestep(double s, int points)
+{
+    return s * points / (2.0 * truepi);
+}
+
 // Puts the waves of all triples on the grid, with their phase times 1 or 2, and transforms it.
-double fillgrid(const tripleproducts& products, const blockofperiods& block, double times,
+double fillgrid(const tripleproducts& products, const evenspacing& block, double times,
                 wavegrid& grid)
 {
     cleargrid(grid);
+    const double b = placestep(block.s, grid.points);
     std::vector<double> w(triplesatonce);
     foreachbatch(products, [&](const double* t, int count) {
         for (int e = 0; e < count; ++e) w[static_cast<std::size_t>(e)] = times * (t[e] * twopi);
-        addwaves(grid, w.data(), count, block.a, block.b);
+        addwaves(grid, w.data(), count, block.a, b);
     });
     return transformgrid(grid);
 }
 
 // What the bounds of a block are computed from.
 struct transformedblock {
-    blockofperiods block;
+    evenspacing block;
     wavegrid single, twice;
     double roundings, roundingstwice;
 };
 
 interval boundsat(const transformedblock& sums, const sumofall& all, int kind, std::size_t i)
 {
-    const blockofperiods& block = sums.block;
+    const evenspacing& block = sums.block;
     const int k = static_cast<int>(i) - middleof(block);
     const boundedsum F1 = sumat(sums.single, block, all, k, 1.0, sums.roundings);
     const interval first = rayleighbounds(F1, wrappedsquare(static_cast<int>(all.n)));
@@ -190,21 +167,24 @@ bool inrange(const sumofall& all, const double* P, std::size_t periods, double b
 void boundperiodogram(const tripleproducts& products, int kind, const double* P,
                       std::size_t periods, periodogrambounds& bounds, int& status)
 {
+    bounds.least.resize(periods);
+    bounds.most.resize(periods);
+    if (kind == folding) {
+        boundfolding(products, P, periods, bounds.least.data(), bounds.most.data(), status);
+        return;
+    }
     // 1. The size of a block, and the even spacing.
     const sumofall all = addup(products);
     const int points = bestnumberofpoints(all.n, periods);
-    const double s = (1.0 / P[periods - 1] - 1.0 / P[0]) / static_cast<double>(periods - 1);
-    const double b = s * points / (2.0 * truepi);
-    status = inrange(all, P, periods, b) ? done : failed;
+    const double s = stepofinverse(P, periods);
+    status = inrange(all, P, periods, placestep(s, points)) ? done : failed;
     if (status == failed) return;
     // 2. Block by block.
-    bounds.least.resize(periods);
-    bounds.most.resize(periods);
     const bool both = kind != rayleigh;
     transformedblock sums = {{}, newwavegrid(points), newwavegrid(both ? points : 256), 0.0, 0.0};
     const auto length = static_cast<std::size_t>(points / 2);
     for (std::size_t first = 0; first < periods; first += length) {
-        sums.block = blockfrom(first, std::min(first + length, periods) - 1, P, b, points);
+        sums.block = measured(first, std::min(first + length, periods) - 1, P, s);
         sums.roundings = fillgrid(products, sums.block, 1.0, sums.single);
         if (both) sums.roundingstwice = fillgrid(products, sums.block, 2.0, sums.twice);
         for (std::size_t i = first; i <= sums.block.last; ++i) {

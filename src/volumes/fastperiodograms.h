@@ -17,14 +17,8 @@
 //
 // THE SUMS. Let F = sum of exp(i w (a + s k)) in exact numbers, n terms, W = sum of w, u = 2^-53,
 // and V the largest 1/P of the block. The computed F is off by less than n times the error of a wave
-// (nonuniformtransform.h). Both it and the plain sum C + i S have phases that are off:
-//
-//   w (D + ...)  for w/P against w (a + s k), where D is the largest |1/P - (a + s k)| of the block as
-//                computed, and three roundings of s k, one of 1/P and one of the sum are added
-//   w u V        for the rounding of w/P in the plain sum
-//   w u a        for the rounding of w a here, w u |s k| for that of the place on the grid
-//
-// together less than w (D + u (4 V + 5 |s k|)), and a term is off by no more than its phase. The
+// (nonuniformtransform.h). The phases of the computed F and of the plain sum C + i S differ by less
+// than w (D + u (4 V + 5 |s k|)) (evenspacing.h), and a term by no more than its phase. The
 // sines and cosines of the plain sum are off by 2 u at most, and adding up n of them rounds each of S
 // and C by less than u n (n + 1) / 2. So C + i S differs from the computed F by less than
 //
@@ -63,7 +57,7 @@ constexpr int folding = 1, rayleigh = 2, scargle = 3, rayleighxscargle = 4;
 // Computes the bounds of a periodogram.
 //
 // Given:     products
-//            kind         rayleigh, scargle or rayleighxscargle
+//            kind         folding (wholephases.h), rayleigh, scargle or rayleighxscargle
 //            P, periods   test periods, positive, and how many; two at least
 // Returned:  bounds       for each test period
 // Status:    done or failed (numbers out of range); then there are no bounds

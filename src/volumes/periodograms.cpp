@@ -205,7 +205,7 @@ void estimateperiodogram(const inputfilename& filename, const tripleproducts& pr
     const int kind = kindofperiodogram();
     announce(kind);
     int status = failed;
-    if (kind != folding && products.number * static_cast<double>(periods) > fewterms)
+    if (periods > 1 && products.number * static_cast<double>(periods) > fewterms)
         boundperiodogram(products, kind, testperiods.tableoftestperiods.element, periods, bounds,
                          status);
     if (status == done) return;

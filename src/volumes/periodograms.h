@@ -66,8 +66,8 @@ void computeperiodogram(const inputfilename& filename, periodogram& out);
 //            products   of the recorded reflections
 // Returned:  bounds     for each test period
 //
-// Where a table is printed, in the log or the periodogram file, and for the folding periodogram, all
-// values are known.
+// Where a table is printed, in the log or the periodogram file, all values are known, and for a few
+// triples and periods as well.
 void estimateperiodogram(const inputfilename& filename, const tripleproducts& products,
                          periodogrambounds& bounds);
 

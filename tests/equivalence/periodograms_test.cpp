@@ -183,7 +183,7 @@ TEST_F(FastPeriodograms, AreBoundsOnThePlainValues)
     int bounded = 0, unbounded = 0;
     for (int number = 0; number < cases(200, 4000); ++number) {
         resetgroups();
-        const int kind = random.whole(rayleigh, rayleighxscargle);
+        const int kind = random.whole(folding, rayleighxscargle);
         const int N = random.whole(3, number % 10 == 0 ? 30 : 12);
         makecase(random, N, static_cast<likeness>(number % likenesses), random.whole(0, 5), 700);
         const widths found = checkbounds(kind, std::to_string(number));
@@ -211,6 +211,18 @@ TEST_F(FastPeriodograms, AreNarrowBounds)
     }
 }
 
+TEST_F(FastPeriodograms, AreBoundsOnFoldingOfSixDigits)
+{
+    // 2^-23 is cut off, and the step is rounded by 2^-33 for up to 128 periods: 2^-23 + 2^-24 in all,
+    // as a share of a largest value that is above one half.
+    randomnumbers random(4);
+    makecase(random, 20, likeness::crystal, 0, 2000);
+    const widths found = checkbounds(folding, "folding");
+    EXPECT_GT(found.periods, 300);
+    EXPECT_LT(found.largest, 2.0 * (0x1p-23 + 0x1p-24 + 0x1p-28));
+    EXPECT_GT(found.largest, 0x1p-23);
+}
+
 TEST_F(FastPeriodograms, AreBoundsForPeriodsThatAreNotEvenlySpacedAsWell)
 {
     randomnumbers random(5);
@@ -219,7 +231,7 @@ TEST_F(FastPeriodograms, AreBoundsForPeriodsThatAreNotEvenlySpacedAsWell)
         for (std::size_t i = 0; i < numberofperiods(); ++i)
             testperiods.tableoftestperiods.element[i] *=
                 1.0 + departure * random.between(-1.0, 1.0);
-        for (int kind = rayleigh; kind <= rayleighxscargle; ++kind)
+        for (int kind = folding; kind <= rayleighxscargle; ++kind)
             checkbounds(kind, std::to_string(departure));
     }
 }
@@ -228,7 +240,7 @@ TEST_F(FastPeriodograms, AreBoundsInManyBlocks)
 {
     // With 4 triples a block is 128 periods long.
     randomnumbers random(6);
-    for (int kind = rayleigh; kind <= rayleighxscargle; ++kind) {
+    for (int kind = folding; kind <= rayleighxscargle; ++kind) {
         makecase(random, 5, likeness::nolattice, 1, 60000);
         EXPECT_GT(checkbounds(kind, "blocks").periods, 10000);
     }
@@ -243,10 +255,14 @@ TEST_F(FastPeriodograms, AreRefusedWhereNumbersAreOutOfRange)
         boundperiodogram(alltripleproducts(), rayleigh, P.data(), P.size(), bounds, result);
         return result;
     };
+    int foldingstatus = done;
     EXPECT_EQ(status({0.5, 0.6}), done);
     EXPECT_EQ(status({0.5, std::nan("")}), failed);
     EXPECT_EQ(status({0.0, 0.5}), failed);
     EXPECT_EQ(status({0.5, std::numeric_limits<double>::infinity()}), failed);
+    boundperiodogram(alltripleproducts(), folding, std::vector<double>{1e-9, 1.0}.data(), 2, bounds,
+                     foldingstatus);
+    EXPECT_EQ(foldingstatus, failed);        // the quotient 3e9 has more than 32 bits
     EXPECT_EQ(status({1e-20, 1.0}), failed); // places on the grid beyond 2^49
     setreflection(4, {{1.0, std::nan(""), 1.0}});
     EXPECT_EQ(status({0.5, 0.6}), failed);
@@ -292,6 +308,7 @@ TEST_F(FastPeriodograms, DecideBetweenDifferentValuesWithoutAnyPlainSum)
 {
     randomnumbers random(7);
     makecase(random, 16, likeness::crystal, 2, 1500);
+    EXPECT_EQ(sumsneeded(folding, 5), 0);
     EXPECT_EQ(sumsneeded(rayleigh, 10), 0);
     EXPECT_EQ(sumsneeded(scargle, 10), 0);
     EXPECT_EQ(sumsneeded(rayleighxscargle, 10), 0);
@@ -307,6 +324,7 @@ TEST_F(FastPeriodograms, LeaveTiesToThePlainSumsAndTheFirstOfThemWins)
         testperiods.tableoftestperiods.element[i] = 0.25;
     testperiods.number_of_test_periods = 20;
     EXPECT_EQ(sumsneeded(rayleigh, 5), 21); // each once, and then all are known
+    EXPECT_EQ(sumsneeded(folding, 5), 21);
 }
 
 TEST_F(FastPeriodograms, LeaveValuesThatDifferByARoundingToThePlainSums)
