@@ -14,18 +14,27 @@
 //     ... hasavx2() ? scan_avx2(x, n, y) : scan_anywhere(x, n, y);
 //
 // Both give the same bits: each lane is an ordinary double, rounded after every operation. Products
-// and sums are never fused: AVX2 alone has no instruction for that, and the compiler is told not to.
+// and sums are never fused: AVX2 alone has no instruction for that, and the compiler is told not to;
+// here once more, for those who build without our flags.
 
 // The compilers warn that such numbers are passed in another way to functions with AVX than without.
 // None is: what takes or gives them is inlined.
 #pragma GCC diagnostic ignored "-Wpsabi"
 
+#if defined(__clang__)
+#pragma clang fp contract(off)
+#else
+#pragma GCC optimize("fp-contract=off")
+#endif
+
 namespace torvik {
 
 #if defined(__x86_64__)
 #define TORVIK_AVX2 __attribute__((target("avx2")))
+#define TORVIK_AVX512 __attribute__((target("avx512f,avx512dq,avx512vl")))
 #else
 #define TORVIK_AVX2
+#define TORVIK_AVX512
 #endif
 #define TORVIK_INLINED [[gnu::always_inline]] inline
 
@@ -38,6 +47,17 @@ inline bool hasavx2()
 {
 #if defined(__x86_64__)
     return __builtin_cpu_supports("avx2") != 0;
+#else
+    return false;
+#endif
+}
+
+// Says whether this processor has AVX-512, which works on eight numbers at once.
+inline bool hasavx512()
+{
+#if defined(__x86_64__)
+    return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512dq") != 0
+           && __builtin_cpu_supports("avx512vl") != 0;
 #else
     return false;
 #endif

@@ -34,8 +34,8 @@ const tripleoutcomes* recall(const outcomememory& memory, const numbered<int, 3>
     return &outcomes;
 }
 
-const tripleoutcomes& remember(outcomememory& memory, const numbered<int, 3>& reflections, int k,
-                               tripleoutcomes&& outcomes)
+void remember(outcomememory& memory, const numbered<int, 3>& reflections, int k,
+              tripleoutcomes&& outcomes)
 {
     const std::size_t added = outcomes.offers.size() + 1;
     if (memory.size + added > roomforoutcomes) memory = {};
@@ -43,7 +43,6 @@ const tripleoutcomes& remember(outcomememory& memory, const numbered<int, 3>& re
     memory.size += added;
     if (!place.offers.empty()) memory.size -= place.offers.size() + 1;
     place = std::move(outcomes);
-    return place;
 }
 
 } // namespace torvik

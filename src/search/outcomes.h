@@ -50,8 +50,8 @@ const tripleoutcomes* recall(const outcomememory& memory, const numbered<int, 3>
                              int k, const numbered<int, 3>& shortest, double volume);
 
 // Keeps the outcomes of a triple; they take the place of older ones. A full memory is emptied
-// before. Gives the kept outcomes.
-const tripleoutcomes& remember(outcomememory& memory, const numbered<int, 3>& reflections, int k,
-                               tripleoutcomes&& outcomes);
+// before.
+void remember(outcomememory& memory, const numbered<int, 3>& reflections, int k,
+              tripleoutcomes&& outcomes);
 
 } // namespace torvik

@@ -9,8 +9,6 @@ namespace torvik {
 
 namespace {
 
-// Indices below this limit are rounded by adding a number so large that fractions are rounded away.
-constexpr double safeindex = 2e9;
 constexpr double roundingaway = 0x1.8p52;
 
 // A basis with each element in all lanes, by the component that it multiplies.
@@ -134,6 +132,52 @@ TORVIK_INLINED indexcounts count(const vectorcolumns& V, const matrix3& D, doubl
             static_cast<int>(within[0] + within[1] + within[2] + within[3])};
 }
 
+TORVIK_INLINED void roundcounted(const vectorcolumns& V, const matrix3& D, double c, int largest,
+                                 wholeindices& indices)
+{
+    const basislanes B = rowsaslanes(D);
+    const double limit = largest;
+    for (int i = 0; i < V.n; i += lanecount) {
+        const lanes x = fourfrom(V.x + i);
+        const lanes y = fourfrom(V.y + i);
+        const lanes z = fourfrom(V.z + i);
+        lanes index[3];
+        lanes whole[3];
+        for (int j = 0; j < 3; ++j) {
+            index[j] = indexalong(j, B, x, y, z);
+            whole[j] = nearestwhole(index[j]);
+        }
+        const lanes q = largestof(magnitude(index[0] - whole[0]), magnitude(index[1] - whole[1]),
+                                  magnitude(index[2] - whole[2]));
+        const auto counted =
+            (largestof(magnitude(whole[0]), magnitude(whole[1]), magnitude(whole[2])) <= limit)
+            & (q <= c);
+        for (int j = 0; j < 3; ++j) putfour(indices.h[j] + i, counted ? whole[j] : lanes{});
+    }
+}
+
+void roundcounted_anywhere(const vectorcolumns& V, const matrix3& D, double c, int largest,
+                           wholeindices& indices)
+{
+    roundcounted(V, D, c, largest, indices);
+}
+
+TORVIK_AVX2 void roundcounted_avx2(const vectorcolumns& V, const matrix3& D, double c, int largest,
+                                   wholeindices& indices)
+{
+    roundcounted(V, D, c, largest, indices);
+}
+
+void roundcountedonebyone(const vectorcolumns& V, const matrix3& D, double c, int largest,
+                          wholeindices& indices)
+{
+    for (int k = 1; k <= V.n; ++k) {
+        const vector3 x = transformed(D, vectorof(V, k));
+        const bool counted = largestindex(x) <= largest && reflexquality222(x) <= c;
+        for (int j = 1; j <= 3; ++j) indices.h[j - 1][k - 1] = counted ? nint(x(j)) : 0.0;
+    }
+}
+
 indexcounts count_anywhere(const vectorcolumns& V, const matrix3& D, double c, int largest)
 {
     return count(V, D, c, largest);
@@ -142,15 +186,6 @@ indexcounts count_anywhere(const vectorcolumns& V, const matrix3& D, double c, i
 TORVIK_AVX2 indexcounts count_avx2(const vectorcolumns& V, const matrix3& D, double c, int largest)
 {
     return count(V, D, c, largest);
-}
-
-// Says whether all indices are surely small: each is a sum of three products.
-bool surelysmall(const vectorcolumns& V, const matrix3& M)
-{
-    double sum = 0.0;
-    for (const auto& row : M.element)
-        for (const double element : row) sum += std::fabs(element);
-    return sum * V.largest < safeindex;
 }
 
 int findbestonebyone(const vectorcolumns& V, const exclusions& excluded, const matrix3& G,
@@ -183,6 +218,14 @@ indexcounts countonebyone(const vectorcolumns& V, const matrix3& D, double c, in
 
 } // namespace
 
+bool surelysmall(const vectorcolumns& V, const matrix3& M)
+{
+    double sum = 0.0;
+    for (const auto& row : M.element)
+        for (const double element : row) sum += std::fabs(element);
+    return sum * V.largest < safeindex;
+}
+
 void excludenone(exclusions& excluded, int n)
 {
     for (int i = 0; i < paddedlength(n); ++i)
@@ -205,6 +248,17 @@ indexcounts countindexed(const vectorcolumns& V, const matrix3& D, double c, int
     // From a half on, a tolerance would tell the two ways of rounding apart.
     if (!surelysmall(V, D) || !(c < 0.5)) return countonebyone(V, D, c, largest);
     return hasavx2() ? count_avx2(V, D, c, largest) : count_anywhere(V, D, c, largest);
+}
+
+void indexwhole(const vectorcolumns& V, const matrix3& D, double c, int largest,
+                wholeindices& indices)
+{
+    if (!surelysmall(V, D) || !(c < 0.5))
+        roundcountedonebyone(V, D, c, largest, indices);
+    else if (hasavx2())
+        roundcounted_avx2(V, D, c, largest, indices);
+    else
+        roundcounted_anywhere(V, D, c, largest, indices);
 }
 
 } // namespace torvik

@@ -20,6 +20,13 @@ inline vector3 vectorof(const vectorcolumns& V, int i)
     return {{V.x[i - 1], V.y[i - 1], V.z[i - 1]}};
 }
 
+// Indices below this limit are rounded by adding a number so large that fractions are rounded away.
+constexpr double safeindex = 2e9;
+
+// Says whether the indices of all vectors are surely below that limit: each is a sum of three
+// products of a component and an element of M.
+bool surelysmall(const vectorcolumns& V, const matrix3& M);
+
 // What is added to the quality of a vector that is not to be considered; otherwise 0.
 struct exclusions {
     alignas(sizeof(lanes)) double penalty[maxcolumn];
@@ -46,5 +53,14 @@ int bestindexed(const vectorcolumns& V, const exclusions& excluded, const matrix
 //            c        largest reflexquality222 of the loose count, half of it of the strict one
 //            largest  vectors with a larger index count nowhere
 indexcounts countindexed(const vectorcolumns& V, const matrix3& D, double c, int largest);
+
+// Whole indices of vectors, component by component; 0 0 0 for a vector that does not count.
+struct wholeindices {
+    alignas(sizeof(lanes)) double h[3][maxcolumn];
+};
+
+// Rounds the indices of the vectors that countindexed counts loosely.
+void indexwhole(const vectorcolumns& V, const matrix3& D, double c, int largest,
+                wholeindices& indices);
 
 } // namespace torvik

@@ -6,6 +6,7 @@
 #include "numeric/constants.h"
 #include "numeric/kernel.h"
 #include "numeric/nint.h"
+#include "search/batchfitting.h"
 #include "search/fitting.h"
 #include "search/outcomes.h"
 #include "search/quality.h"
@@ -21,6 +22,8 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace torvik {
 
@@ -216,39 +219,52 @@ void score(const matrix3& R, const vectorcolumns& reflections, tripleoutcomes& o
     // 3.
     if (found.counts.h < leastcount()) return;
     // With a log, what the limits do is told with every offer.
-    if (logging() || withinvolumelimits(found.D, found.counts, found.quality))
+    if (logging() || withinvolumelimits(reflections, found.D, found.counts, found.quality))
         outcomes.offers.push_back(found);
 }
 
-// Refines a basis and scores the result, in the way that belongs to the extent of the search.
-void refine(const matrix3& B, const triple& candidate, const trialvectors& trial,
-            tripleoutcomes& outcomes)
-{
-    matrix3 R = B;
-    int status = done;
-    sequentialfit(R, trial.columns, extent() <= 1 ? candidate.position : candidate.reflection,
-                  0.5 * volumeundertest(), otherglobalvariables.themaincriterion, status,
-                  outcomes.half);
-    if (status == failed) return;
-    score(R, trial.reflections, outcomes);
-    if (extent() <= 2) return;
-    R = B; // Deliberate: afresh, and only after the first refinement succeeded
-    rebuildonshortest(R, trial.shortest, trial.P, status, outcomes.hundredth);
-    if (status == done) score(R, trial.reflections, outcomes);
-}
+// A triple that passed, on its way to the store.
+struct passedtriple {
+    triple candidate;
+    const tripleoutcomes* recalled; // its outcomes, if they are known
+    tripleoutcomes outcomes;        // otherwise: its outcomes
+    std::size_t firstfit, lastfit;  // and the fits of its bases, the last one not included
+};
 
-tripleoutcomes outcomesof(const triple& candidate, const trialvectors& trial)
+// So many triples are worked on at a time, so that the fits of their bases go side by side.
+constexpr std::size_t triplesatatime = 64;
+
+// Reduces the alternative bases of a triple, and has them wait for their fits.
+void awaitfits(passedtriple& passed, std::vector<fitting>& fits)
 {
-    tripleoutcomes outcomes;
-    outcomes.shortest = trial.reference;
+    const triple& candidate = passed.candidate;
     alternativebases alternativerlbases;
     int count = 0;
     getalternativerlbases(candidate.k, candidate.M, count, alternativerlbases);
+    passed.firstfit = fits.size();
     for (int b = 1; b <= count; ++b) {
         simplereduction(alternativerlbases(b));
-        refine(alternativerlbases(b), candidate, trial, outcomes);
+        fitting fit = {};
+        fit.R = alternativerlbases(b);
+        fit.start = extent() <= 1 ? candidate.position : candidate.reflection;
+        fits.push_back(fit);
     }
-    return outcomes;
+    passed.lastfit = fits.size();
+}
+
+// Scores what the fit of a basis B came to, and for wide searches what the shortest vectors make of
+// it.
+void scorefit(const fitting& fit, const matrix3& B, const trialvectors& trial,
+              tripleoutcomes& outcomes)
+{
+    addinversions(outcomes.half, fit.seen);
+    if (fit.status == failed) return;
+    score(fit.R, trial.reflections, outcomes);
+    if (extent() <= 2) return;
+    matrix3 R = B; // Deliberate: afresh, and only after the first refinement succeeded
+    int status = done;
+    rebuildonshortest(R, trial.shortest, trial.P, status, outcomes.hundredth);
+    if (status == done) score(R, trial.reflections, outcomes);
 }
 
 void offer(const tripleoutcomes& outcomes)
@@ -262,19 +278,43 @@ void offer(const tripleoutcomes& outcomes)
     }
 }
 
-// The bases of a triple, refined, scored and offered to the store.
-void trytriple(const triple& candidate, const trialvectors& trial, outcomememory& memory)
+// Refines and scores the bases of the triples that are not known.
+void workout(std::vector<passedtriple>& triples, const trialvectors& trial)
 {
-    if (extent() <= 1) {
-        offer(outcomesof(candidate, trial));
-        return;
+    std::vector<fitting> fits;
+    for (passedtriple& passed : triples)
+        if (passed.recalled == nullptr) awaitfits(passed, fits);
+    const std::vector<fitting> before = fits;
+    sequentialfits(fits, trial.columns, 0.5 * volumeundertest(),
+                   otherglobalvariables.themaincriterion);
+    for (passedtriple& passed : triples) {
+        if (passed.recalled != nullptr) continue;
+        passed.outcomes.shortest = trial.reference;
+        for (std::size_t f = passed.firstfit; f < passed.lastfit; ++f)
+            scorefit(fits[f], before[f].R, trial, passed.outcomes);
     }
-    const tripleoutcomes* outcomes =
-        recall(memory, candidate.reflection, candidate.k, trial.reference, volumeundertest());
-    if (outcomes == nullptr)
-        outcomes =
-            &remember(memory, candidate.reflection, candidate.k, outcomesof(candidate, trial));
-    offer(*outcomes);
+}
+
+// Brings triples to the store: what their bases come to is recalled or worked out, offered in the
+// order of the triples, and remembered.
+void settle(std::vector<passedtriple>& triples, const trialvectors& trial, outcomememory& memory)
+{
+    const bool remembered = extent() >= 2;
+    for (passedtriple& passed : triples)
+        if (remembered)
+            passed.recalled = recall(memory, passed.candidate.reflection, passed.candidate.k,
+                                     trial.reference, volumeundertest());
+    workout(triples, trial);
+    for (const passedtriple& passed : triples) {
+        const int k = passed.candidate.k;
+        if (logging()) logtriple(passed.candidate, matricesforalternativebases.icounterofhnf(k));
+        offer(passed.recalled != nullptr ? *passed.recalled : passed.outcomes);
+    }
+    for (passedtriple& passed : triples)
+        if (remembered && passed.recalled == nullptr)
+            remember(memory, passed.candidate.reflection, passed.candidate.k,
+                     std::move(passed.outcomes));
+    triples.clear();
 }
 
 // The search at the volume under test.
@@ -284,15 +324,17 @@ void searchtriples(outcomememory& memory)
     trialvectors trial;
     settrialvectors(trial);
     // 3.
+    std::vector<passedtriple> triples;
     subset positions;
     int first = 1;
     for (knatorx(first, trial.nt, 3, positions); first == 0;
          knatorx(first, trial.nt, 3, positions)) {
         const triple candidate = formtriple(positions, trial.P);
         if (!passesprimarytests(candidate)) continue;
-        if (logging()) logtriple(candidate, matricesforalternativebases.icounterofhnf(candidate.k));
-        trytriple(candidate, trial, memory);
+        triples.push_back({candidate, nullptr, {}, 0, 0});
+        if (triples.size() == triplesatatime) settle(triples, trial, memory);
     }
+    settle(triples, trial, memory);
 }
 
 } // namespace

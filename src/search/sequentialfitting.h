@@ -22,8 +22,20 @@ struct inversions {
 // Says whether inversions end with another threshold as they did.
 bool endalike(const inversions& seen, double threshold);
 
+// Adds inversions to those seen before.
+void addinversions(inversions& seen, const inversions& further);
+
 // Inverts a matrix (see invmat) and takes note of the outcome.
 void notedinverse(const matrix3& a, matrix3& ainv, double threshold, int& status, inversions& seen);
+
+// The sums transpose(H) A and transpose(H) H over rows of indices H and vectors A.
+struct fitsums {
+    matrix3 P = {};
+    matrix3 Q = {};
+};
+
+// Adds a vector, with its rounded indices under G, the inverse of a reciprocal basis.
+void addtosums(fitsums& sums, const vector3& v, const matrix3& G);
 
 // Refines a reciprocal basis as sequentialfittingrlbasis does.
 //

@@ -5,47 +5,45 @@
 #include "driver/write_log_file.h"
 #include "numeric/constants.h"
 #include "search/fitting.h"
-#include "search/quality.h"
 #include "search/reduction.h"
+#include "search/scanning.h"
 #include "store/similarity.h"
 #include "text/units.h"
 
+#include <algorithm>
 #include <cmath>
-#include <limits>
+#include <numeric>
 
 namespace torvik {
 
 namespace {
 
-// The rounded indices of the reflections that a basis indexes: rows 1..count.
-struct indextable {
-    int count = 0;
-    numbered<numbered<int, 3>, maxreflections> row;
-};
+// What divides all indices of a column, as a greatest common divisor: 0 if they are all 0.
+int commondivisor(const double* column, int n)
+{
+    int divisor = 0;
+    for (int k = 0; k < n && divisor != 1; ++k) {
+        const int index = static_cast<int>(column[k]);
+        if (divisor == 0 || index % divisor != 0) divisor = std::gcd(divisor, index);
+    }
+    return divisor;
+}
 
-void tabulateindices(const matrix3& D, indextable& indices)
+// The greatest common divisors of the three indices over the reflections that a basis indexes.
+numbered<int, 3> commondivisors(const vectorcolumns& reflections, const matrix3& D)
 {
     const auto& parameters = otherglobalvariables;
-    for (int k = 1; k <= recorded_reflections.numberofreflections; ++k) {
-        const vector3 x = transformed(D, recorded_reflections.reflections(k));
-        if (largestindex(x) > parameters.maxallowedmillerindex) continue;
-        if (!(reflexquality222(x) <= parameters.themaincriterion)) continue;
-        ++indices.count;
-        indices.row(indices.count) = {{nint(x(1)), nint(x(2)), nint(x(3))}};
-    }
+    wholeindices indices;
+    indexwhole(reflections, D, parameters.themaincriterion, parameters.maxallowedmillerindex,
+               indices);
+    numbered<int, 3> divisors;
+    for (int i = 1; i <= 3; ++i) divisors(i) = commondivisor(indices.h[i - 1], reflections.n);
+    return divisors;
 }
 
-bool divisible(const indextable& indices, int column, int divisor)
-{
-    for (int k = 1; k <= indices.count; ++k)
-        if (indices.row(k)(column) % divisor != 0) return false;
-    return true;
-}
-
-void dividecolumn(matrix3& D, indextable& indices, int column, int divisor)
+void dividecolumn(matrix3& D, int column, int divisor)
 {
     for (int j = 1; j <= 3; ++j) D(column, j) = D(column, j) / divisor;
-    for (int k = 1; k <= indices.count; ++k) indices.row(k)(column) /= divisor;
     if (logging())
         writeline(write_log_file.log_file_number, X(1), "  Indices in column", I(2, column),
                   " divided by", I(2, divisor));
@@ -59,6 +57,18 @@ int similarslot(const matrix3& D)
     invmat(D, Dinv, hundredtimestiny, status);
     if (status == failed) return 0;
     return firstsimilarslot(Dinv);
+}
+
+// Gives the lowest of n numbers, of which none is NaN. Four running minima do not wait for each
+// other as one would.
+double lowestof(const double* numbers, int n)
+{
+    double lowest[4] = {numbers[0], numbers[0], numbers[0], numbers[0]};
+    int i = 0;
+    for (; i + 4 <= n; i += 4)
+        for (int j = 0; j < 4; ++j) lowest[j] = std::min(lowest[j], numbers[i + j]);
+    for (; i < n; ++i) lowest[0] = std::min(lowest[0], numbers[i]);
+    return std::min({lowest[0], lowest[1], lowest[2], lowest[3]});
 }
 
 void logsavedbasis(int slot, const indexcounts& counts, double quality)
@@ -79,7 +89,8 @@ void fillslot(int slot, const matrix3& D, const indexcounts& counts, double qual
     modofsavedbases.aqualityofsavedbases(slot) = quality;
 }
 
-bool withinvolumelimits(matrix3& D, indexcounts& counts, double& quality)
+bool withinvolumelimits(const vectorcolumns& reflections, matrix3& D, indexcounts& counts,
+                        double& quality)
 {
     const auto& parameters = otherglobalvariables;
     if (!parameters.limitsonvolumeofprimitivecell) return true;
@@ -88,17 +99,20 @@ bool withinvolumelimits(matrix3& D, indexcounts& counts, double& quality)
     if (volume > parameters.maxvolumeofprimitivecell) return false;
     if (!(volume / 2.0 > parameters.minvolumeofprimitivecell)) return true;
     int changed = 0;
-    checkindexdivisibility(D, volume, changed);
+    checkindexdivisibility(reflections, D, volume, changed);
     if (changed == 1) {
         buergerreduction(D);
-        basisquality(D, counts, quality);
+        basisquality(reflections, D, counts, quality);
     }
     return true;
 }
 
 void savethebasis(matrix3& D, indexcounts& counts, double& quality)
 {
-    if (withinvolumelimits(D, counts, quality)) offerbasis(D, counts, quality);
+    vectorcolumns reflections;
+    setcolumns(reflections, recorded_reflections.numberofreflections,
+               recorded_reflections.reflections);
+    if (withinvolumelimits(reflections, D, counts, quality)) offerbasis(D, counts, quality);
 }
 
 void offerbasis(const matrix3& D, const indexcounts& counts, double quality)
@@ -137,25 +151,38 @@ int itissimilartoalreadysaved(const matrix3& D, const indexcounts& counts, doubl
 void indicatecurrentlyworstsavedbasis()
 {
     auto& store = modofsavedbases;
-    // From infinity, since weights of any size are allowed: some slot is always chosen.
-    double lowest = std::numeric_limits<double>::infinity();
-    for (int k = 1; k <= store.numberofsavedbases; ++k) {
-        if (store.aqualityofsavedbases(k) > lowest) continue; // Deliberate: an equal one is worse
-        store.icurrentlyworstsavedbasis = k;
-        lowest = store.aqualityofsavedbases(k);
-    }
+    const auto& quality = store.aqualityofsavedbases;
+    const int n = store.numberofsavedbases;
+    if (n < 1) return;
+    // A slot that is worse than all before it, or equal, is the worst so far: in the end, it is the
+    // last of the lowest quality.
+    const double lowest = lowestof(quality.element, n);
+    int k = n;
+    while (k > 1 && quality(k) > lowest) --k;
+    store.icurrentlyworstsavedbasis = k;
 }
 
 void checkindexdivisibility(matrix3& D, double& volume, int& changed)
 {
+    vectorcolumns reflections;
+    setcolumns(reflections, recorded_reflections.numberofreflections,
+               recorded_reflections.reflections);
+    checkindexdivisibility(reflections, D, volume, changed);
+}
+
+void checkindexdivisibility(const vectorcolumns& reflections, matrix3& D, double& volume,
+                            int& changed)
+{
     const double smallest = otherglobalvariables.minvolumeofprimitivecell;
-    indextable indices;
-    tabulateindices(D, indices);
+    // All indices of a column are divisible by d just if their greatest common divisor is; without
+    // any it is 0, which everything divides.
+    numbered<int, 3> divisors = commondivisors(reflections, D);
     changed = 0;
     for (int d = 5; d >= 2; --d)
         for (int i = 1; i <= 3 && !(volume / d < smallest); ++i) {
-            if (!divisible(indices, i, d)) continue;
-            dividecolumn(D, indices, i, d);
+            if (divisors(i) % d != 0) continue;
+            dividecolumn(D, i, d);
+            divisors(i) /= d;
             volume = volume / d;
             changed = 1;
         }

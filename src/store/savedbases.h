@@ -1,6 +1,7 @@
 // The bounded store of the best bases found by the search.
 #pragma once
 
+#include "numeric/columns.h"
 #include "store/modofsavedbases.h"
 
 // One lattice takes one slot: a basis of a lattice already held replaces it if it is at least as
@@ -21,7 +22,11 @@ void savethebasis(matrix3& D, indexcounts& counts, double& quality);
 
 // Its first half: says whether a basis lies within the volume limits, after dividing it where its
 // indices allow that. Does not look at the store. Log: the divisions.
-bool withinvolumelimits(matrix3& D, indexcounts& counts, double& quality);
+//
+// Given:               reflections   all of them
+// Given and returned:  as savethebasis
+bool withinvolumelimits(const vectorcolumns& reflections, matrix3& D, indexcounts& counts,
+                        double& quality);
 
 // Its second half: offers a basis that lies within them.
 void offerbasis(const matrix3& D, const indexcounts& counts, double quality);
@@ -46,6 +51,10 @@ void indicatecurrentlyworstsavedbasis();
 //
 // Deliberate: each divisor is tried once on each vector, so a factor 9 is only partly removed.
 void checkindexdivisibility(matrix3& D, double& volume, int& changed);
+
+// The same, with the reflections laid out in columns beforehand.
+void checkindexdivisibility(const vectorcolumns& reflections, matrix3& D, double& volume,
+                            int& changed);
 
 // Puts a basis with its counts and quality into a slot.
 void fillslot(int slot, const matrix3& D, const indexcounts& counts, double quality);

@@ -2,6 +2,7 @@
 
 #include "plain/plain.h"
 #include "property/randomlattices.h"
+#include "search/batchfitting.h"
 #include "search/fitting.h"
 #include "search/reduction.h"
 #include "search/scanning.h"
@@ -142,6 +143,59 @@ TEST_F(FastSearch, GrowsAFitToTheSameBitsFromNumbersOfAnySize)
         ASSERT_EQ(bitsof(fast), bitsof(plain)) << n;
         ASSERT_EQ(faststatus, plainstatus) << n;
     }
+}
+
+TEST_F(FastSearch, GrowsFitsSideBySideToTheSameBits)
+{
+    randomnumbers random(49);
+    int refined = 0;
+    int failures = 0;
+    for (int n = 1; n <= cases(120, 12000); ++n) {
+        setrandomreflections(random, random.whole(4, n % 10 == 0 ? 120 : 30));
+        const int N = recorded_reflections.numberofreflections;
+        auto& parameters = otherglobalvariables;
+        parameters.themaincriterion = n % 20 == 0 ? 0.45 : random.between(0.03, 0.3);
+        if (n % 7 == 0) // indices about 2^31, some beyond
+            recorded_reflections.reflections(random.whole(1, N))(1) = 1e9;
+        const double V = std::pow(10.0, random.between(-3.0, 0.5));
+        estimatedvolumes.currentlyinvestigatedvolume = V;
+        std::vector<fitting> before(static_cast<std::size_t>(random.whole(0, 60)));
+        for (fitting& fit : before) fit.R = startingbasis(random, fit.start);
+        vectorcolumns columns;
+        setcolumns(columns, N, recorded_reflections.reflections);
+        for (int lanes = 1; lanes <= bestlanes(); ++lanes) {
+            std::vector<fitting> fits = before;
+            sequentialfitsin(lanes, fits, columns, 0.5 * V, parameters.themaincriterion);
+            for (std::size_t f = 0; f < fits.size(); ++f) {
+                matrix3 plain = before[f].R;
+                int status = 7;
+                plain::sequentialfittingrlbasis(plain, N, recorded_reflections.reflections,
+                                                before[f].start, status);
+                ASSERT_EQ(bitsof(fits[f].R), bitsof(plain)) << n << " " << lanes << " " << f;
+                ASSERT_EQ(fits[f].status, status) << n << " " << lanes << " " << f;
+                refined += bitsof(plain) != bitsof(before[f].R) ? 1 : 0;
+                failures += status;
+                // With any threshold between those that the inversions met, all goes alike.
+                const inversions& seen = fits[f].seen;
+                EXPECT_TRUE(endalike(seen, 0.5 * V));
+                estimatedvolumes.currentlyinvestigatedvolume =
+                    random.whole(0, 1) == 0 && seen.smallestregular < 1e300
+                        ? 2.0 * seen.smallestregular
+                        : V * random.between(0.5, 2.0);
+                if (endalike(seen, 0.5 * estimatedvolumes.currentlyinvestigatedvolume)) {
+                    matrix3 again = before[f].R;
+                    int statusagain = 7;
+                    plain::sequentialfittingrlbasis(again, N, recorded_reflections.reflections,
+                                                    before[f].start, statusagain);
+                    ASSERT_EQ(bitsof(again), bitsof(plain)) << n << " " << f;
+                    ASSERT_EQ(statusagain, status) << n << " " << f;
+                }
+                estimatedvolumes.currentlyinvestigatedvolume = V;
+            }
+        }
+    }
+    EXPECT_GT(refined, cases(1000, 100000));
+    EXPECT_GT(failures, cases(100, 10000));
 }
 
 TEST_F(FastSearch, CountsTheSameReflections)
