@@ -14,14 +14,16 @@ namespace {
 
 constexpr int phasesteps = curvepoints - 1; // Deliberate: the last point of the curve is never read
 
-typedef std::uint32_t eightwords __attribute__((vector_size(32)));
+using eightwords [[gnu::vector_size(32)]] = std::uint32_t;
 
-constexpr int leastbits = 16;
-constexpr int mostbits = 22;            // 511 steps and 22 bits still fit into 32
-constexpr double largestreach = 0x1p35; // 51 - leastbits
-constexpr double largestcomponent = 1e30, smallestvolume = 1e-200, largestvolume = 1e200;
+constexpr int coarsestbits = 16;
+constexpr int finestbits = 22;          // 511 steps and 22 bits still fit into 32
+constexpr double largestreach = 0x1p35; // 51 - coarsestbits
+constexpr double largestcomponent = 1e30;
+constexpr double smallestvolume = 1e-200;
+constexpr double largestvolume = 1e200;
 
-int paddedlength(int n)
+int wholeblocks(int n)
 {
     return (n + atonce - 1) / atonce * atonce;
 }
@@ -54,7 +56,8 @@ TORVIK_INLINED lanes absolute(const lanes& x)
 // Gives the low words of eight numbers.
 TORVIK_INLINED eightwords lowwords(const lanes& a, const lanes& b)
 {
-    eightwords low, high;
+    eightwords low;
+    eightwords high;
     std::memcpy(&low, &a, sizeof low);
     std::memcpy(&high, &b, sizeof high);
     return __builtin_shufflevector(low, high, 0, 2, 4, 6, 8, 10, 12, 14);
@@ -68,7 +71,9 @@ struct rowfactors {
 TORVIK_INLINED rowfactors factorsof(const vector3& a, const trialcolumns& list, int j,
                                     double inverse)
 {
-    const double x = list.x[j], y = list.y[j], z = list.z[j];
+    const double x = list.x[j];
+    const double y = list.y[j];
+    const double z = list.z[j];
     return {fourof((a(2) * z - a(3) * y) * inverse), fourof((a(3) * x - a(1) * z) * inverse),
             fourof((a(1) * y - a(2) * x) * inverse)};
 }
@@ -85,17 +90,20 @@ TORVIK_INLINED void fillrows(const vector3& a, const trialcolumns& list, const p
                              int j, phaserows& rows)
 {
     rowfactors factors[count];
-    for (int h = 0; h < count; ++h) factors[h] = factorsof(a, list, j + h, grid.inverse);
+    std::uint32_t* out[count];
+    for (int h = 0; h < count; ++h) {
+        factors[h] = factorsof(a, list, j + h, grid.inverse);
+        out[h] = rows.row(j + h);
+    }
     const lanes cut = fourof(grid.cut);
     const std::uint32_t mask = (1U << grid.bits) - 1;
-    std::uint32_t* const out = rows.row(j);
     for (int k = 0; k < j + count - 1; k += atonce)
         for (int h = 0; h < count; ++h) {
             const lanes low = fourproducts(factors[h], list, k) + cut;
             const lanes high = fourproducts(factors[h], list, k + lanecount) + cut;
             const eightwords fraction = lowwords(low, high) & mask;
             const eightwords phase = (fraction << 9) - fraction + grid.shift; // times 511
-            std::memcpy(out + h * rows.stride + k, &phase, sizeof phase);
+            std::memcpy(out[h] + k, &phase, sizeof phase);
         }
 }
 
@@ -120,7 +128,7 @@ void fillcolumns(trialcolumns& list)
         list.y[m] = r(2);
         list.z[m] = r(3);
     }
-    for (int m = n; m < paddedlength(n); ++m) list.x[m] = list.y[m] = list.z[m] = 0.0;
+    for (int m = n; m < wholeblocks(n); ++m) list.x[m] = list.y[m] = list.z[m] = 0.0;
 }
 
 void removecolumn(trialcolumns& list, int m)
@@ -133,7 +141,7 @@ void removecolumn(trialcolumns& list, int m)
 
 phasegrid makephasegrid(const trialcolumns& list, double V)
 {
-    phasegrid grid = {phasesteps / V, 1.0 / V, leastbits, 0.0, 0, 1U << leastbits};
+    phasegrid grid = {phasesteps / V, 1.0 / V, coarsestbits, 0.0, 0, 1U << coarsestbits};
     const double A = largestofall(list);
     const double reach = 7.0 * A * A * A / V; // no y is larger: six products, and their roundings
     const bool tame = allfinite(list) && A <= largestcomponent && smallestvolume <= V
@@ -141,7 +149,7 @@ phasegrid makephasegrid(const trialcolumns& list, double V)
     if (!tame) return grid;
     int exponent = 0; // reach < 2^exponent
     std::frexp(reach, &exponent);
-    grid.bits = std::min(mostbits, 51 - exponent);
+    grid.bits = std::min(finestbits, 51 - exponent);
     const double unit = 1U << grid.bits; // 1/unit is the last bit of y when 1.5 2^52/unit is added
     grid.cut = 0x1.8p52 / unit;
     const double roundings = phasesteps * 15.0 * 0x1p-53 * reach * unit;
@@ -167,7 +175,7 @@ void computephaserows(const vector3& a, const trialcolumns& list, const phasegri
                       phaserows& rows)
 {
     rows.last = last;
-    rows.stride = paddedlength(last);
+    rows.stride = wholeblocks(last);
     rows.first = std::max(1, last + 1 - phaserows::size / rows.stride);
     if (hasavx2())
         fillphaserows_avx2(a, list, grid, rows);

@@ -4,6 +4,7 @@
 #include "driver/recorded_reflections.h"
 #include "numeric/arrays.h"
 
+#include <cstddef>
 #include <cstdint>
 
 // The ranking takes d = |deter| of three vectors to the nearest of 511 steps of d/V (phaseindex).
@@ -55,13 +56,13 @@ struct phaserows {
     // but is less than 512 steps.
     alignas(32) std::uint32_t phase[size];
 
-    const std::uint32_t* row(int j) const
+    [[nodiscard]] const std::uint32_t* row(int j) const
     {
-        return phase + (j - first) * stride;
+        return phase + static_cast<std::ptrdiff_t>(j - first) * stride;
     }
-    std::uint32_t* row(int j)
+    [[nodiscard]] std::uint32_t* row(int j)
     {
-        return phase + (j - first) * stride;
+        return phase + static_cast<std::ptrdiff_t>(j - first) * stride;
     }
 };
 

@@ -15,8 +15,8 @@ namespace {
 // The trial vectors with their scores.
 struct ranking {
     trialcolumns list;
-    phasegrid grid;
     wholeweights weights;
+    phasegrid grid;
     std::int64_t score[columnlength];
     pairsums sums; // of the vector at work
 };

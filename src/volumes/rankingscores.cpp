@@ -16,11 +16,37 @@ namespace {
 
 constexpr int wholeturn = curvepoints - 1; // the step of a phase that was rounded up to 1: as 0
 
+using fourintegers [[gnu::vector_size(16)]] = std::int32_t;
+
 // With fewer vectors the sums themselves are quicker than the whole weights are made.
 constexpr int leastvectors = 8;
 
 // Beyond these the sums could overflow or lose bits.
-constexpr double smallestweight = 1e-200, largestweight = 1e200;
+constexpr double smallestweight = 1e-200;
+constexpr double largestweight = 1e200;
+
+// Calls visit(i) for fours of points of the curve, from i on, that cover all but the last point.
+template <class Visit>
+TORVIK_INLINED void foreachfour(Visit visit)
+{
+    for (int i = 0; i < wholeturn - lanecount; i += lanecount) visit(i);
+    visit(wholeturn - lanecount);
+}
+
+// Gives the largest weight of a curve; 0 if one of them is negative, too large or no number.
+double largestoftame(const rankingcurve& curve)
+{
+    double most[lanecount] = {}; // four at work, since each waits for the one before
+    bool tame = true;
+    foreachfour([&](int i) {
+        for (int l = 0; l < lanecount; ++l) {
+            const double w = curve(i + l);
+            tame = tame && w >= 0.0 && w <= largestweight;
+            most[l] = std::max(most[l], w);
+        }
+    });
+    return tame ? *std::max_element(most, most + lanecount) : 0.0;
+}
 
 // Gives the weight of a step, 0..511.
 double weightof(const rankingcurve& curve, int step)
@@ -32,7 +58,8 @@ double weightof(const rankingcurve& curve, int step)
 void settle(const vector3& a, const trialcolumns& list, int j, int k, const phasegrid& grid,
             const wholeweights& weights, std::int32_t taken, pairsums& sums)
 {
-    const vector3 b = vectorat(list, j), c = vectorat(list, k);
+    const vector3 b = vectorat(list, j);
+    const vector3 c = vectorat(list, k);
     sums.own += weights.weight[definedstep(a, b, c, grid)] - taken;
     sums.of[j] += weights.weight[definedstep(b, a, c, grid)] - taken;
     sums.of[k] += weights.weight[definedstep(c, a, b, grid)] - taken;
@@ -64,21 +91,20 @@ void addweights(const phaserows& rows, const phasegrid& grid, const wholeweights
 wholeweights makewholeweights(const rankingcurve& curve, int N)
 {
     wholeweights weights;
-    double most = 0.0;
-    weights.usable = N >= leastvectors;
-    for (int i = 0; weights.usable && i < wholeturn; ++i) {
-        weights.usable = 0.0 <= curve(i) && curve(i) <= largestweight;
-        most = std::max(most, curve(i));
-    }
-    weights.usable = weights.usable && most >= smallestweight;
+    const double most = N >= leastvectors ? largestoftame(curve) : 0.0;
+    weights.usable = most >= smallestweight;
     if (!weights.usable) return weights;
     // The largest is below 2^exponent, and becomes no more than 2^31 / (N + 1).
-    int exponent = 0, room = 0;
+    int exponent = 0;
+    int room = 0;
     std::frexp(most, &exponent);
     std::frexp(std::numeric_limits<std::int32_t>::max() / (N + 1), &room);
     const double unit = std::ldexp(1.0, room - 1 - exponent);
-    for (int i = 0; i < wholeturn; ++i)
-        weights.weight[i] = static_cast<std::int32_t>(curve(i) * unit + 0.5);
+    foreachfour([&](int i) {
+        const lanes units = fourfrom(curve.element + i) * unit + 0.5;
+        const auto whole = __builtin_convertvector(units, fourintegers);
+        std::memcpy(weights.weight + i, &whole, sizeof whole);
+    });
     weights.weight[wholeturn] = weights.weight[0];
     return weights;
 }
@@ -105,15 +131,31 @@ void addweights_anywhere(const phaserows& rows, const phasegrid& grid, const who
 
 namespace {
 
-// Ones and zeros: eight words from place 8 - n on keep the first n.
+using eightintegers [[gnu::vector_size(32)]] = std::int32_t;
+using eightwords [[gnu::vector_size(32)]] = std::uint32_t;
+
+// Eight of them from place 8 - n on keep the first n of eight words.
 alignas(32) constexpr std::int32_t keep[16] = {-1, -1, -1, -1, -1, -1, -1, -1};
 
-TORVIK_AVX2 inline std::int32_t sumofeight(__m256i w)
+template <class Eight>
+TORVIK_AVX2 inline Eight eightfrom(const void* place)
 {
-    __m128i sum = _mm_add_epi32(_mm256_castsi256_si128(w), _mm256_extracti128_si256(w, 1));
-    sum = _mm_add_epi32(sum, _mm_shuffle_epi32(sum, 0x4e));
-    sum = _mm_add_epi32(sum, _mm_shuffle_epi32(sum, 0xb1));
-    return _mm_cvtsi128_si32(sum);
+    Eight x;
+    std::memcpy(&x, place, sizeof x);
+    return x;
+}
+
+TORVIK_AVX2 inline eightintegers lookup(const std::int32_t* weight, const eightwords& step)
+{
+    return reinterpret_cast<eightintegers>(
+        _mm256_i32gather_epi32(weight, reinterpret_cast<__m256i>(step), 4));
+}
+
+TORVIK_AVX2 inline std::int32_t sumof(const eightintegers& w)
+{
+    const eightintegers four = w + __builtin_shufflevector(w, w, 4, 5, 6, 7, 0, 1, 2, 3);
+    const eightintegers two = four + __builtin_shufflevector(four, four, 2, 3, 0, 1, 6, 7, 4, 5);
+    return two[0] + two[1];
 }
 
 } // namespace
@@ -121,25 +163,22 @@ TORVIK_AVX2 inline std::int32_t sumofeight(__m256i w)
 TORVIK_AVX2 void addweights_avx2(const phaserows& rows, const phasegrid& grid,
                                  const wholeweights& weights, rowsums& sums)
 {
-    const __m128i bits = _mm_cvtsi32_si128(grid.bits);
-    const __m256i mask = _mm256_set1_epi32((1 << grid.bits) - 1);
-    const __m256i window = _mm256_set1_epi32(static_cast<int>(grid.window));
+    const std::uint32_t mask = (1U << grid.bits) - 1;
     for (int j = rows.first; j <= rows.last; ++j) {
         const std::uint32_t* const phase = rows.row(j);
-        __m256i sum = _mm256_setzero_si256(), near = sum;
+        eightintegers sum = {};
+        eightintegers near = {};
         for (int k = 0; k < j; k += atonce) {
-            const __m256i p = _mm256_load_si256(reinterpret_cast<const __m256i*>(phase + k));
-            near = _mm256_or_si256(near, _mm256_cmpgt_epi32(window, _mm256_and_si256(p, mask)));
-            __m256i w = _mm256_i32gather_epi32(weights.weight, _mm256_srl_epi32(p, bits), 4);
-            if (j - k < atonce)
-                w = _mm256_and_si256(w, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(
-                                            keep + atonce - (j - k))));
-            auto* const column = reinterpret_cast<__m256i*>(sums.column + k);
-            _mm256_store_si256(column, _mm256_add_epi32(_mm256_load_si256(column), w));
-            sum = _mm256_add_epi32(sum, w);
+            const auto p = eightfrom<eightwords>(phase + k);
+            near |= (p & mask) < grid.window;
+            eightintegers w = lookup(weights.weight, p >> grid.bits);
+            if (j - k < atonce) w &= eightfrom<eightintegers>(keep + atonce - (j - k));
+            const eightintegers column = eightfrom<eightintegers>(sums.column + k) + w;
+            std::memcpy(sums.column + k, &column, sizeof column);
+            sum += w;
         }
-        sums.row[j] = sumofeight(sum);
-        sums.near[j] = _mm256_testz_si256(near, near) == 0;
+        sums.row[j] = sumof(sum);
+        sums.near[j] = sumof(near) != 0;
     }
 }
 
