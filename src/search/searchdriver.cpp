@@ -269,12 +269,13 @@ void scorefit(const fitting& fit, const matrix3& B, const trialvectors& trial,
 
 void offer(const tripleoutcomes& outcomes)
 {
+    bool worstknown = false;
     for (const outcome& found : outcomes.offers) {
         outcome changing = found;
         if (logging())
             savethebasis(changing.D, changing.counts, changing.quality);
         else
-            offerbasis(found.D, found.counts, found.quality);
+            offerbasis(found.D, found.counts, found.quality, worstknown);
     }
 }
 

@@ -80,6 +80,23 @@ void logsavedbasis(int slot, const indexcounts& counts, double quality)
               "vectors, quality :", F(13, 3, quality));
 }
 
+// Looks for a basis of the same lattice, and replaces it by the candidate unless it is better. Gives
+// false if there is none. A change of a quality makes the worst slot unknown.
+bool meetssimilar(const matrix3& D, const indexcounts& counts, double quality, bool& worstknown)
+{
+    const int k = similarslot(D);
+    if (k == 0) return false;
+    const int log = write_log_file.log_file_number;
+    if (logging()) writeline(log, X(1), "  Similar to solution", I(4, k));
+    const double saved = modofsavedbases.aqualityofsavedbases(k);
+    if (quality < saved) return true;
+    // Deliberate: an equal quality replaces.
+    if (logging()) writeline(log, X(1), "    and replaced it");
+    fillslot(k, D, counts, quality);
+    if (quality != saved) worstknown = false;
+    return true;
+}
+
 } // namespace
 
 void fillslot(int slot, const matrix3& D, const indexcounts& counts, double quality)
@@ -112,40 +129,37 @@ void savethebasis(matrix3& D, indexcounts& counts, double& quality)
     vectorcolumns reflections;
     setcolumns(reflections, recorded_reflections.numberofreflections,
                recorded_reflections.reflections);
-    if (withinvolumelimits(reflections, D, counts, quality)) offerbasis(D, counts, quality);
+    bool worstknown = false;
+    if (withinvolumelimits(reflections, D, counts, quality))
+        offerbasis(D, counts, quality, worstknown);
 }
 
-void offerbasis(const matrix3& D, const indexcounts& counts, double quality)
+void offerbasis(const matrix3& D, const indexcounts& counts, double quality, bool& worstknown)
 {
     auto& store = modofsavedbases;
     // 4. Deliberate: the store holds 128 bases, however many are to be reported.
     int slot = 0;
     if (store.numberofsavedbases >= maxsavedbases) {
-        indicatecurrentlyworstsavedbasis();
+        if (!worstknown) indicatecurrentlyworstsavedbasis();
+        worstknown = true;
         slot = store.icurrentlyworstsavedbasis;
         if (store.aqualityofsavedbases(slot) > quality) return; // Deliberate: an equal one goes on
-        if (itissimilartoalreadysaved(D, counts, quality) == 1) return;
+        if (meetssimilar(D, counts, quality, worstknown)) return;
     } else {
-        if (itissimilartoalreadysaved(D, counts, quality) == 1) return;
+        if (meetssimilar(D, counts, quality, worstknown)) return;
         ++store.numberofsavedbases;
         slot = store.numberofsavedbases;
     }
     // 5., 6.
     fillslot(slot, D, counts, quality);
     logsavedbasis(slot, counts, quality);
+    worstknown = false;
 }
 
 int itissimilartoalreadysaved(const matrix3& D, const indexcounts& counts, double quality)
 {
-    const int k = similarslot(D);
-    if (k == 0) return 0;
-    const int log = write_log_file.log_file_number;
-    if (logging()) writeline(log, X(1), "  Similar to solution", I(4, k));
-    if (quality < modofsavedbases.aqualityofsavedbases(k)) return 1;
-    // Deliberate: an equal quality replaces.
-    if (logging()) writeline(log, X(1), "    and replaced it");
-    fillslot(k, D, counts, quality);
-    return 1;
+    bool worstknown = false;
+    return meetssimilar(D, counts, quality, worstknown) ? 1 : 0;
 }
 
 void indicatecurrentlyworstsavedbasis()

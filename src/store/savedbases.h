@@ -29,7 +29,11 @@ bool withinvolumelimits(const vectorcolumns& reflections, matrix3& D, indexcount
                         double& quality);
 
 // Its second half: offers a basis that lies within them.
-void offerbasis(const matrix3& D, const indexcounts& counts, double quality);
+//
+// Given:               D, counts, quality   the basis
+// Given and returned:  worstknown           whether icurrentlyworstsavedbasis holds: the worst slot
+//                                           is looked for only after a quality has changed
+void offerbasis(const matrix3& D, const indexcounts& counts, double quality, bool& worstknown);
 
 // Looks for a basis of the same lattice, and replaces it by the candidate unless it is better.
 //
