@@ -76,6 +76,9 @@ TEST_F(NearestInteger, NotANumberGivesZero)
     EXPECT_EQ(nint(nan), 0);
     EXPECT_EQ(nint(-nan), 0);
     EXPECT_EQ(truncated(nan), 0);
+    const volatile double atruntime = nan; // not folded by the compiler, which makes it 0
+    EXPECT_EQ(nint(atruntime), 0);
+    EXPECT_EQ(truncated(atruntime), 0);
 }
 
 TEST_F(NearestInteger, TruncationGoesTowardsZero)
