@@ -19,15 +19,6 @@ constexpr double unit = 0x1p-53;
 constexpr double truepi = 3.14159265358979323846;
 constexpr double infinite = std::numeric_limits<double>::infinity();
 
-struct interval {
-    double least, most;
-};
-
-// A sum of waves and the bound B on its difference from the plain sum.
-struct boundedsum {
-    double re, im, bound;
-};
-
 // What all sums share.
 struct sumofall {
     double n;       // triples
@@ -71,33 +62,21 @@ boundedsum sumat(const wavegrid& grid, const evenspacing& block, const sumofall&
     const fieldvalue F = fieldat(grid, k, roundings);
     const double addition = 1.4143 * unit * all.n * (2.0 + 0.5 * (all.n + 1.0));
     const double B = all.n * F.waveerror + times * all.W * block.error + addition;
-    return {F.re, F.im, B * (1.0 + 0x1p-20)};
-}
-
-// Bounds the square of a length, and its quotient with a whole number.
-interval rayleighbounds(const boundedsum& F, double D)
-{
-    const double length = std::sqrt(F.re * F.re + F.im * F.im);
-    const double shortest = std::max(0.0, length - F.bound - 4.0 * unit * length);
-    const double longest = length + F.bound + 4.0 * unit * length;
-    const double a = shortest * shortest * (1.0 - 8.0 * unit) / D;
-    const double b = longest * longest * (1.0 + 8.0 * unit) / D;
-    if (std::isnan(a + b)) return {-infinite, infinite};
-    return {std::min(a, b), std::max(a, b)};
+    return {F.im, F.re, B * (1.0 + 0x1p-20)};
 }
 
 interval scarglebounds(const boundedsum& F1, const boundedsum& F2, double n, double W,
                        double largestinverse)
 {
-    const double square = F1.re * F1.re + F1.im * F1.im;
+    const double square = F1.C * F1.C + F1.S * F1.S;
     const double length1 = std::sqrt(square);
-    const double length2 = std::sqrt(F2.re * F2.re + F2.im * F2.im);
+    const double length2 = std::sqrt(F2.C * F2.C + F2.S * F2.S);
     const double B1 = F1.bound + 3.0 * unit * (W * largestinverse + 2.0 * n);
     const double B2 = F2.bound + 16.0 * unit * n;
     const double E = 2.0 * (B1 + B2);
     const double m = 0.5 * (n - length2) - E;
     if (!(m > E)) return {-infinite, infinite};
-    const double squared = (F1.re * F1.re - F1.im * F1.im) * F2.re + 2.0 * F1.re * F1.im * F2.im;
+    const double squared = (F1.C * F1.C - F1.S * F1.S) * F2.C + 2.0 * F1.C * F1.S * F2.S;
     const double numerator = n * square - squared;
     const double slack = square * (2.0 * B2 + 16.0 * unit * n);
     const double shortest = length2 - 4.0 * unit * n, longest = length2 + 4.0 * unit * n;
@@ -143,16 +122,40 @@ struct transformedblock {
     double roundings, roundingstwice;
 };
 
-interval boundsat(const transformedblock& sums, const sumofall& all, int kind, std::size_t i)
+void resize(periodogrambounds& bounds, std::size_t periods)
+{
+    bounds.least.resize(periods);
+    bounds.most.resize(periods);
+}
+
+void setbounds(periodogrambounds& bounds, std::size_t i, const interval& x)
+{
+    bounds.least[i] = x.least;
+    bounds.most[i] = x.most;
+}
+
+interval halved(const interval& x)
+{
+    return {0.5 * x.least, 0.5 * x.most};
+}
+
+// The bounds of one period.
+struct valueandangle {
+    interval value, angle;
+};
+
+valueandangle boundsat(const transformedblock& sums, const sumofall& all, int kind, std::size_t i,
+                       bool anglewanted)
 {
     const evenspacing& block = sums.block;
     const int k = static_cast<int>(i) - middleof(block);
     const boundedsum F1 = sumat(sums.single, block, all, k, 1.0, sums.roundings);
     const interval first = rayleighbounds(F1, wrappedsquare(static_cast<int>(all.n)));
-    if (kind == rayleigh) return first;
+    if (kind == rayleigh) return {first, anglewanted ? anglebounds(F1) : interval{}};
     const boundedsum F2 = sumat(sums.twice, block, all, k, 2.0, sums.roundingstwice);
     const interval second = scarglebounds(F1, F2, all.n, all.W, block.largestinverse);
-    return kind == scargle ? second : productof(first, second);
+    if (kind == rayleighxscargle) return {productof(first, second), {}};
+    return {second, anglewanted ? halved(anglebounds(F2)) : interval{}};
 }
 
 // Says whether all numbers are such that nothing overflows, and the places on the grid are exact.
@@ -164,11 +167,41 @@ bool inrange(const sumofall& all, const double* P, std::size_t periods, double b
 
 } // namespace
 
-void boundperiodogram(const tripleproducts& products, int kind, const double* P,
-                      std::size_t periods, periodogrambounds& bounds, int& status)
+interval rayleighbounds(const boundedsum& F, double D)
 {
-    bounds.least.resize(periods);
-    bounds.most.resize(periods);
+    const double length = std::sqrt(F.C * F.C + F.S * F.S);
+    const double shortest = std::max(0.0, length - F.bound - 4.0 * unit * length);
+    const double longest = length + F.bound + 4.0 * unit * length;
+    const double a = shortest * shortest * (1.0 - 8.0 * unit) / D;
+    const double b = longest * longest * (1.0 + 8.0 * unit) / D;
+    if (std::isnan(a + b)) return {-infinite, infinite};
+    return {std::min(a, b), std::max(a, b)};
+}
+
+interval anglebounds(const boundedsum& F)
+{
+    const double length = std::sqrt(F.S * F.S + F.C * F.C);
+    if (!(F.bound < 0.9 * length)) return {-infinite, infinite};
+    // The arc sine is below pi/2 times its argument.
+    const double change = 1.6 * F.bound / length + 32.0 * unit;
+    const double angle = std::atan2(F.S, F.C);
+    if (!(std::fabs(angle) + change < truepi)) return {-infinite, infinite};
+    return {(angle - change) * 180.0 / pisingle, (angle + change) * 180.0 / pisingle};
+}
+
+void multiply(periodogrambounds& bounds, const periodogrambounds& others)
+{
+    for (std::size_t i = 0; i < bounds.least.size(); ++i)
+        setbounds(bounds, i,
+                  productof({bounds.least[i], bounds.most[i]}, {others.least[i], others.most[i]}));
+}
+
+void boundperiodogram(const tripleproducts& products, int kind, const double* P,
+                      std::size_t periods, periodogrambounds& bounds, int& status,
+                      periodogrambounds* angles)
+{
+    resize(bounds, periods);
+    if (angles != nullptr) resize(*angles, periods);
     if (kind == folding) {
         boundfolding(products, P, periods, bounds.least.data(), bounds.most.data(), status);
         return;
@@ -188,9 +221,9 @@ void boundperiodogram(const tripleproducts& products, int kind, const double* P,
         sums.roundings = fillgrid(products, sums.block, 1.0, sums.single);
         if (both) sums.roundingstwice = fillgrid(products, sums.block, 2.0, sums.twice);
         for (std::size_t i = first; i <= sums.block.last; ++i) {
-            const interval value = boundsat(sums, all, kind, i);
-            bounds.least[i] = value.least;
-            bounds.most[i] = value.most;
+            const valueandangle found = boundsat(sums, all, kind, i, angles != nullptr);
+            setbounds(bounds, i, found.value);
+            if (angles != nullptr) setbounds(*angles, i, found.angle);
         }
     }
 }

@@ -51,8 +51,30 @@ struct periodogrambounds {
     std::vector<double> least, most;
 };
 
+// A sum of sines S and of cosines C, and a bound on the distance of C + i S from that of the plain
+// sums.
+struct boundedsum {
+    double S, C, bound;
+};
+
+struct interval {
+    double least, most;
+};
+
+// Bounds the value of Rayleigh's periodogram.
+//
+// Given:     D   the divisor, a whole number of either sign, or 0
+interval rayleighbounds(const boundedsum& F, double D);
+
+// Bounds the angle of a sum as the tables print it: atan2(S, C), in radians, times 180 / pisingle.
+// One that may have either end of the range, and one that may be any, is bounded by infinities.
+interval anglebounds(const boundedsum& F);
+
 // The kinds of periodogram, numbered as the input file does.
 constexpr int folding = 1, rayleigh = 2, scargle = 3, rayleighxscargle = 4;
+
+// Multiplies bounds by those of another periodogram.
+void multiply(periodogrambounds& bounds, const periodogrambounds& others);
 
 // Computes the bounds of a periodogram.
 //
@@ -60,10 +82,14 @@ constexpr int folding = 1, rayleigh = 2, scargle = 3, rayleighxscargle = 4;
 //            kind         folding (wholephases.h), rayleigh, scargle or rayleighxscargle
 //            P, periods   test periods, positive, and how many; two at least
 // Returned:  bounds       for each test period
+//            angles       if they are asked for, with rayleigh or scargle: for each test period bounds
+//                         on the angle that the table shows, the phase of the sum, or half that of
+//                         the sum at the double phase
 // Status:    done or failed (numbers out of range); then there are no bounds
 //
 // Cost:      20 ns for each triple product and block of periods, some 20 ns for each period
 void boundperiodogram(const tripleproducts& products, int kind, const double* P,
-                      std::size_t periods, periodogrambounds& bounds, int& status);
+                      std::size_t periods, periodogrambounds& bounds, int& status,
+                      periodogrambounds* angles = nullptr);
 
 } // namespace torvik

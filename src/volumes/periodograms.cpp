@@ -6,13 +6,14 @@
 #include "numeric/kernel.h"
 #include "text/exit.h"
 #include "text/units.h"
-#include "volumes/peaks.h"
 #include "volumes/plainsums.h"
+#include "volumes/printedtables.h"
 #include "volumes/testperiods.h"
 
 #include <cmath>
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 namespace torvik {
 
@@ -30,25 +31,15 @@ std::string tableline(int i, double value)
     return joined(X(1), ES(15, 5, P), F(15, 3, 1.0 / P), X(2), EN(15, 5, value));
 }
 
-void lograyleigh(const periodogram& out, const periodogram& S, const periodogram& C)
+// Logs the table of Rayleigh's or Scargle's periodogram.
+void logtable(int kind, const periodogram& out, const periodogram& angles)
 {
     const int log = write_log_file.log_file_number;
-    writefreeline(log, "Rayleigh periodogram :");
-    writefreeline(log, "      RS volume      DS volume      Periodogram   Phase [deg]");
-    for (std::size_t i = 0; i < out.size(); ++i) {
-        const double phase = std::atan2(S[i], C[i]) * 180.0 / pisingle;
-        writeline(log, tableline(static_cast<int>(i), out[i]), F(10, 1, phase));
-    }
-    writeline(log);
-}
-
-void logscargle(const periodogram& out, const periodogram& tau)
-{
-    const int log = write_log_file.log_file_number;
-    writefreeline(log, "Scargle periodogram :");
-    writefreeline(log, "      RS volume      DS volume      Periodogram  Scargle tau [deg]");
+    writefreeline(log, kind == rayleigh ? "Rayleigh periodogram :" : "Scargle periodogram :");
+    const std::string columns = "      RS volume      DS volume      Periodogram";
+    writefreeline(log, columns + (kind == rayleigh ? "   Phase [deg]" : "  Scargle tau [deg]"));
     for (std::size_t i = 0; i < out.size(); ++i)
-        writeline(log, tableline(static_cast<int>(i), out[i]), F(10, 1, 360.0 * tau[i]));
+        writeline(log, tableline(static_cast<int>(i), out[i]), F(10, 1, angles[i]));
     writeline(log);
 }
 
@@ -118,23 +109,6 @@ double valueofkind(const tripleproducts& products, int kind, const double* P)
     return first * second;
 }
 
-// Up to this number of terms the plain sums take no longer than setting up a grid.
-constexpr double fewterms = 50000.0;
-
-// The table is printed by a run with a log, or with a periodogram file.
-bool filewanted()
-{
-    const int type = otherglobalvariables.itypeofperiodogram;
-    return -rayleighxscargle <= type && type <= -folding;
-}
-
-void setallvalues(const periodogram& out, periodogrambounds& bounds)
-{
-    bounds.least.resize(out.size());
-    bounds.most.resize(out.size());
-    for (std::size_t i = 0; i < out.size(); ++i) setvalue(bounds, i, out[i]);
-}
-
 void openperiodogramfile(const inputfilename& filename, int kind)
 {
     openoutputbeside(periodogramunit, outputname(filename, "_periodogram.res"));
@@ -154,6 +128,77 @@ void finishperiodogramfile(const periodogram& values)
     closeoutput(unit);
 }
 
+// Says whether the run writes a periodogram file, and ends there.
+bool filewanted()
+{
+    const int type = otherglobalvariables.itypeofperiodogram;
+    return -rayleighxscargle <= type && type <= -folding;
+}
+
+// Up to this number of terms the plain sums take no longer than setting up a grid.
+constexpr double fewterms = 50000.0;
+
+// Says whether bounds are worth their set-up.
+bool manyterms(const tripleproducts& products)
+{
+    const auto periods = static_cast<double>(numberofperiods());
+    return periods > 1.0 && products.number * periods > fewterms;
+}
+
+// Computes all values by plain sums, and logs their tables.
+void computevalues(int kind, periodogrambounds& bounds)
+{
+    periodogram out(numberofperiods());
+    fillkind(kind, out);
+    bounds = {out, out};
+}
+
+// Computes bounds of which both ends print alike, for one kind, and logs their table.
+void tabulate(const tripleproducts& products, int kind, periodogrambounds& bounds)
+{
+    periodogramtable table;
+    int status = failed;
+    if (kind != folding && manyterms(products))
+        computetable(products, kind, testperiods.tableoftestperiods.element, numberofperiods(),
+                     table, status);
+    if (status == failed) {
+        computevalues(kind, bounds);
+        return;
+    }
+    if (logging()) logtable(kind, table.value.least, table.angle.least);
+    bounds = std::move(table.value);
+}
+
+// The same for the product of two kinds.
+void tabulateproduct(const tripleproducts& products, periodogrambounds& bounds)
+{
+    periodogrambounds second;
+    tabulate(products, rayleigh, bounds);
+    tabulate(products, scargle, second);
+    multiply(bounds, second);
+    if (!filewanted()) return;
+    for (std::size_t i = 0; i < bounds.least.size(); ++i) {
+        if (printsalike(bounds, i)) continue;
+        bounds.least[i] = bounds.most[i] = periodogramvalue(products, static_cast<int>(i));
+    }
+}
+
+void computebounds(const tripleproducts& products, int kind, periodogrambounds& bounds)
+{
+    if (logging() || filewanted()) {
+        if (kind == rayleighxscargle)
+            tabulateproduct(products, bounds);
+        else
+            tabulate(products, kind, bounds);
+        return;
+    }
+    int status = failed;
+    if (manyterms(products))
+        boundperiodogram(products, kind, testperiods.tableoftestperiods.element, numberofperiods(),
+                         bounds, status);
+    if (status == failed) computevalues(kind, bounds);
+}
+
 } // namespace
 
 void rayleigh_periodogram(periodogram& out)
@@ -162,7 +207,9 @@ void rayleigh_periodogram(periodogram& out)
     periodogram C(out.size());
     rayleighsums(alltripleproducts(), testperiods.tableoftestperiods.element, out.size(),
                  out.data(), S.data(), C.data());
-    if (logging()) lograyleigh(out, S, C);
+    if (!logging()) return;
+    for (std::size_t i = 0; i < out.size(); ++i) S[i] = printedphase(S[i], C[i]);
+    logtable(rayleigh, out, S);
 }
 
 void scargle_periodogram(periodogram& out)
@@ -170,7 +217,9 @@ void scargle_periodogram(periodogram& out)
     periodogram tau(out.size());
     scarglesums(alltripleproducts(), testperiods.tableoftestperiods.element, out.size(), out.data(),
                 tau.data());
-    if (logging()) logscargle(out, tau);
+    if (!logging()) return;
+    for (double& offset : tau) offset = printedoffset(offset);
+    logtable(scargle, out, tau);
 }
 
 void folding_periodogram(periodogram& out)
@@ -180,38 +229,17 @@ void folding_periodogram(periodogram& out)
     if (logging()) logfolding(out);
 }
 
-void computeperiodogram(const inputfilename& filename, periodogram& out)
+void computeperiodogram(const inputfilename& filename, const tripleproducts& products,
+                        periodogrambounds& bounds)
 {
     const int kind = kindofperiodogram();
     if (filewanted()) openperiodogramfile(filename, kind);
     announce(kind);
-    fillkind(kind, out);
+    computebounds(products, kind, bounds);
     if (!filewanted()) return;
-    finishperiodogramfile(out);
+    finishperiodogramfile(bounds.least);
     if (logging()) closeoutput(write_log_file.log_file_number);
     stopprogram();
-}
-
-void estimateperiodogram(const inputfilename& filename, const tripleproducts& products,
-                         periodogrambounds& bounds)
-{
-    const std::size_t periods = numberofperiods();
-    if (logging() || filewanted()) {
-        periodogram out(periods);
-        computeperiodogram(filename, out);
-        setallvalues(out, bounds);
-        return;
-    }
-    const int kind = kindofperiodogram();
-    announce(kind);
-    int status = failed;
-    if (periods > 1 && products.number * static_cast<double>(periods) > fewterms)
-        boundperiodogram(products, kind, testperiods.tableoftestperiods.element, periods, bounds,
-                         status);
-    if (status == done) return;
-    periodogram out(periods);
-    fillkind(kind, out);
-    setallvalues(out, bounds);
 }
 
 double periodogramvalue(const tripleproducts& products, int i)

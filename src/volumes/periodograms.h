@@ -49,30 +49,23 @@ void scargle_periodogram(periodogram& out);
 // Log:       the table
 void folding_periodogram(periodogram& out);
 
-// Computes the periodogram that the run parameters select.
+// Computes the periodogram that the run parameters select, as far as it is needed: bounds on the
+// values, of which those are known that the bounds cannot decide.
 //
-// Given:               filename   of the input, for the name of the periodogram file
-// Given and returned:  out        filled
+// Given:     filename   of the input, for the name of the periodogram file
+//            products   of the recorded reflections
+// Returned:  bounds     for each test period
 //
 // itypeofperiodogram: 1 or -1 folding, 2 or -2 Rayleigh, 3 or -3 Scargle, 4 or -4 Rayleigh times
 // Scargle; 0 by iextentofthesearch: folding for 0, the product for 5, otherwise Rayleigh. A
 // negative type writes the periodogram file and ends the run.
-void computeperiodogram(const inputfilename& filename, periodogram& out);
-
-// Computes the selected periodogram as far as its peaks need it: bounds, within which are the values
-// that computeperiodogram computes.
 //
-// Given:     filename   as above
-//            products   of the recorded reflections
-// Returned:  bounds     for each test period
-//
-// Where a table is printed, in the log or the periodogram file, all values are known, and for a few
-// triples and periods as well.
-void estimateperiodogram(const inputfilename& filename, const tripleproducts& products,
-                         periodogrambounds& bounds);
+// Log:       the tables, with the digits of the procedures above
+void computeperiodogram(const inputfilename& filename, const tripleproducts& products,
+                        periodogrambounds& bounds);
 
-// Gives the value of the selected periodogram for test period i, the same bits as
-// computeperiodogram.
+// Gives the value of the selected periodogram for test period i, the same bits as the procedures
+// above.
 double periodogramvalue(const tripleproducts& products, int i);
 
 // Gives the logarithm of x to base a.

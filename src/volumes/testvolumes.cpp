@@ -190,7 +190,7 @@ void estimate_true_rvolumes(const inputfilename& filename)
     // 1.
     const tripleproducts products = alltripleproducts();
     periodogrambounds values;
-    estimateperiodogram(filename, products, values);
+    computeperiodogram(filename, products, values);
     // 2. to 5.
     const fragmentation fragments = splitperiodogram();
     const int kmax = peaksperfragment(fragments.count);

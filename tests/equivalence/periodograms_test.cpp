@@ -2,14 +2,17 @@
 
 #include "driver/read_idx_file.h"
 #include "numeric/constants.h"
+#include "numeric/lanes.h"
 #include "plain/plain.h"
 #include "property/randomlattices.h"
 #include "support/cases.h"
 #include "support/fresh.h"
 #include "support/runs.h"
 #include "text/units.h"
+#include "volumes/nearsums.h"
 #include "volumes/peaks.h"
 #include "volumes/plainsums.h"
+#include "volumes/printedtables.h"
 #include "volumes/testvolumes.h"
 
 #include <algorithm>
@@ -405,6 +408,175 @@ TEST_F(FastPeriodograms, PlainSumsOfAllPeriodsAreThoseOfThePlainPeriodogram)
         same(rayleigh_periodogram, rayleigh);
         same(scargle_periodogram, scargle);
     }
+}
+
+// What an estimation logs.
+std::string logged(void (*estimate)(const inputfilename&))
+{
+    write_log_file = {1, logunit};
+    return writtenby(logunit, [&] { volumes(estimate); });
+}
+
+class PrintedPeriodograms : public fresh {};
+
+TEST_F(PrintedPeriodograms, HaveTheDigitsOfThePlainOnes)
+{
+    randomnumbers random(12);
+    for (int number = 0; number < cases(40, 800); ++number) {
+        resetgroups();
+        otherglobalvariables.itypeofperiodogram = number % 4 + 1;
+        makecase(random, random.whole(12, 22), static_cast<likeness>(number / 4 % likenesses),
+                 random.whole(0, 5), 600);
+        const std::string expected = logged(plain::estimate_true_rvolumes);
+        EXPECT_TRUE(logged(estimate_true_rvolumes) == expected) << number;
+    }
+}
+
+periodogramtable tableof(int kind)
+{
+    periodogramtable table;
+    int status = failed;
+    computetable(alltripleproducts(), kind, periods(), numberofperiods(), table, status);
+    EXPECT_EQ(status, done);
+    return table;
+}
+
+TEST_F(PrintedPeriodograms, AreMostlySettledByTheirBounds)
+{
+    randomnumbers random(13);
+    makecase(random, 20, likeness::crystal, 2, 3000);
+    const auto rows = static_cast<int>(numberofperiods());
+    ASSERT_GT(rows, 500);
+    // The bounds are 1e-9 of a typical value and less (AreNarrowBounds), and six to eight digits
+    // are printed: one row in ten at most has a digit that they leave open.
+    const periodogramtable table = tableof(rayleigh);
+    EXPECT_LT(table.nearrows, rows / 10);
+    EXPECT_LE(table.plainrows, table.nearrows);
+    EXPECT_LT(tableof(scargle).plainrows, rows / 4);
+}
+
+TEST_F(PrintedPeriodograms, OfALongTableTakeNarrowerSums)
+{
+    // With phases of a hundred million cycles the first bounds are a few thousandths wide and settle
+    // nothing. The second sums have the bits of the phases and settle all but a few rows.
+    randomnumbers random(14);
+    makecase(random, 20, likeness::crystal, 2, 300);
+    for (std::size_t i = 0; i < numberofperiods(); ++i)
+        testperiods.tableoftestperiods.element[i] *= 1e-5;
+    const auto rows = static_cast<int>(numberofperiods());
+    const periodogramtable table = tableof(rayleigh);
+    EXPECT_GT(table.nearrows, rows / 2);
+    EXPECT_LT(table.plainrows, rows / 10);
+    otherglobalvariables.itypeofperiodogram = rayleigh;
+    const std::string expected = logged(plain::estimate_true_rvolumes);
+    EXPECT_TRUE(logged(estimate_true_rvolumes) == expected);
+}
+
+TEST_F(PrintedPeriodograms, LeaveSignsAndTheEndsOfTheRangeToThePlainSums)
+{
+    // Whole multiples of every period, but for a part in 10^17: the angle is 0.0 or -0.0. Halves of
+    // odd multiples: it is 180.0 or -180.0. Only the plain sums know.
+    setreflections({{{1, 0, 0}}, {{0, 1, 0}}, {{0, 0, 1}}, {{5, 3, 7}}});
+    testperiods.number_of_test_periods = 1;
+    for (const double P : {1.0, 2.0}) {
+        testperiods.tableoftestperiods(0) = testperiods.tableoftestperiods(1) =
+            P * pisingle / 3.14159265358979323846;
+        const periodogramtable table = tableof(rayleigh);
+        EXPECT_EQ(table.plainrows, 2);
+        periodogram S(2), C(2), out(2);
+        rayleighsums(alltripleproducts(), periods(), 2, out.data(), S.data(), C.data());
+        EXPECT_EQ(table.angle.least[0], printedphase(S[0], C[0]));
+        EXPECT_EQ(table.angle.most[1], printedphase(S[1], C[1]));
+        EXPECT_EQ(table.value.least[0], out[0]);
+    }
+}
+
+TEST_F(PrintedPeriodograms, NearSumsAreWithinTheirBoundOfThePlainSums)
+{
+    randomnumbers random(15);
+    for (int number = 0; number < 40; ++number) {
+        makecase(random, random.whole(4, 24), static_cast<likeness>(number % 5), 2, 300);
+        const tripleproducts products = alltripleproducts();
+        const double Tmax = products.largest;
+        const double P[] = {0.7 * Tmax, 0.01 * Tmax, 3e-4 * Tmax, 1e-6 * Tmax};
+        nearsum sums[4];
+        int status = failed;
+        nearrayleighsums(products, P, sums, status);
+        ASSERT_EQ(status, done);
+        periodogram S(4), C(4), out(4);
+        rayleighsums(products, P, 4, out.data(), S.data(), C.data());
+        for (std::size_t j = 0; j < 4; ++j) {
+            const double distance = std::hypot(S[j] - sums[j].S, C[j] - sums[j].C);
+            EXPECT_LE(distance, sums[j].bound) << number << " " << j;
+            EXPECT_LT(sums[j].bound, 1e-15 * products.number * products.number) << number;
+        }
+    }
+}
+
+TEST_F(PrintedPeriodograms, NearSumsRefusePhasesBeyondTheirRange)
+{
+    setreflections({{{1, 0, 0}}, {{0, 1, 0}}, {{0, 0, 1}}});
+    const double near[] = {1.0, 1.0, 1.0, 2e-7}, far[] = {1.0, 1.0, 1.0, 1e-7}; // 2 pi / P: 2^25
+    nearsum sums[4];
+    int status = failed;
+    nearrayleighsums(alltripleproducts(), near, sums, status);
+    EXPECT_EQ(status, done);
+    nearrayleighsums(alltripleproducts(), far, sums, status);
+    EXPECT_EQ(status, failed);
+}
+
+TEST_F(PrintedPeriodograms, NearSumsAreTheSameWithAndWithoutAvx2)
+{
+    if (!hasavx2()) GTEST_SKIP() << "this processor has no AVX2";
+    randomnumbers random(16);
+    makecase(random, 12, likeness::crystal, 2, 300);
+    const tripleproducts products = alltripleproducts();
+    const double P[] = {0.7, 0.01, 3e-4, 1e-6};
+    runningsums sums = {}, others = {};
+    addnearsums_anywhere(products.kept.data(), products.number, P, sums);
+    addnearsums_avx2(products.kept.data(), products.number, P, others);
+    for (int j = 0; j < lanecount; ++j) {
+        EXPECT_EQ(sums.S[j], others.S[j]);
+        EXPECT_EQ(sums.C[j], others.C[j]);
+        EXPECT_EQ(sums.wayofS[j], others.wayofS[j]);
+        EXPECT_EQ(sums.wayofC[j], others.wayofC[j]);
+    }
+}
+
+// Input for a run that writes the periodogram file, of vectors with noise.
+std::string fileinput(int type, int logged)
+{
+    randomnumbers random(17);
+    const matrix3 M = randombasis(random);
+    std::string text = "periodograms\n_NumberOfReflections\n16\n_Reflections\n";
+    for (int i = 1; i <= 16; ++i) {
+        const vector3 v = crystalvector(random, M, 0.002);
+        text += F(14, 8, v(1)) + F(14, 8, v(2)) + F(14, 8, v(3)) + "\n";
+    }
+    text += "_MinMaxVolumeOfPrimitiveCell\n1.0 4.0\n";
+    text += "_TypeOfPeriodogram\n" + std::to_string(type) + "\n";
+    text += "_CreateLogFile\n" + std::to_string(logged) + "\n";
+    return text;
+}
+
+TEST_F(PrintedPeriodograms, InFilesHaveTheDigitsOfThePlainOnes)
+{
+    for (int type = -4; type <= -1; ++type)
+        for (const int log : {0, 1}) {
+            runsetting setting;
+            setting.arguments = {"a.idx"};
+            setting.files = {{"a.idx", fileinput(type, log)}};
+            const runresult fast = runtorvik(setting);
+            setting.program = TORVIK_PLAIN;
+            const runresult plain = runtorvik(setting);
+            ASSERT_TRUE(plain.files.contains("a_periodogram.res")) << plain.output;
+            EXPECT_GT(linesof(plain.files.at("a_periodogram.res")).size(), 500U);
+            EXPECT_EQ(plain.files.size(), log == 1 ? 2U : 1U);
+            EXPECT_EQ(fast.files.size(), plain.files.size());
+            for (const auto& [name, content] : plain.files)
+                EXPECT_TRUE(masked(fast.files.at(name)) == masked(content)) << type << " " << name;
+            EXPECT_EQ(masked(fast.output), masked(plain.output));
+        }
 }
 
 } // namespace

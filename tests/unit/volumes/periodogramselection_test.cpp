@@ -61,6 +61,14 @@ periodogram productsofboth()
     return out;
 }
 
+// Computes the selected periodogram, of which all values are known for so few reflections.
+void compute(const std::string& name, periodogram& out)
+{
+    periodogrambounds bounds;
+    computeperiodogram(makefilename(name), alltripleproducts(), bounds);
+    out = bounds.least;
+}
+
 struct selection {
     std::string line; // what the terminal shows
     periodogram out;
@@ -71,7 +79,7 @@ selection selected(int type, int extent)
     otherglobalvariables.itypeofperiodogram = type;
     otherglobalvariables.iextentofthesearch = extent;
     periodogram out = empty();
-    std::string line = printedby([&] { computeperiodogram(makefilename("a.idx"), out); });
+    std::string line = printedby([&] { compute("a.idx", out); });
     return {line, out};
 }
 
@@ -180,7 +188,7 @@ filerun fileof(int type, int extent = 2)
         otherglobalvariables.itypeofperiodogram = type;
         otherglobalvariables.iextentofthesearch = extent;
         periodogram out = empty();
-        computeperiodogram(makefilename(name), out);
+        compute(name, out);
     });
     run.file = readfile(folder.file("crystal_periodogram.res"));
     return run;
@@ -256,7 +264,7 @@ TEST_F(PeriodogramFile, ExistingFileIsReplaced)
     otherglobalvariables.itypeofperiodogram = -1;
     inchild([&] {
         periodogram out = empty();
-        computeperiodogram(makefilename("  " + folder.file("a.idx")), out);
+        compute("  " + folder.file("a.idx"), out);
     });
     EXPECT_EQ(linesof(readfile(folder.file("a_periodogram.res"))).size(), 8U); // 5 + 3
 }
@@ -268,7 +276,7 @@ TEST_F(PeriodogramFile, ShortNameLeavesTheSuffixAlone)
     const childresult result = inchild([&] {
         if (chdir(folder.path().c_str()) != 0) std::abort();
         periodogram out = empty();
-        computeperiodogram(makefilename(" abcd "), out);
+        compute(" abcd ", out);
     });
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(linesof(readfile(folder.file("_periodogram.res"))).size(), 8U);
@@ -280,7 +288,7 @@ TEST_F(PeriodogramFile, IsOpenedBeforeThePeriodogramIsComputed)
     otherglobalvariables.itypeofperiodogram = -2;
     const childresult result = inchild([&] {
         periodogram out = empty();
-        computeperiodogram(makefilename("no_such_folder/a.idx"), out);
+        compute("no_such_folder/a.idx", out);
     });
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output, " Error: Cannot write no_such_folder/a_periodogram.res.\n");
@@ -294,7 +302,7 @@ TEST_F(PeriodogramFile, IsWrittenForTheFourNegativeTypesOnly)
         otherglobalvariables.itypeofperiodogram = type;
         const childresult result = inchild([&] {
             periodogram out = empty();
-            computeperiodogram(makefilename(folder.file("a.idx")), out);
+            compute(folder.file("a.idx"), out);
         });
         EXPECT_EQ(result.status, stepreturned) << type;
         EXPECT_NE(access(folder.file("a_periodogram.res").c_str(), F_OK), 0) << type;

@@ -1,0 +1,121 @@
+#include "volumes/printedtables.h"
+
+#include "numeric/constants.h"
+#include "numeric/kernel.h"
+#include "text/fields.h"
+#include "volumes/nearsums.h"
+#include "volumes/plainsums.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace torvik {
+
+namespace {
+
+bool settled(const periodogramtable& table, std::size_t i)
+{
+    return printsalike(table.value, i)
+           && F(10, 1, table.angle.least[i]) == F(10, 1, table.angle.most[i]);
+}
+
+std::vector<std::size_t> unsettledrows(const periodogramtable& table,
+                                       const std::vector<std::size_t>& rows)
+{
+    std::vector<std::size_t> left;
+    for (const std::size_t i : rows)
+        if (!settled(table, i)) left.push_back(i);
+    return left;
+}
+
+std::vector<std::size_t> allrows(std::size_t periods)
+{
+    std::vector<std::size_t> rows(periods);
+    for (std::size_t i = 0; i < periods; ++i) rows[i] = i;
+    return rows;
+}
+
+void setbounds(periodogrambounds& bounds, std::size_t i, const interval& x)
+{
+    bounds.least[i] = x.least;
+    bounds.most[i] = x.most;
+}
+
+// Narrows four rows; the last one may stand for several.
+void narrow(const tripleproducts& products, const double* P, const std::size_t rows[4],
+            periodogramtable& table)
+{
+    const double four[] = {P[rows[0]], P[rows[1]], P[rows[2]], P[rows[3]]};
+    nearsum sums[4];
+    int status = failed;
+    nearrayleighsums(products, four, sums, status);
+    if (status == failed) return;
+    const double D = wrappedsquare(products.number);
+    for (int j = 0; j < 4; ++j) {
+        const boundedsum F = {sums[j].S, sums[j].C, sums[j].bound};
+        setbounds(table.value, rows[j], rayleighbounds(F, D));
+        setbounds(table.angle, rows[j], anglebounds(F));
+    }
+}
+
+void narrowrows(const tripleproducts& products, const double* P,
+                const std::vector<std::size_t>& rows, periodogramtable& table)
+{
+    for (std::size_t first = 0; first < rows.size(); first += 4) {
+        std::size_t four[4];
+        for (std::size_t j = 0; j < 4; ++j) four[j] = rows[std::min(first + j, rows.size() - 1)];
+        narrow(products, P, four, table);
+    }
+}
+
+// Computes a row by plain sums.
+void computerow(const tripleproducts& products, int kind, const double* P, std::size_t i,
+                periodogramtable& table)
+{
+    double value = 0.0, angle = 0.0, S = 0.0, C = 0.0, tau = 0.0;
+    if (kind == rayleigh) {
+        rayleighsums(products, P + i, 1, &value, &S, &C);
+        angle = printedphase(S, C);
+    } else {
+        scarglesums(products, P + i, 1, &value, &tau);
+        angle = printedoffset(tau);
+    }
+    setbounds(table.value, i, {value, value});
+    setbounds(table.angle, i, {angle, angle});
+}
+
+} // namespace
+
+double printedphase(double S, double C)
+{
+    return std::atan2(S, C) * 180.0 / pisingle;
+}
+
+double printedoffset(double tau)
+{
+    return 360.0 * tau;
+}
+
+bool printsalike(const periodogrambounds& value, std::size_t i)
+{
+    return EN(15, 5, value.least[i]) == EN(15, 5, value.most[i]);
+}
+
+void computetable(const tripleproducts& products, int kind, const double* P, std::size_t periods,
+                  periodogramtable& table, int& status)
+{
+    boundperiodogram(products, kind, P, periods, table.value, status, &table.angle);
+    if (status == failed) return;
+    std::vector<std::size_t> rows = unsettledrows(table, allrows(periods));
+    table.nearrows = table.plainrows = 0;
+    if (kind == rayleigh) {
+        table.nearrows = static_cast<int>(rows.size());
+        narrowrows(products, P, rows, table);
+        rows = unsettledrows(table, rows);
+    }
+    table.plainrows = static_cast<int>(rows.size());
+    for (const std::size_t i : rows) computerow(products, kind, P, i, table);
+}
+
+} // namespace torvik
