@@ -13,8 +13,9 @@ The checkout is not touched. The sources and tests are copied to a folder of the
 kept for the next time), and built there as the normal tests are, but for three things that save
 time: -O1, one shared library for all test executables, and no warnings. A fault then costs the
 compilation of what includes the faulty file, one link of the library, and the tests up to the first
-that fails: the unit tests of the file's folder, those of the other folders, the properties, whole
-runs under real faults, and whole runs with kept results. A fault may make a test run for ever, so every test executable has a time limit; to run
+that fails: the unit tests of the file's folder, those of the other folders, the fast procedures
+against the plain ones, the properties, whole runs under real faults, and whole runs with kept
+results. A fault may make a test run for ever, so every test executable has a time limit; to run
 into it counts as caught, since the normal run has one as well.
 """
 
@@ -41,7 +42,8 @@ FLAGS = ["-std=c++20", "-O1", "-DNDEBUG", "-ffp-contract=off", "-fPIC", "-w"]
 # Test executables behind the unit tests, with their tests: those of the real faults that take no
 # time, and the kept runs without the programs of other compilers, which hold no fault, and without
 # the long runs of the examples.
-LATER = {"property": "*",
+LATER = {"equivalence": "*",
+         "property": "*",
          "faults": "*ClosedStreams*:*ATerminal*:*Shows*:*Announced*",
          "golden": "*-*ABuild*:*AnExample*:*ADocument*:TheDifficultExample*:TheGenerator*"}
 
@@ -137,6 +139,10 @@ class Copy:
             self.suites["unit/" + unit.name] = self.sources(f"tests/unit/{unit.name}/*.cpp")
         for name in LATER:
             self.suites[name] = self.sources(f"tests/{name}/*.cpp")
+        # The plain procedures belong to these; the whole runs, which need a second program, do not.
+        self.suites["equivalence"] = (self.sources("tests/equivalence/[!r]*_test.cpp")
+                                      + self.sources("tests/equivalence/ranking_test.cpp")
+                                      + self.sources("tests/plain/*.cpp"))
 
     def sources(self, pattern):
         return sorted(self.tree.glob(pattern))
