@@ -8,7 +8,7 @@
 #                                   valgrind; or under one of them: asan, ubsan, valgrind
 #
 # --sanitize leaves out static, which only reads sources; valgrind runs unit, property and fuzz: the
-# others would take the same code through whole runs for an hour, or hang on the program being fast.
+# others would run the same code for half an hour more, or hang on the program being fast.
 #
 # Installs what the tests need where it is missing. Ends with the summary; the exit status is zero
 # only if all tests passed.
@@ -44,7 +44,7 @@ build() {
 undervalgrind() {
     find build/valgrind/tests -type f -executable -name 'torvik_tests_*' |
         grep -E '_(unit_[a-z]*|property|fuzz)$' |
-        xargs -P "$(nproc)" -n 1 valgrind -q --vgdb=no --trace-children=yes \
+        GTEST_BRIEF=1 xargs -P "$(nproc)" -n 1 valgrind -q --vgdb=no --trace-children=yes \
             --trace-children-skip='*/sh,*/python*' --error-exitcode=99 --log-file="$reports/%p"
 }
 
@@ -61,7 +61,7 @@ sanitize() {
     else
         ctest --preset "$1" --no-tests=error -LE static -j "$(nproc)" || status=1
     fi
-    if [ -n "$(find "$reports" -size +0)" ]; then
+    if [ -n "$(find "$reports" -type f -size +0)" ]; then
         cat "$reports"/*
         status=1
     fi
