@@ -27,12 +27,18 @@ struct outcome {
 // All outcomes of a triple, in the order of their offers.
 struct tripleoutcomes {
     std::vector<outcome> offers;
-    numbered<int, 3> shortest; // the reflections that the second refinement used; 0 without
-    inversions half;           // by half the volume under test
-    inversions hundredth;      // by a hundredth of it
+    inversions half;      // by half the volume under test
+    inversions hundredth; // by a hundredth of it
 };
 
-// Keeps the outcomes of triples, by their reflections and index.
+// What, beside the volume under test, outcomes depend on.
+struct tripleofreflections {
+    numbered<int, 3> reflections; // the numbers of the three
+    int k;                        // the index
+    numbered<int, 3> shortest;    // the reflections of the second refinement; 0 where there is none
+};
+
+// Keeps the outcomes of triples.
 struct outcomememory {
     std::unordered_map<std::uint64_t, tripleoutcomes> triples;
     std::size_t size = 0; // offers and triples held
@@ -40,18 +46,15 @@ struct outcomememory {
 
 // Looks for the outcomes of a triple.
 //
-// Given:     memory       the outcomes so far
-//            reflections  the numbers of the three
-//            k            the index
-//            shortest     as in tripleoutcomes
-//            volume       the volume under test
+// Given:     memory   the outcomes so far
+//            what     the triple
+//            volume   the volume under test
 // Returned:  the outcomes, or null if there are none that hold for this volume
-const tripleoutcomes* recall(const outcomememory& memory, const numbered<int, 3>& reflections,
-                             int k, const numbered<int, 3>& shortest, double volume);
+const tripleoutcomes* recall(const outcomememory& memory, const tripleofreflections& what,
+                             double volume);
 
 // Keeps the outcomes of a triple; they take the place of older ones. A full memory is emptied
 // before.
-void remember(outcomememory& memory, const numbered<int, 3>& reflections, int k,
-              tripleoutcomes&& outcomes);
+void remember(outcomememory& memory, const tripleofreflections& what, tripleoutcomes&& outcomes);
 
 } // namespace torvik

@@ -290,7 +290,6 @@ void workout(std::vector<passedtriple>& triples, const trialvectors& trial)
                    otherglobalvariables.themaincriterion);
     for (passedtriple& passed : triples) {
         if (passed.recalled != nullptr) continue;
-        passed.outcomes.shortest = trial.reference;
         for (std::size_t f = passed.firstfit; f < passed.lastfit; ++f)
             scorefit(fits[f], before[f].R, trial, passed.outcomes);
     }
@@ -301,10 +300,12 @@ void workout(std::vector<passedtriple>& triples, const trialvectors& trial)
 void settle(std::vector<passedtriple>& triples, const trialvectors& trial, outcomememory& memory)
 {
     const bool remembered = extent() >= 2;
-    for (passedtriple& passed : triples)
-        if (remembered)
-            passed.recalled = recall(memory, passed.candidate.reflection, passed.candidate.k,
-                                     trial.reference, volumeundertest());
+    const auto what = [&](const passedtriple& passed) -> tripleofreflections {
+        return {passed.candidate.reflection, passed.candidate.k, trial.reference};
+    };
+    if (remembered)
+        for (passedtriple& passed : triples)
+            passed.recalled = recall(memory, what(passed), volumeundertest());
     workout(triples, trial);
     for (const passedtriple& passed : triples) {
         const int k = passed.candidate.k;
@@ -313,8 +314,7 @@ void settle(std::vector<passedtriple>& triples, const trialvectors& trial, outco
     }
     for (passedtriple& passed : triples)
         if (remembered && passed.recalled == nullptr)
-            remember(memory, passed.candidate.reflection, passed.candidate.k,
-                     std::move(passed.outcomes));
+            remember(memory, what(passed), std::move(passed.outcomes));
     triples.clear();
 }
 
