@@ -3,6 +3,7 @@
 #include "numeric/constants.h"
 #include "numeric/kernel.h"
 #include "volumes/evenspacing.h"
+#include "volumes/lanesines.h"
 #include "volumes/nonuniformtransform.h"
 #include "volumes/plainsums.h"
 #include "volumes/wholephases.h"
@@ -16,8 +17,7 @@ namespace torvik {
 namespace {
 
 constexpr double unit = 0x1p-53;
-constexpr double truepi = 3.14159265358979323846;
-constexpr double infinite = std::numeric_limits<double>::infinity();
+constexpr double unbounded = std::numeric_limits<double>::infinity();
 
 // What all sums share.
 struct sumofall {
@@ -43,7 +43,7 @@ sumofall addup(const tripleproducts& products)
 int bestnumberofpoints(double triples, std::size_t periods)
 {
     int best = 0;
-    double least = infinite;
+    double least = unbounded;
     for (int points = 256; points <= 1 << 20; points *= 2) {
         const double blocks = std::ceil(2.0 * static_cast<double>(periods) / points);
         const double cost = blocks * (20.0 * triples + 0.05 * points * std::sqrt(points));
@@ -75,11 +75,12 @@ interval scarglebounds(const boundedsum& F1, const boundedsum& F2, double n, dou
     const double B2 = F2.bound + 16.0 * unit * n;
     const double E = 2.0 * (B1 + B2);
     const double m = 0.5 * (n - length2) - E;
-    if (!(m > E)) return {-infinite, infinite};
+    if (!(m > E)) return {-unbounded, unbounded};
     const double squared = (F1.C * F1.C - F1.S * F1.S) * F2.C + 2.0 * F1.C * F1.S * F2.S;
     const double numerator = n * square - squared;
     const double slack = square * (2.0 * B2 + 16.0 * unit * n);
-    const double shortest = length2 - 4.0 * unit * n, longest = length2 + 4.0 * unit * n;
+    const double shortest = length2 - 4.0 * unit * n;
+    const double longest = length2 + 4.0 * unit * n;
     const double least = 2.0 * (numerator - slack) / ((n - shortest) * (n + shortest) + B2 * B2);
     const double most = 2.0 * (numerator + slack) / ((n - longest) * (n + longest));
     const double change = 2.0 * (2.0 * length1 * B1 + B1 * B1 + most * E) / m;
@@ -89,9 +90,11 @@ interval scarglebounds(const boundedsum& F1, const boundedsum& F2, double n, dou
 
 interval productof(const interval& x, const interval& y)
 {
-    const double a = x.least * y.least, b = x.least * y.most;
-    const double c = x.most * y.least, d = x.most * y.most;
-    if (std::isnan(a + b + c + d)) return {-infinite, infinite};
+    const double a = x.least * y.least;
+    const double b = x.least * y.most;
+    const double c = x.most * y.least;
+    const double d = x.most * y.most;
+    if (std::isnan(a + b + c + d)) return {-unbounded, unbounded};
     return {std::min(std::min(a, b), std::min(c, d)), std::max(std::max(a, b), std::max(c, d))};
 }
 
@@ -126,12 +129,6 @@ void resize(periodogrambounds& bounds, std::size_t periods)
 {
     bounds.least.resize(periods);
     bounds.most.resize(periods);
-}
-
-void setbounds(periodogrambounds& bounds, std::size_t i, const interval& x)
-{
-    bounds.least[i] = x.least;
-    bounds.most[i] = x.most;
 }
 
 interval halved(const interval& x)
@@ -174,18 +171,18 @@ interval rayleighbounds(const boundedsum& F, double D)
     const double longest = length + F.bound + 4.0 * unit * length;
     const double a = shortest * shortest * (1.0 - 8.0 * unit) / D;
     const double b = longest * longest * (1.0 + 8.0 * unit) / D;
-    if (std::isnan(a + b)) return {-infinite, infinite};
+    if (std::isnan(a + b)) return {-unbounded, unbounded};
     return {std::min(a, b), std::max(a, b)};
 }
 
 interval anglebounds(const boundedsum& F)
 {
     const double length = std::sqrt(F.S * F.S + F.C * F.C);
-    if (!(F.bound < 0.9 * length)) return {-infinite, infinite};
+    if (!(F.bound < 0.9 * length)) return {-unbounded, unbounded};
     // The arc sine is below pi/2 times its argument.
     const double change = 1.6 * F.bound / length + 32.0 * unit;
     const double angle = std::atan2(F.S, F.C);
-    if (!(std::fabs(angle) + change < truepi)) return {-infinite, infinite};
+    if (!(std::fabs(angle) + change < truepi)) return {-unbounded, unbounded};
     return {(angle - change) * 180.0 / pisingle, (angle + change) * 180.0 / pisingle};
 }
 

@@ -61,6 +61,12 @@ struct interval {
     double least, most;
 };
 
+inline void setbounds(periodogrambounds& bounds, std::size_t i, const interval& x)
+{
+    bounds.least[i] = x.least;
+    bounds.most[i] = x.most;
+}
+
 // Bounds the value of Rayleigh's periodogram.
 //
 // Given:     D   the divisor, a whole number of either sign, or 0

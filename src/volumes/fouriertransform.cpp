@@ -14,8 +14,6 @@ namespace torvik {
 
 namespace {
 
-constexpr double truepi = 3.14159265358979323846;
-
 struct complexlanes {
     lanes re, im;
 };
@@ -25,12 +23,12 @@ TORVIK_INLINED complexlanes times(const complexlanes& a, const complexlanes& b)
     return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
 }
 
-TORVIK_INLINED complexlanes from(const double* re, const double* im, int place)
+TORVIK_INLINED complexlanes from(const double* re, const double* im, std::size_t place)
 {
     return {fourfrom(re + place), fourfrom(im + place)};
 }
 
-TORVIK_INLINED void put(double* re, double* im, int place, const complexlanes& x)
+TORVIK_INLINED void put(double* re, double* im, std::size_t place, const complexlanes& x)
 {
     putfour(re + place, x.re);
     putfour(im + place, x.im);
@@ -50,7 +48,7 @@ TORVIK_INLINED void fourpoints(complexlanes x[4], const complexlanes w[3])
 }
 
 // Four numbers from places that are `step` apart.
-TORVIK_INLINED lanes stepping(const double* place, int step)
+TORVIK_INLINED lanes stepping(const double* place, std::size_t step)
 {
     return lanes{place[0], place[step], place[2 * step], place[3 * step]};
 }
@@ -59,18 +57,18 @@ TORVIK_INLINED lanes stepping(const double* place, int step)
 TORVIK_INLINED void firstpass(const fouriertable& table, const double* xr, const double* xi,
                               double* yr, double* yi)
 {
-    const int quarter = table.length / 4;
+    const auto quarter = static_cast<std::size_t>(table.length / 4);
     const double* cosine = table.cosine.data();
     const double* sine = table.sine.data();
-    for (int p = 0; p < quarter; p += 4) {
+    for (std::size_t p = 0; p < quarter; p += 4) {
         complexlanes x[4];
-        for (int r = 0; r < 4; ++r) x[r] = from(xr, xi, p + r * quarter);
+        for (std::size_t r = 0; r < 4; ++r) x[r] = from(xr, xi, p + r * quarter);
         complexlanes w[3];
-        for (int r = 1; r < 4; ++r)
+        for (std::size_t r = 1; r < 4; ++r)
             w[r - 1] = {stepping(cosine + r * p, r), stepping(sine + r * p, r)};
         fourpoints(x, w);
-        for (int j = 0; j < 4; ++j)
-            for (int r = 0; r < 4; ++r) {
+        for (std::size_t j = 0; j < 4; ++j)
+            for (std::size_t r = 0; r < 4; ++r) {
                 yr[4 * (p + j) + r] = x[r].re[j];
                 yi[4 * (p + j) + r] = x[r].im[j];
             }
@@ -78,29 +76,31 @@ TORVIK_INLINED void firstpass(const fouriertable& table, const double* xr, const
 }
 
 // A later pass: `together` neighbours share their factors.
-TORVIK_INLINED void laterpass(const fouriertable& table, int together, const double* xr,
+TORVIK_INLINED void laterpass(const fouriertable& table, std::size_t together, const double* xr,
                               const double* xi, double* yr, double* yi)
 {
-    const int quarter = table.length / together / 4;
-    for (int p = 0; p < quarter; ++p) {
+    const std::size_t quarter = static_cast<std::size_t>(table.length) / together / 4;
+    for (std::size_t p = 0; p < quarter; ++p) {
         complexlanes w[3];
-        for (int r = 1; r < 4; ++r) {
-            const auto place = static_cast<std::size_t>(r * p * together);
+        for (std::size_t r = 1; r < 4; ++r) {
+            const std::size_t place = r * p * together;
             w[r - 1] = {fourof(table.cosine[place]), fourof(table.sine[place])};
         }
-        for (int q = 0; q < together; q += 4) {
+        for (std::size_t q = 0; q < together; q += 4) {
             complexlanes x[4];
-            for (int r = 0; r < 4; ++r) x[r] = from(xr, xi, q + together * (p + r * quarter));
+            for (std::size_t r = 0; r < 4; ++r)
+                x[r] = from(xr, xi, q + together * (p + r * quarter));
             fourpoints(x, w);
-            for (int r = 0; r < 4; ++r) put(yr, yi, q + together * (4 * p + r), x[r]);
+            for (std::size_t r = 0; r < 4; ++r) put(yr, yi, q + together * (4 * p + r), x[r]);
         }
     }
 }
 
 // The pass that is left when the number of levels is odd.
-TORVIK_INLINED void lastlevel(int half, const double* xr, const double* xi, double* yr, double* yi)
+TORVIK_INLINED void lastlevel(std::size_t half, const double* xr, const double* xi, double* yr,
+                              double* yi)
 {
-    for (int q = 0; q < half; q += 4) {
+    for (std::size_t q = 0; q < half; q += 4) {
         const complexlanes a = from(xr, xi, q);
         const complexlanes b = from(xr, xi, q + half);
         put(yr, yi, q, {a.re + b.re, a.im + b.im});
@@ -111,23 +111,27 @@ TORVIK_INLINED void lastlevel(int half, const double* xr, const double* xi, doub
 TORVIK_INLINED void transform(const fouriertable& table, double* re, double* im, double* workre,
                               double* workim)
 {
-    double *xr = re, *xi = im, *yr = workre, *yi = workim;
+    double* xr = re;
+    double* xi = im;
+    double* yr = workre;
+    double* yi = workim;
     const auto exchange = [&] {
         std::swap(xr, yr);
         std::swap(xi, yi);
     };
     firstpass(table, xr, xi, yr, yi);
     exchange();
-    int together = 4;
-    for (; 4 * together <= table.length; together *= 4) {
+    const auto length = static_cast<std::size_t>(table.length);
+    std::size_t together = 4;
+    for (; 4 * together <= length; together *= 4) {
         laterpass(table, together, xr, xi, yr, yi);
         exchange();
     }
-    if (together < table.length) {
+    if (together < length) {
         lastlevel(together, xr, xi, yr, yi);
         exchange();
     }
-    for (int k = 0; xr != re && k < table.length; k += 4) put(re, im, k, from(xr, xi, k));
+    for (std::size_t k = 0; xr != re && k < length; k += 4) put(re, im, k, from(xr, xi, k));
 }
 
 } // namespace

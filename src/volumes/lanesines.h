@@ -12,6 +12,8 @@
 
 namespace torvik {
 
+constexpr double truepi = 3.14159265358979323846;
+
 constexpr double lanesinelimit = 33554432.0; // 2^25: arguments beyond are not for these sines
 constexpr double lanesineerror = 0x1p-51;
 
@@ -21,7 +23,7 @@ struct lanesines {
 
 // Gives the nearest whole numbers, for numbers below 2^50. Adding 1.5 times 2^52 leaves no place
 // for a fraction; `whole` has the number in its low bits as well.
-TORVIK_INLINED lanes nearestwhole(const lanes& x, wholelanes& whole)
+TORVIK_INLINED lanes nearestlanes(const lanes& x, wholelanes& whole)
 {
     const lanes shift = fourof(6755399441055744.0);
     const lanes shifted = x + shift;
@@ -39,8 +41,8 @@ TORVIK_INLINED lanes magnitude(const lanes& x)
 TORVIK_INLINED lanes wholepart(const lanes& x)
 {
     wholelanes whole;
-    const lanes nearest = nearestwhole(x, whole);
-    const wholelanes above = (wholelanes)(nearest > x); // ones where it was rounded up
+    const lanes nearest = nearestlanes(x, whole);
+    const auto above = (wholelanes)(nearest > x); // ones where it was rounded up
     return nearest - (lanes)(above & (wholelanes)fourof(1.0));
 }
 
@@ -55,7 +57,7 @@ TORVIK_INLINED lanesines sinesof(const lanes& y)
 {
     // 1. k = y / (pi/2), rounded, and the rest.
     wholelanes k;
-    const lanes whole = nearestwhole(y * fourof(0.63661977236758138), k);
+    const lanes whole = nearestlanes(y * fourof(0.63661977236758138), k);
     const lanes r = ((y - whole * fourof(0x1.921fb54p+0)) - whole * fourof(0x1.10b4610p-30))
                     - whole * fourof(0x1.a62633145c06ep-58);
     // 2. The series.

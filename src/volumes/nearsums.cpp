@@ -14,8 +14,10 @@ namespace {
 TORVIK_INLINED void add(const double* t, int count, const double* periods, runningsums& sums)
 {
     const lanes P = fourfrom(periods);
-    lanes S = fourfrom(sums.S), C = fourfrom(sums.C);
-    lanes wayofS = fourfrom(sums.wayofS), wayofC = fourfrom(sums.wayofC);
+    lanes S = fourfrom(sums.S);
+    lanes C = fourfrom(sums.C);
+    lanes wayofS = fourfrom(sums.wayofS);
+    lanes wayofC = fourfrom(sums.wayofC);
     for (int e = 0; e < count; ++e) {
         const lanesines term = sinesof(fourof(t[e] * twopi) / P);
         S += term.sine;

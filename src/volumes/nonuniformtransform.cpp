@@ -14,10 +14,10 @@ namespace torvik {
 
 namespace {
 
-constexpr int reach = 16;   // grid points on either side of a wave
+constexpr int reach = 16;           // grid points on either side of a wave
+constexpr std::size_t margins = 32; // grid points beyond both ends, for waves near them
 constexpr int stretch = 32; // grid points; the waves that meet in a point begin in two of them
 constexpr double decay = 62.0;
-constexpr double truepi = 3.14159265358979323846;
 constexpr double lambda = truepi * truepi / decay;
 
 // The weights are exp(-lambda d^2) with d = +-(p + 1/2) - g for p = 0..15, where |g| <= 1/2 is the
@@ -75,7 +75,7 @@ TORVIK_INLINED void prepare(const lanes& w, const lanesines& strength, double b,
 {
     const lanes x = w * fourof(b);
     wholelanes place;
-    const lanes below = nearestwhole(x - fourof(0.5), place);
+    const lanes below = nearestlanes(x - fourof(0.5), place);
     const lanes g = (x - below) - fourof(0.5);
     const lanes faded = smallexponential(fourof(-lambda) * (g * g));
     putfour(four.re, strength.cosine * faded);
@@ -98,10 +98,13 @@ TORVIK_INLINED void spread(const fourwaves& four, int j, const fixedweights& fix
     const auto& down = four.down;
     lanes upper = {up[0][j], up[1][j], up[2][j], up[3][j]};
     lanes lower = {down[3][j], down[2][j], down[1][j], down[0][j]};
-    const lanes upstep = fourof(up[4][j]), downstep = fourof(down[4][j]);
-    const lanes strengthre = fourof(four.re[j]), strengthim = fourof(four.im[j]);
+    const lanes upstep = fourof(up[4][j]);
+    const lanes downstep = fourof(down[4][j]);
+    const lanes strengthre = fourof(four.re[j]);
+    const lanes strengthim = fourof(four.im[j]);
     for (int p = 0; p < reach; p += lanecount) {
-        const int above = 1 + p, below = -3 - p;
+        const int above = 1 + p;
+        const int below = -3 - p;
         const lanes upweight = upper * fourfrom(fixed.upper + p);
         const lanes downweight = lower * fourfrom(fixed.lower + reach - lanecount - p);
         addtofour(re + above, strengthre * upweight);
@@ -189,8 +192,8 @@ wavegrid newwavegrid(int points)
 void cleargrid(wavegrid& grid)
 {
     const auto n = static_cast<std::size_t>(grid.points);
-    grid.re.assign(n + 2 * reach, 0.0);
-    grid.im.assign(n + 2 * reach, 0.0);
+    grid.re.assign(n + margins, 0.0);
+    grid.im.assign(n + margins, 0.0);
     grid.crowd.assign(n / stretch, 0);
 }
 
@@ -223,7 +226,8 @@ double transformgrid(wavegrid& grid)
 
 fieldvalue fieldat(const wavegrid& grid, int k, double roundings)
 {
-    const auto place = static_cast<std::size_t>(reach + (k & (grid.points - 1)));
+    const int point = k & (grid.points - 1);
+    const auto place = static_cast<std::size_t>(point) + reach;
     const double divisor = grid.divisor[static_cast<std::size_t>(std::abs(k))];
     constexpr double others = 3.5e-14;     // exp(-31) = 3.44e-14
     constexpr double sumofweights = 4.445; // sqrt(pi / lambda) = 4.4422

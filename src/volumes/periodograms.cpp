@@ -100,7 +100,11 @@ void fillkind(int kind, periodogram& out)
 // Gives the value of a kind of periodogram for one test period.
 double valueofkind(const tripleproducts& products, int kind, const double* P)
 {
-    double first = 0.0, second = 0.0, S = 0.0, C = 0.0, tau = 0.0;
+    double first = 0.0;
+    double second = 0.0;
+    double S = 0.0;
+    double C = 0.0;
+    double tau = 0.0;
     if (kind == folding) foldingsums(products, P, 1, &first);
     if (kind == rayleigh || kind == rayleighxscargle) rayleighsums(products, P, 1, &first, &S, &C);
     if (kind == scargle) scarglesums(products, P, 1, &first, &tau);

@@ -54,9 +54,14 @@ TORVIK_INLINED lanes fold(const lanes& t, const lanes& P)
 // Sixteen periods are enough sums to hide the time that one takes.
 TORVIK_INLINED void foldmany(const double* t, int count, const double* P, double* out)
 {
-    const lanes P0 = fourfrom(P), P1 = fourfrom(P + 4), P2 = fourfrom(P + 8), P3 = fourfrom(P + 12);
-    lanes out0 = fourfrom(out), out1 = fourfrom(out + 4), out2 = fourfrom(out + 8),
-          out3 = fourfrom(out + 12);
+    const lanes P0 = fourfrom(P);
+    const lanes P1 = fourfrom(P + 4);
+    const lanes P2 = fourfrom(P + 8);
+    const lanes P3 = fourfrom(P + 12);
+    lanes out0 = fourfrom(out);
+    lanes out1 = fourfrom(out + 4);
+    lanes out2 = fourfrom(out + 8);
+    lanes out3 = fourfrom(out + 12);
     for (int e = 0; e < count; ++e) {
         const lanes product = fourof(t[e]);
         out0 += fold(product, P0);

@@ -36,12 +36,6 @@ std::vector<std::size_t> allrows(std::size_t periods)
     return rows;
 }
 
-void setbounds(periodogrambounds& bounds, std::size_t i, const interval& x)
-{
-    bounds.least[i] = x.least;
-    bounds.most[i] = x.most;
-}
-
 // Narrows four rows; the last one may stand for several.
 void narrow(const tripleproducts& products, const double* P, const std::size_t rows[4],
             periodogramtable& table)
@@ -73,7 +67,11 @@ void narrowrows(const tripleproducts& products, const double* P,
 void computerow(const tripleproducts& products, int kind, const double* P, std::size_t i,
                 periodogramtable& table)
 {
-    double value = 0.0, angle = 0.0, S = 0.0, C = 0.0, tau = 0.0;
+    double value = 0.0;
+    double angle = 0.0;
+    double S = 0.0;
+    double C = 0.0;
+    double tau = 0.0;
     if (kind == rayleigh) {
         rayleighsums(products, P + i, 1, &value, &S, &C);
         angle = printedphase(S, C);

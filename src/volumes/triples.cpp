@@ -9,9 +9,14 @@ namespace {
 // The products of reflections i and j with `count` third ones from k on.
 TORVIK_INLINED void row(const triplewalk& walk, int count, double* t)
 {
-    const int i = walk.i - 1, j = walk.j - 1;
-    const lanes a1 = fourof(walk.x[i]), a2 = fourof(walk.y[i]), a3 = fourof(walk.z[i]);
-    const lanes b1 = fourof(walk.x[j]), b2 = fourof(walk.y[j]), b3 = fourof(walk.z[j]);
+    const int i = walk.i - 1;
+    const int j = walk.j - 1;
+    const lanes a1 = fourof(walk.x[i]);
+    const lanes a2 = fourof(walk.y[i]);
+    const lanes a3 = fourof(walk.z[i]);
+    const lanes b1 = fourof(walk.x[j]);
+    const lanes b2 = fourof(walk.y[j]);
+    const lanes b3 = fourof(walk.z[j]);
     for (int k = 0; k < count; k += lanecount) {
         const lanes c1 = fourfrom(walk.x + walk.k - 1 + k);
         const lanes c2 = fourfrom(walk.y + walk.k - 1 + k);

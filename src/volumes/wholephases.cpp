@@ -13,8 +13,8 @@ namespace torvik {
 
 namespace {
 
-typedef std::uint32_t phases __attribute__((vector_size(32)));      // eight phases
-typedef std::int32_t signedphases __attribute__((vector_size(32))); // the same with a sign
+using phases = std::uint32_t __attribute__((vector_size(32)));      // eight phases
+using signedphases = std::int32_t __attribute__((vector_size(32))); // the same with a sign
 
 constexpr int phasecount = 8;
 constexpr int below = phasesatonce / 2 - 1; // periods before the middle of a block
@@ -25,14 +25,15 @@ constexpr double cycle = 4294967296.0;
 TORVIK_INLINED std::uint32_t phaseof(double cycles)
 {
     const double fraction = cycles - std::floor(cycles);
-    return static_cast<std::uint32_t>(static_cast<std::int64_t>(fraction * cycle + 0.5));
+    return static_cast<std::uint32_t>(
+        static_cast<std::int64_t>(std::floor(fraction * cycle + 0.5)));
 }
 
 // Adds the 23-bit magnitudes of phases less half a cycle.
 TORVIK_INLINED void addmagnitudes(const phases& p, std::uint32_t* sums)
 {
-    const signedphases x = (signedphases)p;
-    const phases magnitude = (phases)(x ^ (x >> 31)) >> 8;
+    const auto x = (signedphases)p;
+    const phases magnitude = (phases)(x ^ (x < 0)) >> 8; // the comparison gives ones where it holds
     phases sum;
     std::memcpy(&sum, sums, sizeof sum);
     sum += magnitude;
@@ -119,8 +120,9 @@ void boundfolding(const tripleproducts& products, const double* P, std::size_t p
             2.0 * sumofproducts / n * block.error + 0x1p-25 + 0x1p-30 + 0x1p-53 * (4.0 + n);
         for (std::size_t i = first; i <= last; ++i) {
             const int k = static_cast<int>(i) - middleof(block);
-            const auto place = static_cast<std::size_t>(k + below);
-            const double mean = static_cast<double>(sums[place]) / (n * 0x1p23);
+            const int place = k + below;
+            const double mean =
+                static_cast<double>(sums[static_cast<std::size_t>(place)]) / (n * 0x1p23);
             least[i] = mean - error;
             most[i] = mean + 0x1p-23 + error;
         }

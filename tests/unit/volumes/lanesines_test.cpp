@@ -71,7 +71,7 @@ TEST(LaneSines, NearestWholeNumbersComeAsIntegersToo)
 {
     wholelanes whole;
     const lanes x = {-2.7, 0.4, 1e9 + 0.6, -1e15};
-    const lanes nearest = nearestwhole(x, whole);
+    const lanes nearest = nearestlanes(x, whole);
     const double expected[] = {-3.0, 0.0, 1e9 + 1.0, -1e15};
     for (int j = 0; j < lanecount; ++j) {
         EXPECT_EQ(nearest[j], expected[j]);
