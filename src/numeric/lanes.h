@@ -39,14 +39,14 @@ namespace torvik {
 #define TORVIK_INLINED [[gnu::always_inline]] inline
 
 constexpr int lanecount = 4;
-typedef double lanes __attribute__((vector_size(32)));            // four numbers
-typedef std::int64_t wholelanes __attribute__((vector_size(32))); // four integers, or four masks
+using lanes = double __attribute__((vector_size(32)));            // four numbers
+using wholelanes = std::int64_t __attribute__((vector_size(32))); // four integers, or four masks
 
 // Says whether this processor has AVX2.
 inline bool hasavx2()
 {
 #if defined(__x86_64__)
-    return __builtin_cpu_supports("avx2") != 0;
+    return static_cast<bool>(__builtin_cpu_supports("avx2"));
 #else
     return false;
 #endif
@@ -56,8 +56,9 @@ inline bool hasavx2()
 inline bool hasavx512()
 {
 #if defined(__x86_64__)
-    return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512dq") != 0
-           && __builtin_cpu_supports("avx512vl") != 0;
+    return static_cast<bool>(__builtin_cpu_supports("avx512f"))
+           && static_cast<bool>(__builtin_cpu_supports("avx512dq"))
+           && static_cast<bool>(__builtin_cpu_supports("avx512vl"));
 #else
     return false;
 #endif
@@ -74,6 +75,22 @@ TORVIK_INLINED lanes fourfrom(const double* place)
 TORVIK_INLINED void putfour(double* place, const lanes& x)
 {
     std::memcpy(place, &x, sizeof x);
+}
+
+// Gives |x| in each lane, of any number of lanes.
+template <class Lanes>
+TORVIK_INLINED Lanes magnitude(const Lanes& x)
+{
+    return x < 0.0 ? -x : x;
+}
+
+// Rounds each lane to a whole number, halves to even, by adding a number so large that fractions
+// are rounded away. For |x| up to 2^51.
+template <class Lanes>
+TORVIK_INLINED Lanes nearestwhole(const Lanes& x)
+{
+    constexpr double roundingaway = 0x1.8p52;
+    return (x + roundingaway) - roundingaway;
 }
 
 // Gives the same number in all lanes.

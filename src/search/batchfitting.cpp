@@ -11,11 +11,13 @@ namespace {
 
 constexpr double infinite = std::numeric_limits<double>::infinity();
 
-// So many numbers, one in each lane.
+// So many numbers, one in each lane. (In a template, only typedef keeps the attribute with gcc.)
 template <int width>
 struct side {
+    // NOLINTBEGIN(modernize-use-using)
     typedef double numbers __attribute__((vector_size(8 * width)));
     typedef std::int64_t wholes __attribute__((vector_size(8 * width)));
+    // NOLINTEND(modernize-use-using)
 };
 
 // The fits that are under way. Matrices stand with their nine elements in the order of rows.
@@ -37,19 +39,12 @@ struct fitlanes {
     int passes[width];
 };
 
-template <class Numbers>
-TORVIK_INLINED Numbers absolute(const Numbers& x)
-{
-    return x < 0.0 ? -x : x;
-}
-
 // Finds in each lane the best indexed vector that is not taken.
 template <int width>
 TORVIK_INLINED void scan(fitlanes<width>& lane, const vectorcolumns& V)
 {
     using numbers = typename side<width>::numbers;
     using wholes = typename side<width>::wholes;
-    constexpr double roundingaway = 0x1.8p52;
     numbers G[9];
     for (int e = 0; e < 9; ++e) G[e] = lane.G[e];
     numbers lowest = numbers{} + largestdouble;
@@ -61,9 +56,9 @@ TORVIK_INLINED void scan(fitlanes<width>& lane, const vectorcolumns& V)
         const numbers a = x * G[0] + y * G[3] + z * G[6];
         const numbers b = x * G[1] + y * G[4] + z * G[7];
         const numbers c = x * G[2] + y * G[5] + z * G[8];
-        const numbers da = absolute<numbers>(a - ((a + roundingaway) - roundingaway));
-        const numbers db = absolute<numbers>(b - ((b + roundingaway) - roundingaway));
-        const numbers dc = absolute<numbers>(c - ((c + roundingaway) - roundingaway));
+        const numbers da = magnitude(a - nearestwhole(a));
+        const numbers db = magnitude(b - nearestwhole(b));
+        const numbers dc = magnitude(c - nearestwhole(c));
         const numbers ab = da < db ? db : da;
         const numbers q = (ab < dc ? dc : ab) + lane.penalty[i];
         const wholes number = wholes{} + (i + 1);
@@ -74,29 +69,36 @@ TORVIK_INLINED void scan(fitlanes<width>& lane, const vectorcolumns& V)
     lane.best = best;
 }
 
-// Takes a vector into each lane: sums, basis, inverse.
+// Takes a vector into the sums of each lane.
 template <int width>
-TORVIK_INLINED void grow(fitlanes<width>& lane, double threshold)
+TORVIK_INLINED void addvectors(fitlanes<width>& lane)
 {
     using numbers = typename side<width>::numbers;
-    constexpr double roundingaway = 0x1.8p52;
     const numbers v[3] = {lane.x, lane.y, lane.z};
     numbers h[3];
     for (int j = 0; j < 3; ++j) {
         const numbers x = v[0] * lane.G[j] + v[1] * lane.G[3 + j] + v[2] * lane.G[6 + j];
-        h[j] = (x + roundingaway) - roundingaway; // within the tolerance: no halves
+        h[j] = nearestwhole(x); // within the tolerance: no halves
     }
-    numbers P[9];
     for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j)
-            lane.P[3 * i + j] = P[3 * i + j] = lane.P[3 * i + j] + h[i] * v[j];
-    // Q is symmetric, to the bit, and so is its inverse.
-    const numbers q11 = lane.Q[0] = lane.Q[0] + h[0] * h[0];
-    const numbers q12 = lane.Q[1] = lane.Q[1] + h[0] * h[1];
-    const numbers q13 = lane.Q[2] = lane.Q[2] + h[0] * h[2];
-    const numbers q22 = lane.Q[3] = lane.Q[3] + h[1] * h[1];
-    const numbers q23 = lane.Q[4] = lane.Q[4] + h[1] * h[2];
-    const numbers q33 = lane.Q[5] = lane.Q[5] + h[2] * h[2];
+        for (int j = 0; j < 3; ++j) lane.P[3 * i + j] = lane.P[3 * i + j] + h[i] * v[j];
+    int e = 0;
+    for (int i = 0; i < 3; ++i)
+        for (int j = i; j < 3; ++j, ++e) lane.Q[e] = lane.Q[e] + h[i] * h[j];
+}
+
+// Solves the sums of each lane for its basis, as fitfromsums does. Q is symmetric, to the bit, and
+// so is its inverse. Where Q is singular, the basis stays.
+template <int width>
+TORVIK_INLINED void solve(fitlanes<width>& lane)
+{
+    using numbers = typename side<width>::numbers;
+    const numbers q11 = lane.Q[0];
+    const numbers q12 = lane.Q[1];
+    const numbers q13 = lane.Q[2];
+    const numbers q22 = lane.Q[3];
+    const numbers q23 = lane.Q[4];
+    const numbers q33 = lane.Q[5];
     const numbers c11 = q22 * q33 - q23 * q23;
     const numbers c12 = q23 * q13 - q12 * q33;
     const numbers c13 = q12 * q23 - q22 * q13;
@@ -107,37 +109,56 @@ TORVIK_INLINED void grow(fitlanes<width>& lane, double threshold)
     const numbers i22 = (q11 * q33 - q13 * q13) / d;
     const numbers i23 = (q13 * q12 - q11 * q23) / d;
     const numbers i33 = (q11 * q22 - q12 * q12) / d;
-    const auto singularsums = machineepsilon > absolute<numbers>(d);
+    const auto singular = machineepsilon > magnitude(d);
     numbers R[9];
     for (int j = 0; j < 3; ++j) {
-        R[j] = i11 * P[j] + i12 * P[3 + j] + i13 * P[6 + j];
-        R[3 + j] = i12 * P[j] + i22 * P[3 + j] + i23 * P[6 + j];
-        R[6 + j] = i13 * P[j] + i23 * P[3 + j] + i33 * P[6 + j];
+        const numbers p1 = lane.P[j];
+        const numbers p2 = lane.P[3 + j];
+        const numbers p3 = lane.P[6 + j];
+        R[j] = i11 * p1 + i12 * p2 + i13 * p3;
+        R[3 + j] = i12 * p1 + i22 * p2 + i23 * p3;
+        R[6 + j] = i13 * p1 + i23 * p2 + i33 * p3;
     }
-    for (int e = 0; e < 9; ++e) lane.R[e] = R[e] = singularsums ? lane.R[e] : R[e];
-    const numbers r11 = R[4] * R[8] - R[5] * R[7];
-    const numbers r12 = R[5] * R[6] - R[3] * R[8];
-    const numbers r13 = R[3] * R[7] - R[4] * R[6];
-    const numbers D = R[0] * r11 + R[1] * r12 + R[2] * r13;
-    const numbers volume = absolute<numbers>(D);
+    for (int e = 0; e < 9; ++e) lane.R[e] = singular ? lane.R[e] : R[e];
+    lane.fitted = ~singular;
+}
+
+// Inverts the basis of each lane and takes note of the outcome, as notedinverse does.
+template <int width>
+TORVIK_INLINED void invert(fitlanes<width>& lane, double threshold)
+{
+    using numbers = typename side<width>::numbers;
+    numbers R[9];
+    for (int e = 0; e < 9; ++e) R[e] = lane.R[e];
+    const numbers c1 = R[4] * R[8] - R[5] * R[7];
+    const numbers c2 = R[5] * R[6] - R[3] * R[8];
+    const numbers c3 = R[3] * R[7] - R[4] * R[6];
+    const numbers d = R[0] * c1 + R[1] * c2 + R[2] * c3;
+    const numbers G[9] = {c1 / d, (R[2] * R[7] - R[1] * R[8]) / d, (R[1] * R[5] - R[2] * R[4]) / d,
+                          c2 / d, (R[0] * R[8] - R[2] * R[6]) / d, (R[2] * R[3] - R[0] * R[5]) / d,
+                          c3 / d, (R[1] * R[6] - R[0] * R[7]) / d, (R[0] * R[4] - R[1] * R[3]) / d};
+    const numbers volume = magnitude(d);
     const auto singular = threshold > volume;
-    const numbers G[9] = {
-        r11 / D, (R[2] * R[7] - R[1] * R[8]) / D, (R[1] * R[5] - R[2] * R[4]) / D,
-        r12 / D, (R[0] * R[8] - R[2] * R[6]) / D, (R[2] * R[3] - R[0] * R[5]) / D,
-        r13 / D, (R[1] * R[6] - R[0] * R[7]) / D, (R[0] * R[4] - R[1] * R[3]) / D};
     numbers size = {};
     for (int e = 0; e < 9; ++e) {
-        const numbers kept = singular ? lane.G[e] : G[e]; // Deliberate: a failure keeps G
-        lane.G[e] = kept;
-        size += absolute<numbers>(kept);
+        lane.G[e] = singular ? lane.G[e] : G[e]; // Deliberate: a failure keeps G
+        size += magnitude(lane.G[e]);
     }
     lane.size = size;
-    lane.fitted = ~singularsums;
     lane.regular = ~singular;
-    const auto smaller = ~singularsums & ~singular & (volume < lane.smallestregular);
-    const auto larger = ~singularsums & singular & (volume > lane.largestsingular);
+    const auto smaller = lane.fitted & ~singular & (volume < lane.smallestregular);
+    const auto larger = lane.fitted & singular & (volume > lane.largestsingular);
     lane.smallestregular = smaller ? volume : lane.smallestregular;
     lane.largestsingular = larger ? volume : lane.largestsingular;
+}
+
+// Takes a vector into the fit of each lane: sums, basis, inverse.
+template <int width>
+TORVIK_INLINED void grow(fitlanes<width>& lane, double threshold)
+{
+    addvectors(lane);
+    solve(lane);
+    invert(lane, threshold);
 }
 
 struct anywhere {

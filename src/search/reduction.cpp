@@ -3,9 +3,11 @@
 #include "numeric/kernel.h"
 #include "numeric/nint.h"
 
+#include <array>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <utility>
 
 namespace torvik {
@@ -166,8 +168,8 @@ void reportguard()
 // Says whether two bases are the same to the bit: then the passes that follow are the same, too.
 bool samebits(const reducedbasis& v, const reducedbasis& w)
 {
-    static_assert(sizeof(reducedbasis) == 15 * sizeof(double));
-    return std::memcmp(&v, &w, sizeof v) == 0;
+    using bits = std::array<std::uint64_t, sizeof(reducedbasis) / sizeof(std::uint64_t)>;
+    return std::bit_cast<bits>(v) == std::bit_cast<bits>(w);
 }
 
 // Repeats a pass until it gives false, or to the guard. Where the passes go in a circle, all whole

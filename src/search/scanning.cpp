@@ -9,8 +9,6 @@ namespace torvik {
 
 namespace {
 
-constexpr double roundingaway = 0x1.8p52;
-
 // A basis with each element in all lanes, by the component that it multiplies.
 struct basislanes {
     lanes x[3], y[3], z[3];
@@ -28,16 +26,6 @@ TORVIK_INLINED basislanes columnsaslanes(const matrix3& G)
     return {{fourof(G(1, 1)), fourof(G(1, 2)), fourof(G(1, 3))},
             {fourof(G(2, 1)), fourof(G(2, 2)), fourof(G(2, 3))},
             {fourof(G(3, 1)), fourof(G(3, 2)), fourof(G(3, 3))}};
-}
-
-TORVIK_INLINED lanes nearestwhole(const lanes& x)
-{
-    return (x + roundingaway) - roundingaway;
-}
-
-TORVIK_INLINED lanes magnitude(const lanes& x)
-{
-    return x < 0.0 ? -x : x;
 }
 
 // The largest of three, as std::max takes it.

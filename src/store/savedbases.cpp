@@ -36,9 +36,8 @@ numbered<int, 3> commondivisors(const vectorcolumns& reflections, const matrix3&
     wholeindices indices;
     indexwhole(reflections, D, parameters.themaincriterion, parameters.maxallowedmillerindex,
                indices);
-    numbered<int, 3> divisors;
-    for (int i = 1; i <= 3; ++i) divisors(i) = commondivisor(indices.h[i - 1], reflections.n);
-    return divisors;
+    const auto ofcolumn = [&](int i) { return commondivisor(indices.h[i - 1], reflections.n); };
+    return {{ofcolumn(1), ofcolumn(2), ofcolumn(3)}};
 }
 
 void dividecolumn(matrix3& D, int column, int divisor)
@@ -129,9 +128,9 @@ void savethebasis(matrix3& D, indexcounts& counts, double& quality)
     vectorcolumns reflections;
     setcolumns(reflections, recorded_reflections.numberofreflections,
                recorded_reflections.reflections);
+    if (!withinvolumelimits(reflections, D, counts, quality)) return;
     bool worstknown = false;
-    if (withinvolumelimits(reflections, D, counts, quality))
-        offerbasis(D, counts, quality, worstknown);
+    offerbasis(D, counts, quality, worstknown);
 }
 
 void offerbasis(const matrix3& D, const indexcounts& counts, double quality, bool& worstknown)

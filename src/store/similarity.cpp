@@ -14,8 +14,6 @@ namespace {
 // The deviations of two bases of one lattice add up to less.
 constexpr double similaritylimit = 0.15;
 
-constexpr double roundingaway = 0x1.8p52;
-
 TORVIK_INLINED int firstnear(int first, const matrix3& inverse)
 {
     const lanes row1 = {inverse(1, 1), inverse(1, 2), inverse(1, 3), 0.0};
@@ -25,8 +23,7 @@ TORVIK_INLINED int firstnear(int first, const matrix3& inverse)
         double dev = 0.0;
         for (const auto& vector : modofsavedbases.savedbases(k).element) {
             const lanes T = vector[0] * row1 + vector[1] * row2 + vector[2] * row3;
-            const lanes off = T - ((T + roundingaway) - roundingaway);
-            const lanes deviation = off < 0.0 ? -off : off;
+            const lanes deviation = magnitude(T - nearestwhole(T));
             dev += deviation[0];
             dev += deviation[1];
             dev += deviation[2];
