@@ -5,6 +5,7 @@
 #include "search/reduction.h"
 #include "store/finalcheck.h"
 #include "store/savedbases.h"
+#include "store/similarity.h"
 #include "superlattices/hermite.h"
 #include "support/cases.h"
 #include "support/fresh.h"
