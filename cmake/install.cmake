@@ -1,0 +1,53 @@
+# What is installed, where, and what packages are made of it.
+#
+#   cmake --install BUILD --prefix /usr/local
+#   cd BUILD && cpack -G DEB          or TGZ, ZIP; scripts/package.sh makes them all
+include(GNUInstallDirs)
+if("$CACHE{CMAKE_INSTALL_DOCDIR}" STREQUAL "") # unless it was asked for: no capital in a folder
+    set(CMAKE_INSTALL_DOCDIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/torvik)
+endif()
+set(torvik_bindir ${CMAKE_INSTALL_BINDIR})
+set(torvik_docdir ${CMAKE_INSTALL_DOCDIR})
+if(WIN32) # there a program lies in a folder of its own, with all that belongs to it
+    set(torvik_bindir .)
+    set(torvik_docdir .)
+endif()
+
+install(TARGETS Torvik RUNTIME DESTINATION ${torvik_bindir})
+install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${torvik_docdir})
+file(GLOB torvik_documents CONFIGURE_DEPENDS docs/*.md)
+install(FILES ${torvik_documents} DESTINATION ${torvik_docdir}/docs)
+file(GLOB torvik_examples CONFIGURE_DEPENDS
+     examples/*.idx examples/*.truth.json examples/README.md examples/generate.py)
+install(FILES ${torvik_examples} DESTINATION ${torvik_docdir}/examples)
+if(NOT WIN32)
+    install(FILES docs/Torvik.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+endif()
+# The manual, if it was built before: cmake --build BUILD --target manual.
+foreach(manual Torvik.pdf Torvik.html)
+    install(FILES ${CMAKE_BINARY_DIR}/manual/${manual} DESTINATION ${torvik_docdir} OPTIONAL)
+endforeach()
+
+set(CPACK_PACKAGE_NAME torvik)
+set(CPACK_PACKAGE_VENDOR "The developers of Torvik")
+set(CPACK_PACKAGE_CONTACT "The developers of Torvik <torvik@localhost>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "indexes single-crystal diffraction data")
+set(CPACK_PACKAGE_DESCRIPTION
+    "Torvik takes from 4 to 999 measured reflections of an unknown crystal, some of which may be
+wrong, and gives the primitive cell, its orientation and the Miller indices.")
+set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
+string(TOLOWER "${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR}" torvik_system)
+set(CPACK_PACKAGE_FILE_NAME torvik-${PROJECT_VERSION}-${torvik_system})
+set(CPACK_STRIP_FILES ON)
+set(CPACK_GENERATOR TGZ)
+if(WIN32)
+    set(CPACK_GENERATOR ZIP)
+endif()
+
+# The Debian package goes to /usr, and depends on what dpkg-shlibdeps finds that the program uses.
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION science)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_SOURCE_DIR}/cmake/cpack.cmake)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debian.cmake)
+include(CPack)
