@@ -13,10 +13,15 @@ namespace torvik {
 
 namespace {
 
+// clang-format off
 constexpr std::string_view logo[] = {
-    " ### ### ##  # # ### # # ", "  #  # # # # # #  #  # # ", "  #  # # ##  # #  #  ##  ",
-    "  #  # # # # # #  #  # # ", "  #  ### # #  #  ### # # ",
+    "### ##  ###  #   # # #  #",
+    " # #  # #  # #   # # # # ",
+    " # #  # ###   # #  # ##  ",
+    " # #  # # #   # #  # # # ",
+    " #  ##  #  #   #   # #  #",
 };
+// clang-format on
 
 bool ishelpword(const std::string& word)
 {

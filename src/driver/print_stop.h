@@ -1,4 +1,4 @@
-// The thirty messages for parameters out of bounds.
+// The messages for parameters out of bounds.
 #pragma once
 
 namespace torvik {
@@ -39,7 +39,7 @@ enum parametererror : int {
 
 // Prints the message of a parameter out of bounds, pauses and stops. Never returns.
 //
-// Given:     code   1..30
+// Given:     code   one of the above
 [[noreturn]] void print_stop(int code);
 
 } // namespace torvik

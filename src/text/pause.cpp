@@ -19,20 +19,27 @@ std::string answer()
     return line;
 }
 
+// Writes a notice below what was printed so far, and waits for the answer to it.
+std::string answerto(const char* notice)
+{
+    std::fflush(stdout);
+    std::fputs(notice, stderr);
+    return answer();
+}
+
 } // namespace
 
 void pauseprogram()
 {
-    std::fflush(stdout);
-    std::fputs("Torvik is paused. To resume it, type go and press Enter; "
-               "any other line ends it.\n",
-               stderr);
-    if (answer() != "go") stopprogram();
+    if (answerto("Torvik is paused. To resume it, type go and press Enter; "
+                 "any other line ends it.\n")
+        != "go")
+        stopprogram();
 }
 
 void pauseandstop()
 {
-    pauseprogram();
+    answerto("Press Enter to close Torvik.\n");
     stopprogram();
 }
 

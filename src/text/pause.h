@@ -7,7 +7,7 @@ namespace torvik {
 // line is "go"; any other line, and the end of the input, stop the program.
 void pauseprogram();
 
-// Pauses and then stops, whatever the answer.
+// Waits for a line from standard input, asked for on the error stream, and stops whatever it is.
 [[noreturn]] void pauseandstop();
 
 } // namespace torvik

@@ -81,8 +81,7 @@ protected:
         EXPECT_EQ(run.errors, pausetext);
     }
 
-    static constexpr auto pausetext =
-        "Torvik is paused. To resume it, type go and press Enter; any other line ends it.\n";
+    static constexpr auto pausetext = "Press Enter to close Torvik.\n";
     static constexpr double longenough = 60; // seconds, also on a busy machine
 
     temporaryfolder folder;

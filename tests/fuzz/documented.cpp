@@ -25,7 +25,7 @@ std::set<std::string> documentedmessages()
         const std::string message = line.substr(start, line.find(" |", start) - start);
         if (message.ends_with('.')) messages.insert(message); // other tables hold figures
     }
-    demand(messages.size() == 30, "docs/formats.md does not list thirty messages");
+    demand(messages.size() >= 30, "docs/formats.md does not list the messages");
     return messages;
 }
 

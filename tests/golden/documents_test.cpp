@@ -277,19 +277,29 @@ textlines quotedbehind(const std::string& text, const std::string& word)
     return found;
 }
 
-// The tables are held against the source, where each keyword and message stands once.
+std::size_t countof(const std::string& text, const std::string& part)
+{
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++count;
+    return count;
+}
+
+// The tables are held against the source, where each keyword and message stands once. Without
+// any, it would be searched for in vain.
 TEST(TheTablesOfTheFormats, HaveEveryKeywordAndEveryMessageUnderItsNumber)
 {
     const std::string project = TORVIK_SOURCE_DIR;
     const std::string formats = readfile(project + "/docs/formats.md");
     const textlines keywords =
         quotedbehind(readfile(project + "/src/driver/fix_parameter.cpp"), "keyword == \"");
-    ASSERT_EQ(keywords.size(), 19u);
+    ASSERT_GE(keywords.size(), 19u);
+    EXPECT_EQ(countof(formats, "\n| `_"), keywords.size()) << "rows of keywords";
     for (const std::string& keyword : keywords)
         EXPECT_NE(formats.find("\n| `" + keyword + "` | "), std::string::npos) << keyword;
     const textlines messages =
         quotedbehind(readfile(project + "/src/driver/print_stop.cpp"), "\n    \"");
-    ASSERT_EQ(messages.size(), 30u);
+    ASSERT_GE(messages.size(), 30u);
     for (std::size_t i = 0; i < messages.size(); ++i) {
         const std::string row = "\n| " + std::to_string(i + 1) + " | " + messages[i] + " | ";
         EXPECT_NE(formats.find(row), std::string::npos) << row;

@@ -26,8 +26,7 @@ void refuseexit()
 
 } // namespace
 
-const std::string pausenotice = "Torvik is paused. To resume it, type go and press Enter; "
-                                "any other line ends it.\n";
+const std::string pausenotice = "Press Enter to close Torvik.\n";
 
 const std::string sixreflections = "_NumberOfReflections\n"
                                    "6\n"

@@ -8,7 +8,7 @@
 
 namespace torvik {
 
-// The notice on the error stream when the program pauses.
+// The notice on the error stream when the program stops.
 extern const std::string pausenotice;
 
 // The exact drawing of a parameter error on the terminal: two empty lines, the message, two empty

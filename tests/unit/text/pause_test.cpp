@@ -83,7 +83,15 @@ TEST_F(Pause, AStopFollowsWhateverTheReply)
         pauseandstop();
     };
     for (const char* reply : {"go\n", "\n", ""})
-        EXPECT_EXIT(stopafter(reply), ExitedWithCode(0), "paused") << reply;
+        EXPECT_EXIT(stopafter(reply), ExitedWithCode(0), "Press Enter to close Torvik") << reply;
+}
+
+// A reply "go" would resume nothing there.
+TEST_F(Pause, BeforeAStopOffersNoResumption)
+{
+    runsetting setting;
+    setting.arguments = {"missing.idx"};
+    EXPECT_EQ(runtorvik(setting).errors, "Press Enter to close Torvik.\n");
 }
 
 TEST_F(Pause, WhatWasPrintedBeforeIsShownBeforeTheNotice)
@@ -93,7 +101,8 @@ TEST_F(Pause, WhatWasPrintedBeforeIsShownBeforeTheNotice)
     setting.arguments = {"-c", "'" TORVIK_PROGRAM "' missing.idx 2>&1"};
     const runresult run = runtorvik(setting);
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.output.find(" Error: Cannot open missing.idx.\nTorvik is paused."), 0U);
+    EXPECT_EQ(run.output.find(" Error: Cannot open missing.idx.\nPress Enter to close Torvik."),
+              0U);
 }
 
 TEST_F(Pause, AFaultyInputStopsWithStatusZeroEvenIfTheReplyIsGo)

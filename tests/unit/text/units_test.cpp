@@ -297,10 +297,10 @@ TEST_F(Units, AnOpenLineOfTheTerminalIsEndedBeforeTheMessage)
         openoutput(logunit, "missing/log");
     };
     EXPECT_EXIT(failafter("progress  "), ExitedWithCode(0),
-                "^progress  \n Error: Cannot write missing/log.\nTorvik is");
+                "^progress  \n Error: Cannot write missing/log.\nPress Enter");
     EXPECT_EXIT(failafter("progress\n"), ExitedWithCode(0),
-                "^progress\n Error: Cannot write missing/log.\nTorvik is");
-    EXPECT_EXIT(failafter(""), ExitedWithCode(0), "^ Error: Cannot write missing/log.\nTorvik is");
+                "^progress\n Error: Cannot write missing/log.\nPress Enter");
+    EXPECT_EXIT(failafter(""), ExitedWithCode(0), "^ Error: Cannot write missing/log.\nPress Enter");
 }
 
 TEST_F(Units, AMissingFolderCannotBeWrittenTo)
@@ -314,9 +314,9 @@ TEST_F(Units, AMissingFolderCannotBeWrittenTo)
         openoutputbeside(resultsunit, "missing/a_idx.res");
     };
     EXPECT_EXIT(openlog(), ExitedWithCode(0),
-                "^ Error: Cannot write missing/a_idx.log.\nTorvik is");
+                "^ Error: Cannot write missing/a_idx.log.\nPress Enter");
     EXPECT_EXIT(openresults(), ExitedWithCode(0),
-                "^ Error: Cannot write missing/a_idx.res.\nTorvik is");
+                "^ Error: Cannot write missing/a_idx.res.\nPress Enter");
 }
 
 TEST_F(Units, AFolderInTheWayCannotBeReplaced)
