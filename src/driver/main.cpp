@@ -10,6 +10,10 @@
 #include <unistd.h>
 #define TORVIK_HAS_DESCRIPTORS
 #endif
+#ifdef _WIN32
+#include <cstdio>
+#include <io.h>
+#endif
 
 namespace {
 
@@ -38,12 +42,23 @@ void fillclosedstreams()
 #endif
 }
 
+// Keeps the system from ending lines in its own way: what is printed is the same bytes everywhere,
+// as in all files.
+void endlinesalike()
+{
+#ifdef _WIN32
+    _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stderr), _O_BINARY);
+#endif
+}
+
 } // namespace
 
 int main(int count, char* arguments[])
 {
     fillclosedstreams();
     ignorefailuresofwriting();
+    endlinesalike();
     if (count > 1)
         torvik::followcommandline({arguments + 1, static_cast<std::size_t>(count - 1)});
     else

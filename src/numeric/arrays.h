@@ -1,6 +1,8 @@
 // Fixed arrays and tables, numbered as they are printed: from 1.
 #pragma once
 
+#include "numeric/unfused.h"
+
 #include <cassert>
 
 // The one convention of array numbering: operator() counts from 1, as the numbers shown to the

@@ -1,6 +1,8 @@
 // The constants of the method, each with the reason for its digits.
 #pragma once
 
+#include "numeric/unfused.h"
+
 #include <cfloat>
 #include <limits>
 

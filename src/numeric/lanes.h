@@ -1,6 +1,8 @@
 // Four doubles worked on at once.
 #pragma once
 
+#include "numeric/unfused.h"
+
 #include <cstdint>
 #include <cstring>
 
@@ -14,18 +16,11 @@
 //     ... hasavx2() ? scan_avx2(x, n, y) : scan_anywhere(x, n, y);
 //
 // Both give the same bits: each lane is an ordinary double, rounded after every operation. Products
-// and sums are never fused: AVX2 alone has no instruction for that, and the compiler is told not to;
-// here once more, for those who build without our flags.
+// and sums are never fused.
 
 // The compilers warn that such numbers are passed in another way to functions with AVX than without.
 // None is: what takes or gives them is inlined.
 #pragma GCC diagnostic ignored "-Wpsabi"
-
-#if defined(__clang__)
-#pragma clang fp contract(off)
-#else
-#pragma GCC optimize("fp-contract=off")
-#endif
 
 namespace torvik {
 
@@ -42,10 +37,18 @@ constexpr int lanecount = 4;
 using lanes = double __attribute__((vector_size(32)));            // four numbers
 using wholelanes = std::int64_t __attribute__((vector_size(32))); // four integers, or four masks
 
+// On Windows the stack is aligned to 16 bytes alone, and g++ as it comes moves lanes there as if it
+// were to 32. Such a build keeps to what any processor has, unless its assembler is told (as our
+// CMakeLists.txt does) to write moves that ask for no alignment.
+#if defined(__x86_64__)                                                                            \
+    && (!defined(_WIN32) || defined(__clang__) || defined(TORVIK_UNALIGNED_MOVES))
+#define TORVIK_MAY_USE_AVX
+#endif
+
 // Says whether this processor has AVX2.
 inline bool hasavx2()
 {
-#if defined(__x86_64__)
+#if defined(TORVIK_MAY_USE_AVX)
     return static_cast<bool>(__builtin_cpu_supports("avx2"));
 #else
     return false;
@@ -55,7 +58,7 @@ inline bool hasavx2()
 // Says whether this processor has AVX-512, which works on eight numbers at once.
 inline bool hasavx512()
 {
-#if defined(__x86_64__)
+#if defined(TORVIK_MAY_USE_AVX)
     return static_cast<bool>(__builtin_cpu_supports("avx512f"))
            && static_cast<bool>(__builtin_cpu_supports("avx512dq"))
            && static_cast<bool>(__builtin_cpu_supports("avx512vl"));

@@ -32,7 +32,14 @@ std::string padded(int number, std::size_t digits)
 
 float processorseconds()
 {
+#ifdef _WIN32 // where std::clock counts the time of the day
+    timespec used = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
+    return static_cast<float>(static_cast<double>(used.tv_sec)
+                              + static_cast<double>(used.tv_nsec) * 1e-9);
+#else
     return static_cast<float>(std::clock()) / static_cast<float>(CLOCKS_PER_SEC);
+#endif
 }
 
 float secondssincemidnight()

@@ -1,5 +1,7 @@
 #include "text/fields.h"
 
+#include "numeric/unfused.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>

@@ -1,5 +1,6 @@
 #include "text/units.h"
 
+#include "text/paths.h"
 #include "text/pause.h"
 
 #include <array>
@@ -63,7 +64,7 @@ bool replaceable(const fs::path& name)
 {
     std::error_code error;
     if (!fs::exists(name, error)) return true;
-    std::FILE* stream = std::fopen(name.string().c_str(), "r+b");
+    std::FILE* stream = opentochange(name);
     if (stream == nullptr) return false;
     std::fclose(stream);
     return true;
@@ -79,8 +80,7 @@ void openbeside(outputfile& file)
         file.written = part;
         if (k > 1) file.written += std::to_string(k);
         std::error_code error;
-        if (!fs::exists(file.written, error))
-            file.stream = std::fopen(file.written.string().c_str(), "wbx");
+        if (!fs::exists(file.written, error)) file.stream = createfile(file.written);
     }
 }
 
@@ -121,20 +121,21 @@ void closeinput()
 void openoutput(int unit, const std::string& name)
 {
     outputfile& file = fileof(unit);
-    file = {std::fopen(name.c_str(), "wb"), name, name, name};
+    file = {std::fopen(name.c_str(), "wb"), name, pathof(name), pathof(name)};
     if (file.stream == nullptr) cannotwrite(name);
 }
 
 void openoutputbeside(int unit, const std::string& name)
 {
     std::error_code error;
-    if (fs::is_other(name, error)) {
+    const fs::path path = pathof(name);
+    if (fs::is_other(path, error)) {
         openoutput(unit, name);
         return;
     }
     outputfile& file = fileof(unit);
-    file = {nullptr, name, fs::weakly_canonical(name, error), {}};
-    if (error) file.final = name;
+    file = {nullptr, name, fs::weakly_canonical(path, error), {}};
+    if (error) file.final = path;
     if (replaceable(file.final)) openbeside(file);
     if (file.stream == nullptr) cannotwrite(name);
 }

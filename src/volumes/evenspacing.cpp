@@ -1,5 +1,7 @@
 #include "volumes/evenspacing.h"
 
+#include "numeric/unfused.h"
+
 #include <algorithm>
 #include <cmath>
 

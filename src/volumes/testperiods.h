@@ -5,13 +5,14 @@
 
 // Filled once by initializingvolumes2; read by the periodograms and by estimate_true_rvolumes. The
 // table takes 64 MiB: its default is zero, it is never copied, and it rests untouched in a run with
-// user-given volumes.
+// user-given volumes. It alone is defined in a source: a program for Windows holds what headers
+// define in full, zeros as well.
 
 namespace torvik {
 
 constexpr int lasttestperiod = 8388607;
 
-inline struct testperiods_group {
+extern struct testperiods_group {
     // The highest index in use; there is one period more than this number says.
     int number_of_test_periods = 0;
 

@@ -1,0 +1,7 @@
+#include "volumes/testperiods.h"
+
+namespace torvik {
+
+testperiods_group testperiods;
+
+} // namespace torvik
