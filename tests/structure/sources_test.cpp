@@ -77,6 +77,14 @@ TEST(Sources, OfHeadersBeginWithALineThatSaysWhatTheFileIs)
     }
 }
 
+// What the script would change is printed; nothing, if the document is as it would write it.
+TEST(Sources, OfHeadersAreListedInTheArchitectureByTheirFirstLines)
+{
+    if (printedbycommand("command -v python3").empty()) GTEST_SKIP() << "there is no python3";
+    EXPECT_EQ(printedbycommand("'" TORVIK_SOURCE_DIR "/docs/fileindex.py' --check 2>&1"), "")
+        << "docs/fileindex.py writes the list anew";
+}
+
 TEST(Sources, LeaveTheProgramInOnePlaceOnly)
 {
     static const std::regex leaving(R"(.*\b(exit|quick_exit|abort|terminate|throw)\b *[(;].*)");

@@ -300,7 +300,8 @@ TEST_F(Units, AnOpenLineOfTheTerminalIsEndedBeforeTheMessage)
                 "^progress  \n Error: Cannot write missing/log.\nPress Enter");
     EXPECT_EXIT(failafter("progress\n"), ExitedWithCode(0),
                 "^progress\n Error: Cannot write missing/log.\nPress Enter");
-    EXPECT_EXIT(failafter(""), ExitedWithCode(0), "^ Error: Cannot write missing/log.\nPress Enter");
+    EXPECT_EXIT(failafter(""), ExitedWithCode(0),
+                "^ Error: Cannot write missing/log.\nPress Enter");
 }
 
 TEST_F(Units, AMissingFolderCannotBeWrittenTo)
