@@ -8,8 +8,8 @@ set -euo pipefail
 root=$(cd "$(dirname "$0")" && pwd)
 . "$root/scripts/install.sh"
 
-if [ $# -gt 1 ]; then
-    echo "Please give one input file: ./run.sh [FILE.idx]" >&2
+if [ $# -gt 1 ] || [[ ${1:-} = -* ]]; then
+    echo "Please give one input file, or none for an example: ./run.sh [FILE.idx]" >&2
     exit 1
 fi
 need "Torvik" g++=c++ make=make cmake=cmake
@@ -17,7 +17,7 @@ need "Torvik" g++=c++ make=make cmake=cmake
 build() (
     cd "$root" && cmake --preset default && cmake --build --preset default -j "$(nproc)"
 )
-[ -x "$root/build/Torvik" ] || echo "Building Torvik ..."
+[ -x "$root/build/Torvik" ] || echo "Building Torvik: a minute the first time ..."
 quietly build
 
 examples=("$root"/examples/*.idx)

@@ -17,7 +17,7 @@ cd "$(dirname "$0")"
 . scripts/install.sh
 
 usage() {
-    sed -n '4,8p' "$0" >&2
+    sed -n '4,8s/^# \{0,3\}//p' "$0" >&2
     exit 1
 }
 
@@ -29,7 +29,8 @@ case ${1:-} in
         [[ $# -le 2 && $presets =~ ^(asan ubsan valgrind|asan|ubsan|valgrind)$ ]] || usage
         set -- ;;
 esac
-[[ $# -le 1 && ${1:-} != -* ]] || usage
+labels='unit|property|golden|equivalence|structure|static|truth|faults|fuzz'
+[[ $# -le 1 && ${1:-unit} =~ ^($labels)$ ]] || usage
 need "The tests of Torvik" g++=g++ make=make cmake=cmake clang=clang++ clang-format=clang-format \
     libgtest-dev=/usr/include/gtest/gtest.h nlohmann-json3-dev=/usr/include/nlohmann/json.hpp \
     libbenchmark-dev=/usr/include/benchmark/benchmark.h python3=python3 binutils=objdump \
@@ -79,7 +80,7 @@ if [ -n "$presets" ]; then
     exit 0
 fi
 
-echo "Building Torvik and its tests ..."
+echo "Building Torvik and its tests: some minutes the first time ..."
 quietly build tests
 
 log=build/tests/ctest.log
