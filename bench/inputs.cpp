@@ -15,12 +15,10 @@ namespace torvik {
 
 namespace {
 
-constexpr double truevolume = 1000.0;
-
 sample simulated(int N)
 {
     experiment asked;
-    asked.volume = truevolume;
+    asked.volume = simulatedvolume;
     asked.reflections = N;
     asked.noise = 0.01;
     asked.wrong = 0.1;
@@ -68,7 +66,7 @@ std::vector<triplebasis> triplebases(int count)
         const numbered<int, 3> start = {{number(), number(), number()}};
         const auto& r = recorded.reflections;
         const matrix3 R = rowsmatrix(r(start(1)), r(start(2)), r(start(3)));
-        if (std::fabs(deter(R)) * truevolume >= 0.5) bases.push_back({R, start});
+        if (std::fabs(deter(R)) * simulatedvolume >= 0.5) bases.push_back({R, start});
     }
     return bases;
 }

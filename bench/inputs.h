@@ -8,7 +8,10 @@
 
 namespace torvik {
 
-// Volume limits of a run; the cell that is looked for has 1000.
+// The volume of the cell that is looked for.
+constexpr double simulatedvolume = 200.0;
+
+// Volume limits of a run.
 struct volumerange {
     double smallest = 100.0;
     double largest = 20000.0;

@@ -99,10 +99,11 @@ necessarywork workof(const stage& done)
 {
     const double N = recorded_reflections.numberofreflections;
     const double periods = testperiods.number_of_test_periods + 1.0;
-    if (done.name.starts_with("folding")) // t/P; the rest of a term is done in the meantime
+    if (done.name == "folding, with a log") // t/P; the rest is done in the meantime
         return {"terms", choose3(N) * periods, 1.0, true};
-    if (done.name == "Rayleigh, table") // phase 2, quarter turns 4, two polynomials 30, sums 2
-        return {"terms", choose3(N) * periods, 38.0};
+    if (done.name == "Rayleigh, with a log")
+        // Phase 2, quarter turns 6, two series 30, two sums.
+        return {"terms", choose3(N) * periods, 40.0};
     if (done.name == "Rayleigh, test volumes") {
         // A product on 14 points of a grid, real and imaginary, a product and a sum each; the
         // transform of a grid of twice the periods, 5 M log2 M.

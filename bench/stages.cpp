@@ -2,6 +2,7 @@
 
 #include "driver/otherglobalvariables.h"
 #include "driver/recorded_reflections.h"
+#include "driver/write_log_file.h"
 #include "inputs.h"
 #include "plain/plain.h"
 #include "search/fitting.h"
@@ -11,7 +12,6 @@
 #include "support/runs.h"
 #include "text/units.h"
 #include "volumes/estimatedvolumes.h"
-#include "volumes/periodograms.h"
 #include "volumes/ranking.h"
 #include "volumes/testperiods.h"
 #include "volumes/testvolumes.h"
@@ -26,9 +26,6 @@ namespace {
 
 // The procedures of a run, fast or plain.
 struct procedures {
-    void (*rayleigh)(periodogram&);
-    void (*scargle)(periodogram&);
-    void (*folding)(periodogram&);
     void (*estimatevolumes)(const inputfilename&);
     void (*rank)(int);
     void (*grow)(matrix3&, int, const vectorlist&, const numbered<int, 3>&, int&);
@@ -43,10 +40,7 @@ struct procedures {
     std::string (*engineering)(int, int, double);
 };
 
-constexpr procedures fastones = {rayleigh_periodogram,
-                                 scargle_periodogram,
-                                 folding_periodogram,
-                                 estimate_true_rvolumes,
+constexpr procedures fastones = {estimate_true_rvolumes,
                                  rank_trial_vectors,
                                  sequentialfittingrlbasis,
                                  simplereduction,
@@ -59,10 +53,7 @@ constexpr procedures fastones = {rayleigh_periodogram,
                                  ES,
                                  EN};
 
-constexpr procedures plainones = {plain::rayleigh_periodogram,
-                                  plain::scargle_periodogram,
-                                  plain::folding_periodogram,
-                                  plain::estimate_true_rvolumes,
+constexpr procedures plainones = {plain::estimate_true_rvolumes,
                                   plain::rank_trial_vectors,
                                   plain::sequentialfittingrlbasis,
                                   plain::simplereduction,
@@ -77,7 +68,6 @@ constexpr procedures plainones = {plain::rayleigh_periodogram,
 
 // What a stage works on, made before it, and what it gives.
 struct workpieces {
-    periodogram values;
     std::vector<triplebasis> triples;
     std::vector<matrix3> bases;
     std::vector<indexcounts> counts;
@@ -115,13 +105,19 @@ int periodsin(double seconds, int N, int kind)
     return static_cast<int>(std::min(1e6, seconds / (12e-9 * terms[kind - 1] * triples(N))));
 }
 
-constexpr double truervolume = 1.0 / 1000.0; // of the primitive reciprocal cell
-constexpr int allperiods = 40000;            // more than the range of volumes asks for
+constexpr double truervolume = 1.0 / simulatedvolume; // of the primitive reciprocal cell
+constexpr int allperiods = 40000;                     // more than the range of volumes asks for
 
 std::string counted(int n, const std::string& thing)
 {
     const std::string plural = thing == "basis" ? "bases" : thing + "s";
     return std::to_string(n) + " " + (n == 1 ? thing : plural);
+}
+
+std::uint64_t hashoflog(const workpieces& pieces)
+{
+    const std::string written = readfile(pieces.folder->file("log"));
+    return hashed(written.data(), written.size());
 }
 
 std::uint64_t hashofvolumes()
@@ -144,30 +140,30 @@ void makeperiods(int N, int extent, int kind, double seconds)
 // The periodograms, in the order of the input file.
 constexpr int lastkind = 4;
 constexpr const char* kinds[] = {"folding", "Rayleigh", "Scargle", "Rayleigh x Scargle"};
-constexpr void (*procedures::*tables[])(periodogram&) = {
-    &procedures::folding, &procedures::rayleigh, &procedures::scargle};
-
 void addperiodograms(std::vector<stage>& stages, const benchmarksize& size, int N)
 {
     for (int kind = 1; kind <= lastkind; ++kind) {
         const int limit = periodsin(size.seconds, N, kind);
         const std::string periods = limit > allperiods ? "all periods" : counted(limit, "period");
         const std::string name = kinds[kind - 1];
-        const auto before = [=](workpieces& pieces) {
-            makeperiods(N, 2, kind, size.seconds);
-            pieces.values.resize(static_cast<std::size_t>(testperiods.number_of_test_periods) + 1);
-        };
+        const auto before = [=](workpieces&) { makeperiods(N, 2, kind, size.seconds); };
         const auto estimate = [](const procedures& with, workpieces&) {
             with.estimatevolumes(makefilename("a.idx"));
         };
         stages.push_back(madeof(name + ", test volumes", N, -1, periods, before, estimate,
                                 [](const workpieces&) { return hashofvolumes(); }));
-        if (kind == lastkind) return; // has no table of its own
-        const auto tabulate = [=](const procedures& with, workpieces& pieces) {
-            (with.*tables[kind - 1])(pieces.values);
+        const auto openlog = [=](workpieces& pieces) {
+            before(pieces);
+            pieces.folder = std::make_unique<temporaryfolder>();
+            write_log_file = {1, logunit};
+            openoutput(logunit, pieces.folder->file("log"));
         };
-        stages.push_back(madeof(name + ", table", N, -1, periods, before, tabulate,
-                                [](const workpieces& pieces) { return hashed(pieces.values); }));
+        const auto estimateandlog = [](const procedures& with, workpieces&) {
+            with.estimatevolumes(makefilename("a.idx"));
+            closeoutput(logunit);
+        };
+        stages.push_back(
+            madeof(name + ", with a log", N, -1, periods, openlog, estimateandlog, hashoflog));
     }
 }
 
@@ -320,11 +316,8 @@ void addprinting(std::vector<stage>& stages, const benchmarksize& size)
         }
         closeoutput(logunit);
     };
-    stages.push_back(madeof("printing of a log", 0, -1, counted(lines, "line"), before, print,
-                            [](const workpieces& pieces) {
-                                const std::string written = readfile(pieces.folder->file("log"));
-                                return hashed(written.data(), written.size());
-                            }));
+    stages.push_back(
+        madeof("printing of a log", 0, -1, counted(lines, "line"), before, print, hashoflog));
 }
 
 } // namespace
