@@ -7,8 +7,8 @@
 // share takes about four minutes, with --all more than half an hour; --smoke only tries out that
 // everything works. The exit status is 1 if any two results differ.
 
-#include "limits.h"
 #include "runs.h"
+#include "shares.h"
 #include "stages.h"
 
 #include <benchmark/benchmark.h>

@@ -1,4 +1,4 @@
-#include "limits.h"
+#include "shares.h"
 
 #include "driver/recorded_reflections.h"
 #include "numeric/lanes.h"
@@ -101,9 +101,6 @@ necessarywork workof(const stage& done)
     const double periods = testperiods.number_of_test_periods + 1.0;
     if (done.name == "folding, with a log") // t/P; the rest is done in the meantime
         return {"terms", choose3(N) * periods, 1.0, true};
-    if (done.name == "Rayleigh, with a log")
-        // Phase 2, quarter turns 6, two series 30, two sums.
-        return {"terms", choose3(N) * periods, 40.0};
     if (done.name == "Rayleigh, test volumes") {
         // A product on 14 points of a grid, real and imaginary, a product and a sum each; the
         // transform of a grid of twice the periods, 5 M log2 M.
