@@ -215,7 +215,7 @@ std::vector<std::string> documents()
 {
     std::vector<std::string> names;
     const fs::path project = TORVIK_SOURCE_DIR;
-    for (const char* folder : {"", "docs", "examples"}) {
+    for (const char* folder : {"", "docs", "docs/manual", "examples"}) {
         if (!fs::exists(project / folder)) continue;
         for (const auto& entry : fs::directory_iterator(project / folder))
             if (entry.path().extension() == ".md")
