@@ -17,6 +17,8 @@ install(TARGETS Torvik RUNTIME DESTINATION ${torvik_bindir})
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${torvik_docdir})
 file(GLOB torvik_documents CONFIGURE_DEPENDS docs/*.md)
 install(FILES ${torvik_documents} DESTINATION ${torvik_docdir}/docs)
+install(DIRECTORY docs/manual DESTINATION ${torvik_docdir}/docs
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")
 file(GLOB torvik_examples CONFIGURE_DEPENDS
      examples/*.idx examples/*.truth.json examples/README.md examples/generate.py)
 install(FILES ${torvik_examples} DESTINATION ${torvik_docdir}/examples)

@@ -158,6 +158,38 @@ TEST(AManualWithoutItsTools, SaysWhatToInstall)
     EXPECT_FALSE(fs::exists(folder.file("manual")));
 }
 
+TEST(TheFigures, AreDrawnFromRunsOfTheProgram)
+{
+    if (!isinstalled("python3")) GTEST_SKIP() << "there is no python3";
+    const temporaryfolder folder;
+    const auto drawn = resultof("python3 '" + project + "/docs/manual/figures.py' '"
+                                + TORVIK_PROGRAM "' '" + folder.path() + "'");
+    ASSERT_EQ(drawn.status, 0) << drawn.output;
+    std::size_t count = 0;
+    for (const auto& entry : fs::directory_iterator(project + "/docs/manual/figures")) {
+        const std::string name = entry.path().filename().string();
+        EXPECT_TRUE(readfile(entry.path().string()) == readfile(folder.file(name)))
+            << name << " is another: draw it anew with docs/manual/figures.py PROGRAM";
+        ++count;
+    }
+    EXPECT_EQ(count, 3u);
+}
+
+// Numbers that the text of the method takes from a figure stand in the output of its script.
+TEST(TheFigures, AreTheSourceOfNumbersInTheMethod)
+{
+    if (!isinstalled("python3")) GTEST_SKIP() << "there is no python3";
+    const temporaryfolder folder;
+    const auto drawn = resultof("python3 '" + project + "/docs/manual/figures.py' '"
+                                + TORVIK_PROGRAM "' '" + folder.path() + "'");
+    EXPECT_NE(drawn.output.find("reflections 6 8 9 volume 113.09\n"
+                                "fitted to 3: 10 within c/2, 26 within c, volume 115.69\n"),
+              std::string::npos)
+        << drawn.output;
+    EXPECT_NE(drawn.output.find("\nfitted to 7: 40 within c/2, 40 within c"), std::string::npos)
+        << drawn.output;
+}
+
 TEST(AdviceOnAKeyword, TellsWhatItDoesAndWhatToChoose)
 {
     const std::string advice = readfile(project + "/docs/manual/keywords.md");
