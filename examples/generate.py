@@ -225,7 +225,7 @@ def vectors_of_quartz(folder):
     D, vectors = measured(random.Random(1980), QUARTZ, 40, 0.9, 0.0006)
     notes = [
         "Forty reflection vectors in 1/angstrom, with errors of 0.0006.",
-        "Expect: the first solution is the cell above, with all forty reflections. About 2 s.",
+        "Expect: the first solution is the cell above, with all forty reflections.",
     ]
     keywords = ["_ExtentOfTheSearch", "1", "_MinMaxVolumeOfPrimitiveCell", "60 300"]
     write(folder, "1_quartz_vectors", QUARTZ, D, notes, keywords, "_Reflections", numbers(vectors, 5))
@@ -238,7 +238,7 @@ def eulerian_angles_of_sucrose(folder):
     notes = [
         "Thirty reflections as theta, phi, chi of a Eulerian cradle, Cu K-alpha, with errors of",
         "0.0006 1/angstrom.",
-        "Expect: the first solution is the cell above, with all reflections. About 4 s.",
+        "Expect: the first solution is the cell above, with all reflections.",
     ]
     keywords = ["_Wavelength", "%g" % wavelength, "_MinMaxVolumeOfPrimitiveCell", "500 1000"]
     write(folder, "2_sucrose_euler", SUCROSE, D, notes, keywords, "_ReflectionsThetaPhiChi",
@@ -253,7 +253,7 @@ def kappa_angles_of_diopside(folder):
         "Thirty reflections as theta, phi, kappa, the kappa axis at 50 degrees, Mo K-alpha, with errors",
         "of 0.0006 1/angstrom.",
         "Theta is the angle of the omega circle: kappa shifts it as it shifts phi.",
-        "Expect: the first solution is the primitive cell, half of the C-centred one. About 4 s.",
+        "Expect: the first solution is the primitive cell, half of the C-centred one.",
     ]
     keywords = ["_Wavelength", "%g" % wavelength, "_AngleOfKappaAxis", "%g" % alpha,
                 "_MinMaxVolumeOfPrimitiveCell", "150 300"]
@@ -266,7 +266,7 @@ def known_volumes_of_calcite(folder):
     notes = [
         "Thirty reflection vectors in 1/angstrom, with errors of 0.0006. The volume of the hexagonal cell",
         "is known, its centring is not: the volume, a half and a third of it are given to be tried.",
-        "Expect: the first solution is the rhombohedral primitive cell, a third of the other. About 1 s.",
+        "Expect: the first solution is the rhombohedral primitive cell, a third of the other.",
     ]
     keywords = ["_UserProvidedTestVolumes", "3", "367.9 183.9 122.6"]
     write(folder, "4_calcite_volumes", CALCITE, D, notes, keywords, "_Reflections", numbers(vectors, 5))
@@ -277,7 +277,7 @@ def difficult_kyanite(folder):
     notes = [
         "Forty reflection vectors in 1/angstrom with errors of 0.003, ten of them (25 %) on no lattice.",
         "Expect: the cell above is among the solutions, with about thirty reflections. A cell of twice the",
-        "volume stands before it: it takes in a wrong reflection more, by chance. About 4 s.",
+        "volume stands before it: it takes in a wrong reflection more, by chance.",
     ]
     keywords = ["_MinMaxVolumeOfPrimitiveCell", "200 600",
                 "_SortSolutionsByQualityVsVolume", "3", "_MaxNumberOfSavedBases", "8"]

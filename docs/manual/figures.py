@@ -150,7 +150,8 @@ class Drawing:
         self.parts = ['<svg xmlns="http://www.w3.org/2000/svg" width="%d" height="%d" '
                       'viewBox="0 0 %d %d" font-family="DejaVu Sans, Helvetica, sans-serif" '
                       'font-size="11">' % (width, height, width, height),
-                      "<title>%s</title>" % title]
+                      "<title>%s</title>" % title,
+                      '<rect width="%d" height="%d" fill="#ffffff"/>' % (width, height)]
 
     def line(self, points, colour=BLUE, width=1.0, dash=None):
         where = " ".join("%.1f,%.1f" % point for point in points)
@@ -252,12 +253,12 @@ def drawgrowth(steps, name):
     counts = Axes(drawing, (45, 30, 625, 190), (0, 40), (0, 42))
     counts.xticks((), "")
     counts.yticks((0, 10, 20, 30, 40), "reflections indexed, of 40")
-    for place, colour, label, y in ((2, GREY, "within c", 25), (1, BLUE, "within c/2", 9)):
+    for place, colour, label, y in ((2, GREY, "within c", 30), (1, BLUE, "within c/2", 22)):
         points = [counts.at(step[0], step[place]) for step in steps]
         drawing.line(points, colour, 1.2)
         for point in points:
             drawing.dot(point, colour)
-        drawing.text(*counts.at(2.6, y), label, "end", colour)
+        drawing.text(*counts.at(9, y), label, "start", colour)
     volumes = Axes(drawing, (45, 230, 625, 350), (0, 40), (112, 116))
     volumes.xticks((0, 3, 10, 20, 30, 40), "reflections that the basis is fitted to")
     volumes.yticks((112, 113, 114, 115, 116), "volume of the direct cell, cubic angstroms")
