@@ -38,6 +38,21 @@ inline highestbounds highestin(const periodogrambounds& bounds, int lo, int hi)
     return found;
 }
 
+// Makes every value known that could still be the largest, in one go.
+template <class Valueof>
+void settleall(periodogrambounds& bounds, int lo, int hi, Valueof valueof)
+{
+    double floor = 0.0; // the largest value is surely not less
+    for (int i = lo; i <= hi; ++i)
+        floor = std::fmax(floor, bounds.least[static_cast<std::size_t>(i)]);
+    for (int i = lo; i <= hi; ++i) {
+        const auto w = static_cast<std::size_t>(i);
+        if (bounds.least[w] == bounds.most[w] || !(bounds.most[w] >= floor)) continue;
+        setvalue(bounds, w, valueof(i));
+        floor = std::fmax(floor, bounds.least[w]);
+    }
+}
+
 // Gives the period of the largest value above zero, the first of equals; -1 if there is none.
 //
 // Given:               lo, hi     the first and the last period to look at
@@ -46,11 +61,13 @@ inline highestbounds highestin(const periodogrambounds& bounds, int lo, int hi)
 //
 // The period with the highest upper bound has the largest value if it is known, for then no value
 // is larger, and those that could be equal come later; and if its lower bound is above all other
-// upper bounds. Otherwise its value is computed, and the question asked anew.
+// upper bounds. Otherwise its value is computed, and the question asked anew; where that goes on and
+// on, as with a few triples whose bounds are wide everywhere, all that could win are computed.
 template <class Valueof>
 int largestin(periodogrambounds& bounds, int lo, int hi, Valueof valueof)
 {
-    for (;;) {
+    constexpr int patience = 32;
+    for (int computed = 1;; ++computed) {
         const highestbounds found = highestin(bounds, lo, hi);
         if (found.first < 0) return -1;
         const auto w = static_cast<std::size_t>(found.first);
@@ -58,6 +75,7 @@ int largestin(periodogrambounds& bounds, int lo, int hi, Valueof valueof)
         if (bounds.least[w] == bounds.most[w]) return found.first;
         if (bounds.least[w] > found.second && bounds.least[w] > 0.0) return found.first;
         setvalue(bounds, w, valueof(found.first));
+        if (computed == patience) settleall(bounds, lo, hi, valueof);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 #include <vector>
 
@@ -104,6 +105,18 @@ TEST(Peaks, InfinityIsTheLargestValue)
         {{1, infinite, infinite}, {2, infinite, infinite}}, {1.5, infinite, infinite}, {}};
     EXPECT_EQ(infinities.largest(), 1);
     EXPECT_TRUE(infinities.computed.empty());
+}
+
+TEST(Peaks, BoundsThatAreWideEverywhereAreSettledTogether)
+{
+    // Each value once at most: to ask anew after each would take the square of their number.
+    constexpr int n = 100000;
+    search wide = {{std::vector<double>(n, -infinite), std::vector<double>(n, infinite)}, {}, {}};
+    for (int i = 0; i < n; ++i) wide.values.push_back(i % 1000 - 500.0);
+    wide.bounds.most[70999] = 498.0; // not the largest, surely
+    EXPECT_EQ(wide.largest(), 999);
+    EXPECT_LE(wide.computed.size(), 100000U);
+    EXPECT_EQ(std::count(wide.computed.begin(), wide.computed.end(), 70999), 0);
 }
 
 TEST(Peaks, OnlyTheStretchIsLookedAt)
