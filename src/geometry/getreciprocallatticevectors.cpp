@@ -1,6 +1,7 @@
 #include "geometry/getreciprocallatticevectors.h"
 
 #include "numeric/constants.h"
+#include "numeric/functions.h"
 #include "text/pause.h"
 #include "text/units.h"
 
@@ -13,10 +14,10 @@ void duisenberg(double wavelength, double& theta, double& phi, double& chi, vect
     theta = theta * degreestoradians;
     phi = phi * degreestoradians;
     chi = chi * degreestoradians;
-    const double r = 2.0 * std::sin(theta) / wavelength;
-    vector(1) = -(std::sin(phi) * (std::cos(chi) * r));
-    vector(2) = std::cos(phi) * (std::cos(chi) * r);
-    vector(3) = std::sin(chi) * r;
+    const double r = 2.0 * sine(theta) / wavelength;
+    vector(1) = -(sine(phi) * (cosine(chi) * r));
+    vector(2) = cosine(phi) * (cosine(chi) * r);
+    vector(3) = sine(chi) * r;
 }
 
 void rlvfromkappageometry(double wavelength, double angleofkappaaxis, double& theta, double& phi,
@@ -42,16 +43,16 @@ void rlvfromkappageometry(double wavelength, double angleofkappaaxis, double& th
 void kappa2euler(double first, double second, double kappa, double alpha, double& first_out,
                  double& second_out, double& chi_out)
 {
-    const double s = std::sin(alpha);
-    const double c = std::cos(alpha);
-    const double d = std::sin(-kappa / 2.0) * s;
+    const double s = sine(alpha);
+    const double c = cosine(alpha);
+    const double d = sine(-kappa / 2.0) * s;
     if (std::fabs(d) > 1.0) { // cannot happen for finite angles: a product of two sines
         writefreeline(terminalunit, "ERROR : The angle of kappa axis incompatible with the data.");
         pauseprogram();
     }
-    const double e = std::cos(kappa / 2.0) * s;
-    chi_out = -2.0 * std::asin(d);
-    const double delta = std::atan2(d * c, e);
+    const double e = cosine(kappa / 2.0) * s;
+    chi_out = -2.0 * arcsine(d);
+    const double delta = arctangent(d * c, e);
     first_out = first + delta;
     second_out = second + delta;
 }
@@ -59,16 +60,16 @@ void kappa2euler(double first, double second, double kappa, double alpha, double
 void euler2kappa(double first, double second, double chi, double alpha, double& first_out,
                  double& second_out, double& kappa_out)
 {
-    const double s2 = std::sin(alpha) * std::sin(alpha);
-    const double c = std::cos(alpha);
-    const double d = -std::sin(chi / 2.0);
+    const double s2 = sine(alpha) * sine(alpha);
+    const double c = cosine(alpha);
+    const double d = -sine(chi / 2.0);
     if (d * d > s2) {
         writefreeline(terminalunit, "ERROR : |ChiE| is greater than 2 * Angle Of Kappa Axis");
         pauseprogram();
     }
     const double r = std::sqrt(s2 - d * d);
-    kappa_out = -2.0 * std::atan2(d, r);
-    const double delta = std::atan2(d * c, r);
+    kappa_out = -2.0 * arctangent(d, r);
+    const double delta = arctangent(d * c, r);
     first_out = first - delta;
     second_out = second - delta;
 }

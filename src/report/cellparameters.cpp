@@ -1,8 +1,7 @@
 #include "report/cellparameters.h"
 
 #include "numeric/constants.h"
-
-#include <cmath>
+#include "numeric/functions.h"
 
 namespace torvik {
 
@@ -12,9 +11,9 @@ cellparameters cellofbasis(const matrix3& D)
     const vector3 b = rowof(D, 2);
     const vector3 c = rowof(D, 3);
     const vector3 length = {{vectormagnitude(a), vectormagnitude(b), vectormagnitude(c)}};
-    const double alpha = std::acos(dotproduct(b, c) / (length(2) * length(3)));
-    const double beta = std::acos(dotproduct(c, a) / (length(3) * length(1)));
-    const double gamma = std::acos(dotproduct(a, b) / (length(1) * length(2)));
+    const double alpha = arccosine(dotproduct(b, c) / (length(2) * length(3)));
+    const double beta = arccosine(dotproduct(c, a) / (length(3) * length(1)));
+    const double gamma = arccosine(dotproduct(a, b) / (length(1) * length(2)));
     return {length,
             {{alpha * cellangledegrees, beta * cellangledegrees, gamma * cellangledegrees}}};
 }

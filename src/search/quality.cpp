@@ -1,13 +1,14 @@
 #include "search/quality.h"
 
 #include "numeric/constants.h"
+#include "numeric/functions.h"
 
 namespace torvik {
 
 double vonmises(double kappa, double x)
 {
-    return (std::exp(kappa * std::cos(twopi * x)) - std::exp(-kappa))
-           / (std::exp(kappa) - std::exp(-kappa));
+    return (exponential(kappa * cosine(twopi * x)) - exponential(-kappa))
+           / (exponential(kappa) - exponential(-kappa));
 }
 
 void getavonmisestypefunction(int itype, rankingcurve& table)

@@ -3,6 +3,7 @@
 #include "driver/otherglobalvariables.h"
 #include "driver/write_log_file.h"
 #include "numeric/constants.h"
+#include "numeric/functions.h"
 #include "numeric/kernel.h"
 #include "text/exit.h"
 #include "text/units.h"
@@ -253,7 +254,7 @@ double periodogramvalue(const tripleproducts& products, int i)
 
 double loga(double a, double x)
 {
-    return std::log(x) / std::log(a);
+    return logarithm(x) / logarithm(a);
 }
 
 } // namespace torvik

@@ -1,6 +1,7 @@
 #include "volumes/plainsums.h"
 
 #include "numeric/constants.h"
+#include "numeric/functions.h"
 #include "numeric/lanes.h"
 #include "numeric/nint.h"
 #include "volumes/lanesines.h"
@@ -23,8 +24,8 @@ void sumoffsets(const tripleproducts& products, const double* P, std::size_t per
         for (std::size_t i = 0; i < periods; ++i)
             for (int e = 0; e < count; ++e) {
                 const double theta = (t[e] * fourpi) / P[i];
-                A[i] += std::sin(theta);
-                B[i] += std::cos(theta);
+                A[i] += quicksine(theta);
+                B[i] += quickcosine(theta);
             }
     });
     for (std::size_t i = 0; i < periods; ++i) {
@@ -101,8 +102,8 @@ void rayleighsums(const tripleproducts& products, const double* P, std::size_t p
         for (std::size_t i = 0; i < periods; ++i)
             for (int e = 0; e < count; ++e) {
                 const double theta = (t[e] * twopi) / P[i];
-                S[i] += std::sin(theta);
-                C[i] += std::cos(theta);
+                S[i] += quicksine(theta);
+                C[i] += quickcosine(theta);
             }
     });
     // 2. Deliberate: the divisor wraps around.
@@ -124,8 +125,8 @@ void scarglesums(const tripleproducts& products, const double* P, std::size_t pe
         for (std::size_t i = 0; i < periods; ++i)
             for (int e = 0; e < count; ++e) {
                 const double phi = ((t[e] / P[i]) - tau[i]) * twopi;
-                const double sine = std::sin(phi);
-                const double cosine = std::cos(phi);
+                const double sine = quicksine(phi);
+                const double cosine = quickcosine(phi);
                 s[i] += sine;
                 c[i] += cosine;
                 ss[i] += sine * sine;

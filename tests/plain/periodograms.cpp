@@ -3,6 +3,7 @@
 #include "driver/otherglobalvariables.h"
 #include "driver/write_log_file.h"
 #include "numeric/constants.h"
+#include "numeric/functions.h"
 #include "numeric/nint.h"
 #include "text/exit.h"
 #include "text/units.h"
@@ -242,7 +243,7 @@ void computeperiodogram(const inputfilename& filename, periodogram& out)
 
 double loga(double a, double x)
 {
-    return std::log(x) / std::log(a);
+    return logarithm(x) / logarithm(a);
 }
 
 } // namespace torvik::plain
