@@ -2,8 +2,8 @@
 # Builds Torvik and runs all its tests.
 #
 #   ./test.sh [--long] [LABEL]      all tests, or those of one label: unit, property, golden,
-#                                   equivalence, structure, static, truth, faults, fuzz, manual; with
-#                                   --long, many more cases in those that try random ones
+#                                   equivalence, structure, static, truth, faults, fuzz, manual, tools;
+#                                   with --long, many more cases in those that try random ones
 #   ./test.sh --sanitize [PRESET]   the tests under AddressSanitizer, UndefinedBehaviorSanitizer and
 #                                   valgrind; or under one of them: asan, ubsan, valgrind
 #
@@ -29,11 +29,12 @@ case ${1:-} in
         [[ $# -le 2 && $presets =~ ^(asan ubsan valgrind|asan|ubsan|valgrind)$ ]] || usage
         set -- ;;
 esac
-labels='unit|property|golden|equivalence|structure|static|truth|faults|fuzz|manual'
+labels='unit|property|golden|equivalence|structure|static|truth|faults|fuzz|manual|tools'
 [[ $# -le 1 && ${1:-unit} =~ ^($labels)$ ]] || usage
 need "The tests of Torvik" g++=g++ make=make cmake=cmake clang=clang++ clang-format=clang-format \
     libgtest-dev=/usr/include/gtest/gtest.h nlohmann-json3-dev=/usr/include/nlohmann/json.hpp \
-    libbenchmark-dev=/usr/include/benchmark/benchmark.h python3=python3 binutils=objdump \
+    libcli11-dev=/usr/include/CLI/CLI.hpp gemmi-dev=/usr/include/gemmi/math.hpp \
+    libmsgpack-cxx-dev=/usr/include/msgpack.hpp libbenchmark-dev=/usr/include/benchmark/benchmark.h python3=python3 binutils=objdump \
     clang-tidy=clang-tidy cppcheck=cppcheck pandoc=pandoc weasyprint=weasyprint \
     poppler-utils=pdftotext
 

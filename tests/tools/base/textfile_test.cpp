@@ -1,0 +1,111 @@
+#include "base/failure.h"
+#include "base/textfile.h"
+
+#include "support/runs.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+namespace torvik::tools {
+
+namespace {
+
+std::string messageof(const auto& work)
+{
+    try {
+        work();
+    } catch (const failure& why) {
+        return why.what();
+    }
+    return "nothing";
+}
+
+TEST(TextFiles, HaveLinesThatEndInTheMannerOfUnixWindowsOrOldMacs)
+{
+    const textfile source("a.txt", "one\ntwo\r\n\rfour");
+    ASSERT_EQ(source.lines(), 4U);
+    EXPECT_EQ(source.line(1), "one");
+    EXPECT_EQ(source.line(2), "two");
+    EXPECT_EQ(source.line(3), "");
+    EXPECT_EQ(source.line(4), "four");
+    EXPECT_EQ(source.line(5), "");
+}
+
+TEST(TextFiles, HaveNoByteOrderMark)
+{
+    EXPECT_EQ(textfile("a.txt", "\xEF\xBB\xBF"
+                                "7")
+                  .line(1),
+              "7");
+}
+
+TEST(TextFiles, NameTheLineAndTheColumnOfAWrongNumber)
+{
+    const textfile source("a.txt", "1 2\n3 4x");
+    const item wrong = itemsof(source.line(2))[1];
+    EXPECT_EQ(messageof([&] { static_cast<void>(source.number(wrong, 2, "a number")); }),
+              "a.txt, line 2, column 3: expected a number, found '4x'.");
+}
+
+TEST(TextFiles, ThatDoNotExistAreAFailure)
+{
+    EXPECT_EQ(messageof([] { textfile::read("/no/such.file"); }), "Cannot open /no/such.file.");
+    EXPECT_EQ(messageof([] { textfile::read("/"); }), "/ is a folder, not a file.");
+}
+
+TEST(Items, AreApartByBlanksOrByTheSeparatorsAskedFor)
+{
+    const auto blanks = itemsof("  1\t22 ");
+    ASSERT_EQ(blanks.size(), 2U);
+    EXPECT_EQ(blanks[0].column, 3U);
+    EXPECT_EQ(blanks[1].text, "22");
+    EXPECT_EQ(itemsof("1,2;3", ",;").size(), 3U);
+    EXPECT_TRUE(itemsof("").empty());
+}
+
+TEST(Items, OfFixedColumnsStandWithoutTheBlanksAround)
+{
+    const item found = columnsof("ab  12 cd", 3, 7);
+    EXPECT_EQ(found.text, "12");
+    EXPECT_EQ(found.column, 5U);
+    EXPECT_EQ(columnsof("ab", 5, 7).text, "");
+    EXPECT_EQ(columnsof("ab      ", 4, 7).text, "");
+}
+
+TEST(Numbers, AreReadToTheirLastCharacter)
+{
+    EXPECT_EQ(numberin("-1.5e2"), -150.0);
+    EXPECT_EQ(numberin("+1.5D+2"), 150.0);
+    EXPECT_FALSE(numberin("1.5x"));
+    EXPECT_FALSE(numberin("+-1"));
+    EXPECT_FALSE(numberin(""));
+    EXPECT_FALSE(numberin("1,5"));
+    EXPECT_EQ(wholein("+12"), 12);
+    EXPECT_FALSE(wholein("12.0"));
+    EXPECT_FALSE(wholein("99999999999"));
+}
+
+TEST(WritingWhole, ReplacesAFileAndLeavesNothingBeside)
+{
+    const temporaryfolder folder;
+    writefile(folder.file("a.txt"), "old");
+    writewhole(folder.file("a.txt"), "new");
+    EXPECT_EQ(readfile(folder.file("a.txt")), "new");
+    EXPECT_FALSE(std::filesystem::exists(folder.file("a.txt.part")));
+}
+
+TEST(WritingWhole, LeavesWhatWasThereWhenItCannot)
+{
+    const temporaryfolder folder;
+    std::filesystem::create_directories(folder.file("a.txt/b"));
+    EXPECT_EQ(messageof([&] { writewhole(folder.file("a.txt"), "new"); }),
+              "Cannot write " + folder.file("a.txt") + ".");
+    EXPECT_TRUE(std::filesystem::exists(folder.file("a.txt/b")));
+    EXPECT_FALSE(std::filesystem::exists(folder.file("a.txt.part")));
+}
+
+} // namespace
+
+} // namespace torvik::tools

@@ -1,0 +1,24 @@
+#include "base/failure.h"
+
+namespace torvik::tools {
+
+namespace {
+
+std::string located(const std::string& name, std::size_t line, std::size_t column,
+                    const std::string& what)
+{
+    std::string text = name;
+    if (line > 0) text += ", line " + std::to_string(line);
+    if (column > 0) text += ", column " + std::to_string(column);
+    return text + ": " + what + ".";
+}
+
+} // namespace
+
+badfile::badfile(const std::string& name, std::size_t line, std::size_t column,
+                 const std::string& what)
+    : failure(located(name, line, column, what))
+{
+}
+
+} // namespace torvik::tools

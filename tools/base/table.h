@@ -1,0 +1,24 @@
+// Tables for people.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace torvik::tools {
+
+enum class align { left, right };
+
+struct column {
+    std::string head;
+    align where = align::right;
+};
+
+// Lays out rows of cells under their heads, two blanks between columns, no blanks at the ends of
+// lines. Widths count characters of UTF-8.
+std::string tableof(const std::vector<column>& columns,
+                    const std::vector<std::vector<std::string>>& rows);
+
+// A number with as many decimals, "-0.00" as "0.00".
+std::string fixed(double value, int decimals);
+
+} // namespace torvik::tools

@@ -1,0 +1,52 @@
+// torvik-tools: brings measurements in, takes answers out.
+
+#include "base/failure.h"
+#include "base/terminal.h"
+#include "commands/command.h"
+
+#include <exception>
+#include <iostream>
+#include <new>
+
+namespace {
+
+constexpr int done = 0;
+constexpr int failed = 1;
+constexpr int misused = 2;
+
+int report(const std::string& sentence)
+{
+    using namespace torvik::tools;
+    std::cerr << red("Error:", errorcolourful()) << " " << sentence << "\n";
+    return failed;
+}
+
+void addcommands(CLI::App& program)
+{
+    (void)program;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    CLI::App program("Brings measurements to Torvik, and takes its answers to other programs.",
+                     "torvik-tools");
+    program.set_version_flag("--version", "torvik-tools " TORVIK_VERSION);
+    program.require_subcommand(1);
+    program.footer("torvik-tools COMMAND --help tells of a command, with an example.");
+    try {
+        addcommands(program);
+        program.parse(argc, argv);
+    } catch (const CLI::ParseError& stop) {
+        return program.exit(stop) == done ? done : misused;
+    } catch (const torvik::tools::failure& why) {
+        return report(why.what());
+    } catch (const std::bad_alloc&) {
+        return report("There is not enough memory.");
+    } catch (const std::exception& why) {
+        return report(std::string("Something unforeseen happened: ") + why.what() + ".");
+    }
+    if (!std::cout.flush()) return report("Cannot write to the standard output.");
+    return done;
+}
