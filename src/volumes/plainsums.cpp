@@ -21,8 +21,8 @@ void sumoffsets(const tripleproducts& products, const double* P, std::size_t per
     std::vector<double> A(periods, 0.0);
     std::vector<double> B(periods, 0.0);
     foreachbatch(products, [&](const double* t, int count) {
-        for (std::size_t i = 0; i < periods; ++i)
-            for (int e = 0; e < count; ++e) {
+        for (int e = 0; e < count; ++e)
+            for (std::size_t i = 0; i < periods; ++i) {
                 const double theta = (t[e] * fourpi) / P[i];
                 A[i] += quicksine(theta);
                 B[i] += quickcosine(theta);
@@ -99,8 +99,8 @@ void rayleighsums(const tripleproducts& products, const double* P, std::size_t p
     std::fill(S, S + periods, 0.0);
     std::fill(C, C + periods, 0.0);
     foreachbatch(products, [&](const double* t, int count) {
-        for (std::size_t i = 0; i < periods; ++i)
-            for (int e = 0; e < count; ++e) {
+        for (int e = 0; e < count; ++e)
+            for (std::size_t i = 0; i < periods; ++i) {
                 const double theta = (t[e] * twopi) / P[i];
                 S[i] += quicksine(theta);
                 C[i] += quickcosine(theta);
@@ -122,8 +122,8 @@ void scarglesums(const tripleproducts& products, const double* P, std::size_t pe
     std::vector<double> ss(periods, 0.0);
     std::vector<double> cc(periods, 0.0);
     foreachbatch(products, [&](const double* t, int count) {
-        for (std::size_t i = 0; i < periods; ++i)
-            for (int e = 0; e < count; ++e) {
+        for (int e = 0; e < count; ++e)
+            for (std::size_t i = 0; i < periods; ++i) {
                 const double phi = ((t[e] / P[i]) - tau[i]) * twopi;
                 const double sine = quicksine(phi);
                 const double cosine = quickcosine(phi);

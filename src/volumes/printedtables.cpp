@@ -63,24 +63,28 @@ void narrowrows(const tripleproducts& products, const double* P,
     }
 }
 
-// Computes a row by plain sums.
-void computerow(const tripleproducts& products, int kind, const double* P, std::size_t i,
-                periodogramtable& table)
+// Computes rows by plain sums, all together: the phases of one triple product at neighbouring periods
+// go the same ways through a sine, which the processor then foresees.
+void computerows(const tripleproducts& products, int kind, const double* P,
+                 const std::vector<std::size_t>& rows, periodogramtable& table)
 {
-    double value = 0.0;
-    double angle = 0.0;
-    double S = 0.0;
-    double C = 0.0;
-    double tau = 0.0;
+    const std::size_t count = rows.size();
+    std::vector<double> periods(count);
+    for (std::size_t j = 0; j < count; ++j) periods[j] = P[rows[j]];
+    std::vector<double> value(count);
+    std::vector<double> angle(count);
     if (kind == rayleigh) {
-        rayleighsums(products, P + i, 1, &value, &S, &C);
-        angle = printedphase(S, C);
+        std::vector<double> C(count);
+        rayleighsums(products, periods.data(), count, value.data(), angle.data(), C.data());
+        for (std::size_t j = 0; j < count; ++j) angle[j] = printedphase(angle[j], C[j]);
     } else {
-        scarglesums(products, P + i, 1, &value, &tau);
-        angle = printedoffset(tau);
+        scarglesums(products, periods.data(), count, value.data(), angle.data());
+        for (double& offset : angle) offset = printedoffset(offset);
     }
-    setbounds(table.value, i, {value, value});
-    setbounds(table.angle, i, {angle, angle});
+    for (std::size_t j = 0; j < count; ++j) {
+        setbounds(table.value, rows[j], {value[j], value[j]});
+        setbounds(table.angle, rows[j], {angle[j], angle[j]});
+    }
 }
 
 } // namespace
@@ -113,7 +117,7 @@ void computetable(const tripleproducts& products, int kind, const double* P, std
         rows = unsettledrows(table, rows);
     }
     table.plainrows = static_cast<int>(rows.size());
-    for (const std::size_t i : rows) computerow(products, kind, P, i, table);
+    computerows(products, kind, P, rows, table);
 }
 
 } // namespace torvik
