@@ -143,6 +143,18 @@ TEST(NonuniformTransform, TakesAnglesBeyondThoseOfTheQuickSines)
     EXPECT_LT(compared({1.0, 2.0, 3.0, 4.5, 5.5}, 256, 2e9, 7.0).worst, 1.0L);
 }
 
+// Here w a and w b are exact, so that the angles are those of the library's sines to the last digit.
+TEST(NonuniformTransform, TakesTheSinesOfVeryLargeAnglesFromTheLibrary)
+{
+    const double w[] = {1.0, 3.0, 5.0, 6.0};
+    wavegrid grid = newwavegrid(256);
+    addwaves(grid, w, 4, 0x1p46, 1.0);
+    const fieldvalue field = fieldat(grid, 0, transformgrid(grid));
+    complexnumber F = 0.0L;
+    for (const double frequency : w) F += std::polar(1.0L, 0x1p46L * frequency);
+    EXPECT_LT(std::abs(complexnumber(field.re, field.im) - F), 4.0L * field.waveerror);
+}
+
 TEST(NonuniformTransform, OfManyWavesInOnePlaceHasAWiderBound)
 {
     wavegrid grid = newwavegrid(256);
