@@ -38,13 +38,17 @@ struct reduced {
     matrix3 T;
 };
 
-// Niggli's, unique for a lattice (Krivy & Gruber, 1976; tolerances after Grosse-Kunstleve, Sauter &
-// Adams, 2004): the same for any basis, on any platform. `tolerance` is relative to the cube root of
-// the volume.
+// Niggli's, unique for a lattice: the same for any basis, on any platform. It is not reached step by
+// step, where rounding decides between steps, but chosen from all bases of shortest vectors: those
+// that fulfil the conditions (Krivy & Gruber, 1976) within a tolerance as Grosse-Kunstleve, Sauter &
+// Adams (2004) have it are a property of the lattice, and so is the one of them with the smallest
+// value of a fixed function. `tolerance` times the volume to the power of 2/3 is what products of
+// vectors may be off. Of transformations that give this cell alike, as a symmetric lattice has them,
+// the one nearest to the identity is taken.
 reduced niggli(const matrix3& basis, double tolerance = 1e-5);
 
-// Delaunay's: three of the four vectors (Delaunay, 1933; Patterson & Love, 1957), in an order of rising
-// length, all angles of the four 90 degrees or more.
-reduced delaunay(const matrix3& basis, double tolerance = 1e-9);
+// Delaunay's: the shortest three of the four vectors that add up to 0 and include angles of 90 degrees
+// or more (Delaunay, 1933; Patterson & Love, 1957), in rising length; chosen in the same manner.
+reduced delaunay(const matrix3& basis, double tolerance = 1e-5);
 
 } // namespace torvik::tools

@@ -17,8 +17,8 @@ struct latticerelation {
     kinship how = kinship::same;
     int index = 1; // 1 if the same
     matrix3 T;     // whole numbers
-    double misfit =
-        0.0; // largest deviation of an element of the unrounded matrix from a whole number
+    // Largest deviation of an element of the matrix between the reduced bases from a whole number.
+    double misfit = 0.0;
 };
 
 // Compares two lattices in one frame, up to `largest` for the index. No answer if they are not
@@ -31,14 +31,15 @@ std::optional<latticerelation> relationbetween(const matrix3& D, const matrix3& 
 // Each once; the count is the sum of d1^2 d2 over d1 d2 d3 = index.
 std::vector<matrix3> hermiteforms(int index);
 
-// Compares two lattices of any orientation: the Niggli cells within relative `length` tolerance for
-// lengths, and `angle` degrees for angles, allowing for cells near a boundary of the reduced forms.
-// Tries sub- and superlattices of D up to `largest`. The smallest index, then the best fit, wins.
+// Compares two lattices of any orientation: bases of both with lengths that differ by less than a
+// part `length` of the second's, and angles by less than `angle` degrees. All bases of short vectors
+// are compared, not the reduced ones alone, which may jump where a cell is near a boundary of the
+// reduced forms. Tries superlattices of both up to `largest`. The smallest index, then the best fit,
+// wins. The congruent bases have one hand: T has determinant +-index.
 struct cellmatch {
     kinship how = kinship::same; // of D to E
     int index = 1;
-    matrix3
-        T; // T * D (or, if D is a sub-, T * E) is congruent to E (or D) as far as the misfit goes
+    matrix3 T; // T * D is congruent to the basis E if D is the same or a sub, else T * E to D
     double misfit = 0.0; // largest relative difference of a length, or of an angle in radians
 };
 std::optional<cellmatch> matchcells(const matrix3& D, const matrix3& E, double length = 0.02,
