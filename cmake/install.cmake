@@ -14,9 +14,12 @@ if(WIN32) # there a program lies in a folder of its own, with all that belongs t
 endif()
 
 install(TARGETS Torvik RUNTIME DESTINATION ${torvik_bindir})
-install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${torvik_docdir})
-file(GLOB torvik_documents CONFIGURE_DEPENDS docs/*.md)
-install(FILES ${torvik_documents} DESTINATION ${torvik_docdir}/docs)
+# What a user reads: the chapters of the manual, and what they refer to. README.md, CONTRIBUTING.md
+# and docs/architecture.md are for those who have the sources.
+install(FILES CHANGELOG.md LICENSE DESTINATION ${torvik_docdir})
+install(FILES docs/formats.md docs/limits.md docs/method.md docs/performance.md docs/success.md
+              docs/trust.md
+        DESTINATION ${torvik_docdir}/docs)
 install(DIRECTORY docs/manual DESTINATION ${torvik_docdir}/docs
         FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")
 file(GLOB torvik_examples CONFIGURE_DEPENDS
@@ -32,11 +35,15 @@ endforeach()
 
 set(CPACK_PACKAGE_NAME torvik)
 set(CPACK_PACKAGE_VENDOR "The developers of Torvik")
-set(CPACK_PACKAGE_CONTACT "The developers of Torvik <torvik@localhost>")
+# Who answers for the package. A name under .invalid is no address, and never will be (RFC 2606).
+set(TORVIK_MAINTAINER "The developers of Torvik <torvik@torvik.invalid>" CACHE STRING
+    "Maintainer of the packages: name and address of who gives them away")
+set(CPACK_PACKAGE_CONTACT "${TORVIK_MAINTAINER}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "indexes single-crystal diffraction data")
 set(CPACK_PACKAGE_DESCRIPTION
-    "Torvik takes from 4 to 999 measured reflections of an unknown crystal, some of which may be
-wrong, and gives the primitive cell, its orientation and the Miller indices.")
+    "Torvik takes from 4 to 999 measured reflections of an unknown crystal, some
+of which may be wrong, and gives the primitive cell, its orientation and the
+Miller indices.")
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 string(TOLOWER "${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR}" torvik_system)
 set(CPACK_PACKAGE_FILE_NAME torvik-${PROJECT_VERSION}-${torvik_system})

@@ -69,8 +69,8 @@ def headingsof(fragment):
 def adaptedlinks(chapter, fragment, headings):
     """A chapter with its links to other chapters turned into links within the page.
 
-    A link to a file that is no chapter becomes its text and the place of the file. A link that only names its
-    chapter by the name of the file gets the heading to which it leads.
+    A link to a file that is no chapter becomes its text and the place of the file. A link that only
+    names its chapter by the name of the file gets the heading to which it leads.
     """
     folder = os.path.dirname(chapter)
     titles = {anchor: text for found in headings.values() for _, anchor, text in found}
@@ -107,10 +107,12 @@ def withfigures(chapter, fragment):
 
 
 def withcolumns(fragment):
-    """Tables with the class of their number of columns, which the style sheet goes by."""
+    """Tables with the class of their number of columns, which the style sheet goes by, in a box of
+    their own, which a reader with a narrow screen can move."""
     def table(match):
         columns = len(re.findall(r"<th\b", match.group(0)))
-        return match.group(0).replace("<table", '<table class="columns%d"' % columns, 1)
+        named = match.group(0).replace("<table", '<table class="columns%d"' % columns, 1)
+        return '<div class="table">%s</div>' % named
 
     return re.sub(r"<table.*?</table>", table, fragment, flags=re.DOTALL)
 

@@ -1,15 +1,13 @@
 // The manual: made by docs/manual/manual.py, whole, and within its pages. That its commands print
 // what it shows is among the tests of all documents.
 
+#include "support/commands.h"
 #include "support/runs.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <filesystem>
 #include <memory>
-#include <regex>
 #include <set>
 #include <string>
 #include <vector>
@@ -21,38 +19,6 @@ namespace {
 namespace fs = std::filesystem;
 
 const std::string project = TORVIK_SOURCE_DIR;
-
-struct commandresult {
-    int status;
-    std::string output; // of both streams
-};
-
-commandresult resultof(const std::string& command)
-{
-    std::FILE* stream = popen(("exec 2>&1; " + command).c_str(), "r");
-    if (stream == nullptr) return {-1, "cannot be run"};
-    std::string output;
-    std::array<char, 4096> part;
-    while (const std::size_t count = std::fread(part.data(), 1, part.size(), stream))
-        output.append(part.data(), count);
-    const int status = pclose(stream);
-    return {status, output};
-}
-
-bool isinstalled(const std::string& command)
-{
-    return resultof("command -v " + command).status == 0;
-}
-
-// Gives the first group of all matches of a pattern in a text.
-std::vector<std::string> matchesin(const std::string& text, const std::string& pattern)
-{
-    const std::regex expression(pattern);
-    std::vector<std::string> found;
-    for (std::sregex_iterator at(text.begin(), text.end(), expression), end; at != end; ++at)
-        found.push_back((*at)[1]);
-    return found;
-}
 
 // The keywords that the program knows.
 std::vector<std::string> keywords()
