@@ -3,6 +3,7 @@
 #include "base/table.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 
 namespace torvik::tools {
@@ -38,6 +39,15 @@ void appendreflections(std::string& text, const idxfile& file, int decimals)
     }
 }
 
+// The number that a keyword gives, the last of equals, or a default.
+double settingof(const idxfile& file, std::string_view name, double standard)
+{
+    double value = standard;
+    for (const keyword& one : file.keywords)
+        if (one.name == name) value = numberin(trimmed(one.values)).value_or(value);
+    return value;
+}
+
 } // namespace
 
 std::string listkeyword(listkind kind)
@@ -63,6 +73,48 @@ std::string textof(const idxfile& file, int decimals)
     text += listkeyword(file.kind) + "\n";
     appendreflections(text, file, decimals);
     return text;
+}
+
+eulerianshift eulerianof(double kappa, double kappaangle)
+{
+    const double half = gemmi::rad(kappa) / 2.0;
+    const double s = std::sin(gemmi::rad(kappaangle));
+    const double d = -std::sin(half) * s;
+    const double e = std::cos(half) * s;
+    return {gemmi::deg(-2.0 * std::asin(d)),
+            gemmi::deg(std::atan2(d * std::cos(gemmi::rad(kappaangle)), e))};
+}
+
+vector3 vectorof(listkind kind, const std::array<double, 3>& value, double wavelength,
+                 double kappaangle)
+{
+    if (kind == listkind::vectors) return {value[0], value[1], value[2]};
+    auto [theta, phi, chi] = value;
+    if (kind == listkind::thetaphikappa) {
+        const eulerianshift shift = eulerianof(chi, kappaangle);
+        theta += shift.delta;
+        phi += shift.delta;
+        chi = shift.chi;
+    }
+    const double r = 2.0 * std::sin(gemmi::rad(theta)) / wavelength;
+    const double level = r * std::cos(gemmi::rad(chi));
+    return {-level * std::sin(gemmi::rad(phi)), level * std::cos(gemmi::rad(phi)),
+            r * std::sin(gemmi::rad(chi))};
+}
+
+std::vector<vector3> vectorsof(const idxfile& file)
+{
+    return vectorsby(file, settingof(file, "_Wavelength", defaultwavelength),
+                     settingof(file, "_AngleOfKappaAxis", defaultkappaangle));
+}
+
+std::vector<vector3> vectorsby(const idxfile& file, double wavelength, double kappaangle)
+{
+    std::vector<vector3> vectors;
+    vectors.reserve(file.reflections.size());
+    for (const auto& value : file.reflections)
+        vectors.push_back(vectorof(file.kind, value, wavelength, kappaangle));
+    return vectors;
 }
 
 } // namespace torvik::tools

@@ -38,11 +38,29 @@ std::string textof(const idxfile& file, int decimals = 0);
 std::string listkeyword(listkind kind);
 
 // Reads an input file as the program reads it: free form, keywords in any legal order, the last of
-// equals wins. Throws badfile where the program would refuse it.
+// equals wins, null values filled in. Reflections that were announced and not listed are zero. Throws
+// badfile where the program would refuse it, and for reflections beyond the range of a double.
 idxfile readidx(const textfile& source);
+
+// What the program takes where a file gives nothing.
+constexpr double defaultwavelength = 1.540560007095337;
+constexpr double defaultkappaangle = 50.0;
 
 // Reflection vectors of a file, whatever its kind, in 1/angstrom, by its wavelength and angle of the
 // kappa axis.
 std::vector<vector3> vectorsof(const idxfile& file);
+std::vector<vector3> vectorsby(const idxfile& file, double wavelength, double kappaangle);
+
+// The vector of three numbers of a kind.
+vector3 vectorof(listkind kind, const std::array<double, 3>& value, double wavelength,
+                 double kappaangle);
+
+// A kappa goniometer's angles, in degrees, as those of a Eulerian cradle: both settings around
+// parallel axes, omega and phi, grow by delta.
+struct eulerianshift {
+    double chi = 0.0;
+    double delta = 0.0;
+};
+eulerianshift eulerianof(double kappa, double kappaangle);
 
 } // namespace torvik::tools

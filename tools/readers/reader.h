@@ -31,7 +31,8 @@ struct measurement {
     std::optional<std::array<double, 6>> cell; // if the file gives one: for comments alone
     std::string frame;                         // a sentence: what x, y, z are
     std::vector<std::string> notes;            // sentences for the file's comments and the user
-    std::vector<keyword> keywords;             // of an .idx file: kept
+    std::vector<keyword> keywords;             // of an .idx file: kept, but for what is above
+    std::vector<std::string> comments;         // of an .idx file: kept
 };
 
 // What is asked of a reader beyond the file.
@@ -55,9 +56,14 @@ struct reader {
 const std::vector<reader>& readers();
 
 // Reads a file of a kind, or, if the kind is empty, of the first one that recognises it. Throws a
-// failure with the known kinds if none does.
+// failure with the known kinds if none does. What it gives has at least one spot; all are vectors
+// of a finite length above 0.
 measurement readmeasurement(const std::filesystem::path& path, std::string_view kind,
                             const readeroptions& options);
+
+// Leaves out spots of length 0, with a note. Throws a failure for one of infinite length, or if none
+// is left.
+void checkmeasurement(measurement& measured, const std::string& name);
 
 // Vectors of the spots, whatever their kind.
 std::vector<vector3> vectorsof(const measurement& measured);
