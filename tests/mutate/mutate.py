@@ -13,9 +13,9 @@ The checkout is not touched. The sources and tests are copied to a folder of the
 kept for the next time), and built there as the normal tests are, but for three things that save
 time: -O1, one shared library for all test executables, and no warnings. A fault then costs the
 compilation of what includes the faulty file, one link of the library, and the tests up to the first
-that fails: the unit tests of the file's folder, those of the other folders, the fast procedures
-against the plain ones, the properties, whole runs under real faults, and whole runs with kept
-results. A fault may make a test run for ever, so every test executable has a time limit; to run
+that fails: the unit tests of the file's folder, its fast procedures against the plain ones, the
+unit tests of the other folders, their fast procedures, the properties, whole runs under real faults,
+and whole runs with kept results. A fault may make a test run for ever, so every test executable has a time limit; to run
 into it counts as caught, since the normal run has one as well.
 """
 
@@ -42,10 +42,17 @@ FLAGS = ["-std=c++20", "-O1", "-DNDEBUG", "-ffp-contract=off", "-fPIC", "-w"]
 # Test executables behind the unit tests, with their tests: those of the real faults that take no
 # time, and the kept runs without the programs of other compilers, which hold no fault, and without
 # the long runs of the examples.
-LATER = {"equivalence": "*-*InFilesHaveTheDigits*",  # they run a second program
+LATER = {"equivalence/text": "*",
+         "equivalence/search": "*",
+         "equivalence/volumes": "*-*InFilesHaveTheDigits*",  # they run a second program
          "property": "*",
          "faults": "*ClosedStreams*:*ATerminal*:*Shows*:*Announced*",
          "golden": "*-*ABuild*:*AnExample*:*ADocument*:TheDifficultExample*:TheGenerator*"}
+
+# The tests that hold fast procedures against plain ones, by the folder of the procedures.
+EQUIVALENCE = {"text": ["fields_test.cpp"],
+               "search": ["search_test.cpp"],
+               "volumes": ["periodograms_test.cpp", "ranking_test.cpp"]}
 
 
 class Fault:
@@ -139,10 +146,10 @@ class Copy:
             self.suites["unit/" + unit.name] = self.sources(f"tests/unit/{unit.name}/*.cpp")
         for name in LATER:
             self.suites[name] = self.sources(f"tests/{name}/*.cpp")
-        # The plain procedures belong to these; the whole runs, which need a second program, do not.
-        self.suites["equivalence"] = (self.sources("tests/equivalence/[!r]*_test.cpp")
-                                      + self.sources("tests/equivalence/ranking_test.cpp")
-                                      + self.sources("tests/plain/*.cpp"))
+        # By folder, with the plain procedures, and without whole runs, which need a second program.
+        for folder, names in EQUIVALENCE.items():
+            self.suites["equivalence/" + folder] = self.sources("tests/plain/*.cpp") + [
+                self.tree / "tests/equivalence" / name for name in names]
 
     def sources(self, pattern):
         return sorted(self.tree.glob(pattern))
@@ -301,10 +308,11 @@ class Copy:
 
     def order(self, fault):
         """Gives the suites, those that will most likely catch the fault first."""
-        own = "unit/" + fault.file.split("/")[1]
-        units = sorted((n for n in self.suites if n.startswith("unit/") and n != own),
+        folder = fault.file.split("/")[1]
+        own = [n for n in ("unit/" + folder, "equivalence/" + folder) if n in self.suites]
+        units = sorted((n for n in self.suites if n.startswith("unit/") and n not in own),
                        key=self.cost.get)
-        return [n for n in [own] if n in self.suites] + units + list(LATER)
+        return own + units + [n for n in LATER if n not in own]
 
     def plant(self, fault):
         """Tries one fault. Gives what caught it, or None."""
