@@ -23,7 +23,7 @@ int report(const std::string& sentence)
 
 void addcommands(CLI::App& program)
 {
-    (void)program;
+    torvik::tools::addscore(program);
 }
 
 } // namespace

@@ -53,7 +53,8 @@ TEST(TheExamples, OfTheHelpAllWork)
         const temporaryfolder folder;
         for (const auto& entry :
              fs::directory_iterator(std::string(TORVIK_SOURCE_DIR) + "/examples"))
-            if (entry.path().extension() == ".idx") fs::copy(entry.path(), folder.path());
+            if (entry.path().extension() == ".idx" || entry.path().extension() == ".json")
+                fs::copy(entry.path(), folder.path());
         for (const std::string& line : examplesof(command)) {
             const std::string path = fs::path(TORVIK_TOOLS).parent_path().string() + ":"
                                      + fs::path(TORVIK_PROGRAM).parent_path().string() + ":$PATH";
