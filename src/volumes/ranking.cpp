@@ -52,7 +52,7 @@ int findworst(const ranking& r, int* places)
 // Gives the place of the lowest score, the first of equals.
 int lowestscore(const ranking& r, rankingdecisions& decisions)
 {
-    int places[maxreflections];
+    int places[maxreflections] = {};
     const int count = findworst(r, places);
     if (count == 1) return places[0];
     ++decisions.neartie;
