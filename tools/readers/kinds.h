@@ -19,4 +19,21 @@ measurement readidxmeasurement(const textfile& source, const readeroptions& opti
 bool lookstext(std::string_view start, const std::filesystem::path& path);
 measurement readtext(const textfile& source, const readeroptions& options);
 
+// Lists of four-circle angles, columns named: theta or 2theta, omega, phi, and chi or kappa.
+bool looksangles(std::string_view start, const std::filesystem::path& path);
+measurement readangles(const textfile& source, const readeroptions& options);
+
+// SAINT's .p4p.
+bool looksp4p(std::string_view start, const std::filesystem::path& path);
+measurement readp4p(const textfile& source, const readeroptions& options);
+
+// ImageD11's g-vectors, .gve.
+bool looksgve(std::string_view start, const std::filesystem::path& path);
+measurement readgve(const textfile& source, const readeroptions& options);
+
+// ISAW's lists of peaks, .peaks and .integrate.
+bool lookspeaks(std::string_view start, const std::filesystem::path& path);
+bool looksintegrate(std::string_view start, const std::filesystem::path& path);
+measurement readpeaks(const textfile& source, const readeroptions& options);
+
 } // namespace torvik::tools

@@ -65,6 +65,12 @@ const std::vector<reader>& readers()
 {
     static const std::vector<reader> all = {
         {"idx", "input file of Torvik", looksidx, fromfile<readidxmeasurement>},
+        {"p4p", "SAINT's .p4p", looksp4p, fromfile<readp4p>},
+        {"gve", "ImageD11's g-vectors, .gve", looksgve, fromfile<readgve>},
+        {"integrate", "ISAW's .integrate", looksintegrate, fromfile<readpeaks>},
+        {"peaks", "ISAW's .peaks", lookspeaks, fromfile<readpeaks>},
+        {"angles", "theta or 2theta, omega, phi, chi or kappa in named columns", looksangles,
+         fromfile<readangles>},
         {"text", "text or CSV: x y z, perhaps intensity and h k l", lookstext, fromfile<readtext>},
     };
     return all;
