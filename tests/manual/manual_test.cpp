@@ -156,6 +156,13 @@ TEST(TheFigures, AreTheSourceOfNumbersInTheMethod)
         << drawn.output;
 }
 
+TEST(TheManPage, HasEveryKeyword)
+{
+    const std::string page = readfile(project + "/docs/Torvik.1");
+    for (const std::string& keyword : keywords())
+        EXPECT_NE(page.find("\n.It Ic " + keyword + " Ar "), std::string::npos) << keyword;
+}
+
 TEST(AdviceOnAKeyword, TellsWhatItDoesAndWhatToChoose)
 {
     const std::string advice = readfile(project + "/docs/manual/keywords.md");
@@ -164,6 +171,7 @@ TEST(AdviceOnAKeyword, TellsWhatItDoesAndWhatToChoose)
         ASSERT_NE(start, std::string::npos) << keyword;
         const std::string part = advice.substr(start, advice.find("\n#", start + 1) - start);
         EXPECT_NE(part.find("\n- *Result*: "), std::string::npos) << keyword;
+        EXPECT_NE(part.find("\n- *Time*: "), std::string::npos) << keyword;
         EXPECT_NE(part.find("\n- *Advice*: "), std::string::npos) << keyword;
     }
 }
