@@ -1,10 +1,10 @@
 // Every command and every output shown in a document is run and compared.
 //
 // The blocks of a document are worked through in order, in one folder that holds a copy of the
-// examples and, as Torvik on the path and as build/Torvik, the program:
-//     ```console         lines "$ COMMAND", each with the output expected of it below. Only Torvik
-//                        and the harmless commands listed below are run; other commands (cloning,
-//                        building) belong into a block of another kind, such as ```sh.
+// examples and, as Torvik on the path and as build/Torvik, the program; on the path torvik-tools too:
+//     ```console         lines "$ COMMAND", each with the output expected of it below. Only these
+//                        programs and the harmless commands listed below are run; other commands
+//                        (cloning, building) belong into a block of another kind, such as ```sh.
 //     ```idx file=NAME   the block is written as the file NAME
 //     ```text file=NAME  the lines stand, without a gap, in the file NAME
 // A line "..." stands for any lines, also none. Dates and timing figures are masked, blanks at line
@@ -32,8 +32,9 @@ namespace fs = std::filesystem;
 
 using textlines = std::vector<std::string>;
 
-constexpr std::string_view harmless[] = {"Torvik", "build/Torvik", "cat", "cp",     "diff", "echo",
-                                         "grep",   "head",         "ls",  "printf", "sed",  "tail"};
+constexpr std::string_view harmless[] = {"Torvik", "build/Torvik", "cat",         "cp", "diff",
+                                         "echo",   "grep",         "head",        "ls", "printf",
+                                         "sed",    "tail",         "torvik-tools"};
 
 struct fencedblock {
     std::size_t line = 0; // of the opening fence, from 1
@@ -164,6 +165,7 @@ public:
         fs::create_directories(folder_.file("build"));
         fs::create_symlink(TORVIK_PROGRAM, folder_.file("path/Torvik"));
         fs::create_symlink(TORVIK_PROGRAM, folder_.file("build/Torvik"));
+        fs::create_symlink(TORVIK_TOOLS, folder_.file("path/torvik-tools"));
         fs::create_directories(folder_.file("examples"));
         const fs::path examples = TORVIK_SOURCE_DIR "/examples";
         if (!fs::exists(examples)) return;
