@@ -198,6 +198,44 @@ TEST_F(FastSearch, GrowsFitsSideBySideToTheSameBits)
     EXPECT_GT(failures, cases(100, 10000));
 }
 
+// Short vectors, indexed too low by nearly the tolerance, shrink the basis pass by pass, until the
+// index of a long one goes beyond 2^31, where its rounding saturates.
+TEST_F(FastSearch, GrowsFitsSideBySideToTheSameBitsWhileAnIndexComesToSaturate)
+{
+    randomnumbers random(50);
+    otherglobalvariables.themaincriterion = 0.12; // 1.15 times that is 0.138
+    estimatedvolumes.currentlyinvestigatedvolume = 1.0;
+    int saturated = 0;
+    for (int n = 1; n <= cases(50, 5000); ++n) {
+        vectorlist V;
+        V(1) = {{0.5, 0.0, 0.0}};
+        V(2) = {{0.0, 100.0, 0.0}};
+        V(3) = {{0.0, 0.0, 100.0}};
+        for (int i = 4; i <= 9; ++i) V(i) = {{0.5 * random.between(0.863, 0.9), 0.0, 0.0}};
+        V(10) = {{0.5 * random.between(1.9e9, 1.97e9), 0.0, 0.0}};
+        vectorcolumns columns;
+        setcolumns(columns, 10, V);
+        std::vector<fitting> before(10);
+        for (fitting& fit : before) {
+            fit.R = diagonal(0.5 * random.between(1.0, 1.001), 100.0, 100.0);
+            fit.start = {{1, 2, 3}};
+        }
+        for (int lanes = 1; lanes <= bestlanes(); ++lanes) {
+            std::vector<fitting> fits = before;
+            sequentialfitsin(lanes, fits, columns, 0.5, otherglobalvariables.themaincriterion);
+            for (std::size_t f = 0; f < fits.size(); ++f) {
+                matrix3 plain = before[f].R;
+                int status = 7;
+                plain::sequentialfittingrlbasis(plain, 10, V, before[f].start, status);
+                ASSERT_EQ(bitsof(fits[f].R), bitsof(plain)) << n << " " << lanes << " " << f;
+                ASSERT_EQ(fits[f].status, status) << n << " " << lanes << " " << f;
+                saturated += V(10)(1) / plain(1, 1) > 0x1p31 ? 1 : 0;
+            }
+        }
+    }
+    EXPECT_GT(saturated, cases(100, 10000));
+}
+
 TEST_F(FastSearch, CountsTheSameReflections)
 {
     randomnumbers random(43);
