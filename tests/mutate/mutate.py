@@ -35,7 +35,7 @@ import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 FAULTS = pathlib.Path(__file__).with_name("faults.txt")
-COPIED = ["src", "tests", "docs", "examples", "README.md", "CONTRIBUTING.md", "CHANGELOG.md"]
+COPIED = ["src", "tests", "tools", "docs", "examples", "README.md", "CONTRIBUTING.md", "CHANGELOG.md"]
 
 FLAGS = ["-std=c++20", "-O1", "-DNDEBUG", "-ffp-contract=off", "-fPIC", "-w"]
 
@@ -181,7 +181,7 @@ class Copy:
     def compile(self, source, target, extra=()):
         target.parent.mkdir(parents=True, exist_ok=True)
         command = ["g++", *FLAGS, *extra, f"-I{self.tree}/src", f"-I{self.tree}/tests",
-                   *self.defines(), "-MMD", "-c", str(source), "-o", str(target)]
+                   f"-I{self.tree}/tools", *self.defines(), "-MMD", "-c", str(source), "-o", str(target)]
         result = subprocess.run(command, capture_output=True, text=True)
         if result.returncode != 0:
             errors = [line for line in result.stderr.splitlines() if "error" in line]
