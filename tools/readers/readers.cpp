@@ -1,6 +1,8 @@
 #include "base/failure.h"
+#include "readers/dials.h"
 #include "readers/kinds.h"
 #include "readers/reader.h"
+#include "readers/xds.h"
 
 #include <cmath>
 #include <cstddef>
@@ -65,6 +67,8 @@ const std::vector<reader>& readers()
 {
     static const std::vector<reader> all = {
         {"idx", "input file of Torvik", looksidx, fromfile<readidxmeasurement>},
+        dialsreader,
+        xdsreader,
         {"p4p", "SAINT's .p4p", looksp4p, fromfile<readp4p>},
         {"gve", "ImageD11's g-vectors, .gve", looksgve, fromfile<readgve>},
         {"integrate", "ISAW's .integrate", looksintegrate, fromfile<readpeaks>},

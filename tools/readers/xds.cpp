@@ -245,8 +245,7 @@ measurement readxds(const std::filesystem::path& path, const readeroptions& opti
 
 } // namespace
 
-const reader xdsreader = {"xds", "XDS: SPOT.XDS, with the geometry of XDS.INP", recognisesxds,
-                          readxds};
+const reader xdsreader = {"xds", "XDS's SPOT.XDS, with XDS.INP", recognisesxds, readxds};
 
 measurement xdsmeasurement(const textfile& spots, const textfile& parameters,
                            const readeroptions& options)

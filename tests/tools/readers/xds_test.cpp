@@ -4,6 +4,7 @@
 #include "base/failure.h"
 #include "formats/resultsfile.h"
 
+#include "support.h"
 #include "support/runs.h"
 
 #include <gtest/gtest.h>
@@ -46,7 +47,7 @@ vector3 firstof(const measurement& measured)
     return {x[0], x[1], x[2]};
 }
 
-std::string messageof(const auto& work)
+std::string failureof(const auto& work)
 {
     try {
         work();
@@ -141,23 +142,23 @@ TEST(XdsSpots, ComeWithTheCellThatIsGivenWithASpaceGroup)
 TEST(XdsSpots, ThatAreNoneAreRefusedWithTheirPlace)
 {
     EXPECT_EQ(
-        messageof([] { read("1 2 3 4\n1 2 x 4\n"); }),
+        failureof([] { read("1 2 3 4\n1 2 x 4\n"); }),
         "SPOT.XDS, line 2, column 5: expected x, y, z or the intensity of a spot, found 'x'.");
     EXPECT_EQ(
-        messageof([] { read("1 2 3\n"); }),
+        failureof([] { read("1 2 3\n"); }),
         "SPOT.XDS, line 1: expected x, y, z and the intensity of a spot, and perhaps h, k and "
         "l, found 3 numbers.");
-    EXPECT_EQ(messageof([] { read("1 2 3 4 5 6 7.5\n"); }),
+    EXPECT_EQ(failureof([] { read("1 2 3 4 5 6 7.5\n"); }),
               "SPOT.XDS, line 1, column 13: expected an index, found '7.5'.");
-    EXPECT_EQ(messageof([] { read("1e308 2 3 4\n", with(plain, "QX= 10")); }),
+    EXPECT_EQ(failureof([] { read("1e308 2 3 4\n", with(plain, "QX= 10")); }),
               "SPOT.XDS, line 1: expected a spot on the detector.");
-    EXPECT_EQ(messageof([] { read("! none\n"); }), "SPOT.XDS: expected spots, there are none.");
+    EXPECT_EQ(failureof([] { read("! none\n"); }), "SPOT.XDS: expected spots, there are none.");
 }
 
 TEST(XdsParameters, ThatAreMissingOrWrongAreRefusedWithTheirPlace)
 {
     const auto message = [](const std::string& parameters) {
-        return messageof([&] { read("600 500 1 7\n", parameters); });
+        return failureof([&] { read("600 500 1 7\n", parameters); });
     };
     EXPECT_EQ(message("QX=1\n"),
               "XDS.INP: expected a line 'DIRECTION_OF_DETECTOR_X-AXIS=', there is none.");
@@ -192,7 +193,7 @@ TEST(XdsFiles, NeedTheGeometryBesideOrNamed)
 {
     const temporaryfolder folder;
     writefile(folder.file("SPOT.XDS"), "1500 500 0 7\n");
-    EXPECT_EQ(messageof([&] { xdsreader.read(folder.file("SPOT.XDS"), {}); }),
+    EXPECT_EQ(failureof([&] { xdsreader.read(folder.file("SPOT.XDS"), {}); }),
               "The geometry of " + folder.file("SPOT.XDS") + " is missing: there is no "
                   + folder.file("XDS.INP") + ".");
     writefile(folder.file("other.inp"), plain);
@@ -262,6 +263,21 @@ TEST_F(TheProteinCrystal, FitsNothingWithTheCentreOfTheFile)
     matrix3 basis;
     const int count = indexed(measured, basis);
     EXPECT_LT(count, static_cast<int>(measured.spots.size()) * 30 / 100) << measured.spots.size();
+}
+
+TEST_F(TheProteinCrystal, IsFoundByTheProgramWithTheRightCentreAlone)
+{
+    const std::vector<keyword> limits = {{"_MinMaxVolumeOfPrimitiveCell", "50000 90000"}};
+    readeroptions options;
+    options.centre = {1235.3, 1279.1};
+    std::vector<double> cell = cellfound(readmeasurement(path_, "", options), 40, limits);
+    ASSERT_EQ(cell.size(), 6U);
+    std::sort(cell.begin(), cell.begin() + 3);
+    const double expected[] = {39.80, 42.45, 42.45};
+    for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(cell[i], expected[i], 0.01 * expected[i]);
+    for (std::size_t i = 3; i < 6; ++i) EXPECT_NEAR(cell[i], 90, 0.4);
+    EXPECT_EQ(failureof([&] { cellfound(readmeasurement(path_, "", {}), 40, limits); }),
+              "The results have no solutions.");
 }
 
 } // namespace
