@@ -24,6 +24,7 @@ int report(const std::string& sentence)
 void addcommands(CLI::App& program)
 {
     torvik::tools::addexport(program);
+    torvik::tools::addcells(program);
     torvik::tools::addscore(program);
 }
 
