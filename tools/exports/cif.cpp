@@ -4,10 +4,6 @@
 
 #include "base/table.h"
 
-#include <gemmi/to_cif.hpp>
-
-#include <sstream>
-
 namespace torvik::tools {
 
 namespace {
@@ -21,7 +17,17 @@ std::string blockname(const std::string& input)
             (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
         if (!plain) c = '_';
     }
-    return name.empty() ? "torvik" : name;
+    constexpr std::size_t longest = 70; // a line of CIF 1.0 has 80 characters
+    return name.empty() ? "torvik" : name.substr(0, longest);
+}
+
+// A name and its value, which stands in apostrophes if it has blanks.
+std::string pair(const std::string& name, const std::string& value)
+{
+    constexpr std::size_t width = 34;
+    const std::string blanks(name.size() < width ? width - name.size() : 1, ' ');
+    const bool quoted = value.find(' ') != std::string::npos;
+    return name + blanks + (quoted ? "'" + value + "'" : value) + "\n";
 }
 
 } // namespace
@@ -30,28 +36,25 @@ std::string blockname(const std::string& input)
 // 1/angstrom without 2 pi, of the column h k l.
 std::string ciftext(const exportinput& input)
 {
-    namespace cif = gemmi::cif;
-    cif::Document file;
-    cif::Block& block = file.add_new_block(blockname(input.results.input));
-    const auto set = [&](const std::string& tag, double value, int decimals) {
-        block.set_pair(tag, fixed(value, decimals));
-    };
-    block.set_pair("_audit_creation_method", cif::quote("torvik-tools " TORVIK_VERSION));
     constexpr const char* names[] = {"length_a",    "length_b",   "length_c",
                                      "angle_alpha", "angle_beta", "angle_gamma"};
+    std::string text = "data_" + blockname(input.results.input) + "\n";
+    text += pair("_audit_creation_method", "torvik-tools " TORVIK_VERSION);
     for (std::size_t i = 0; i < 6; ++i)
-        set(std::string("_cell_") + names[i], input.crystal.cell[i], i < 3 ? 5 : 4);
-    set("_cell_volume", input.crystal.volume, 3);
-    if (input.wavelength) set("_diffrn_radiation_wavelength", *input.wavelength, 5);
-    block.set_pair("_diffrn_orient_matrix_type",
-                   cif::quote("(x y z) = UB (h k l), a* b* c* in columns, 1/angstrom, no 2 pi"));
+        text += pair(std::string("_cell_") + names[i], fixed(input.crystal.cell[i], i < 3 ? 5 : 4));
+    text += pair("_cell_volume", fixed(input.crystal.volume, 3));
+    if (input.wavelength) text += pair("_diffrn_radiation_wavelength", fixed(*input.wavelength, 5));
+    text += "_diffrn_orient_matrix_type\n"
+            ";\n"
+            "The column h k l, multiplied by UB from the left, gives the column x y z in\n"
+            "reciprocal angstroms, without a factor of 2 pi. The columns of UB are a*, b*, c*.\n"
+            ";\n";
     for (int i = 0; i < 3; ++i)
         for (int j = 0; j < 3; ++j)
-            set("_diffrn_orient_matrix_UB_" + std::to_string(i + 1) + std::to_string(j + 1),
-                input.crystal.UB[i][j], 9);
-    std::ostringstream out;
-    cif::write_cif_to_stream(out, file, cif::Style::Indent35);
-    return out.str();
+            text +=
+                pair("_diffrn_orient_matrix_UB_" + std::to_string(i + 1) + std::to_string(j + 1),
+                     fixed(input.crystal.UB[i][j], 9));
+    return text;
 }
 
 } // namespace torvik::tools

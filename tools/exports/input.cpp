@@ -16,14 +16,14 @@ namespace {
 bool belongs(const std::vector<vector3>& vectors, const solution& one)
 {
     constexpr double margin = 0.0051;
-    for (const reflectionline& line : one.reflections) {
+    const auto fits = [&](const reflectionline& line) {
         const auto at = static_cast<std::size_t>(line.number - 1);
         if (at >= vectors.size()) return false;
-        if (line.how == fit::none) continue;
+        if (line.how == fit::none) return true;
         const vector3 real = one.basis.multiply(vectors[at]);
-        if (!real.approx({line.real[0], line.real[1], line.real[2]}, margin)) return false;
-    }
-    return true;
+        return real.approx({line.real[0], line.real[1], line.real[2]}, margin);
+    };
+    return std::all_of(one.reflections.begin(), one.reflections.end(), fits);
 }
 
 std::optional<double> wavelengthof(const idxfile& file)

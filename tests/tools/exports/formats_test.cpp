@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cmath>
-#include <functional>
+#include <set>
 
 namespace torvik::tools {
 
@@ -200,6 +200,34 @@ TEST(AnExport, WritesRowsAndColumnsAsEachProgramHasThem)
     EXPECT_EQ(numbersbehind(cif, "_cell_volume").at(0), 60.0);
     EXPECT_EQ(numbersbehind(cif, "_diffrn_orient_matrix_UB_21").at(0), -0.333333333);
     EXPECT_EQ(cif.find("wavelength"), std::string::npos);
+}
+
+// What a reader of CIF makes of it: names with one value each, that is a word, or stands between
+// apostrophes, or on lines between semicolons.
+TEST(AnExport, ToCifIsABlockOfNamesWithAValueEach)
+{
+    const std::vector<std::string> lines = linesof(ciftext(keptinput(1)));
+    ASSERT_EQ(lines.at(0), "data_a");
+    std::set<std::string> names;
+    for (std::size_t i = 1; i < lines.size(); ++i) {
+        EXPECT_LE(lines[i].size(), 80U);
+        std::istringstream line(lines[i]);
+        std::string name;
+        std::string value;
+        line >> name >> std::ws;
+        std::getline(line, value);
+        ASSERT_TRUE(name.starts_with('_')) << lines[i];
+        EXPECT_TRUE(names.insert(name).second) << name << " is there twice";
+        if (value.empty()) {
+            ASSERT_EQ(lines.at(i + 1), ";");
+            for (i += 2; lines.at(i) != ";"; ++i) EXPECT_FALSE(lines.at(i).starts_with(';'));
+        } else if (value.starts_with('\'')) {
+            EXPECT_EQ(value.find('\'', 1), value.size() - 1);
+        } else {
+            EXPECT_EQ(value.find(' '), std::string::npos) << lines[i];
+        }
+    }
+    EXPECT_EQ(names.size(), 18U);
 }
 
 TEST(AnExport, ToCifHasTheWavelengthIfItIsKnown)
