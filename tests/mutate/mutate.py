@@ -175,7 +175,7 @@ class Copy:
     def defines(self):
         values = {"PROGRAM": self.program, "CORE_LIBRARY": self.library, "SOURCE_DIR": self.tree,
                   "BINARY_DIR": self.folder, "SHARED_GOLDEN": self.folder / "none",
-                  "PLAIN": self.folder / "none"}
+                  "PLAIN": self.folder / "none", "TOOLS": self.folder / "none"}
         return [f'-DTORVIK_{name}="{value}"' for name, value in values.items()]
 
     def compile(self, source, target, extra=()):
