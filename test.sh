@@ -34,7 +34,8 @@ labels='unit|property|golden|install|equivalence|structure|static|truth|faults|f
 need "The tests of Torvik" g++=g++ make=make cmake=cmake clang=clang++ clang-format=clang-format \
     libgtest-dev=/usr/include/gtest/gtest.h nlohmann-json3-dev=/usr/include/nlohmann/json.hpp \
     libcli11-dev=/usr/include/CLI/CLI.hpp gemmi-dev=/usr/include/gemmi/math.hpp \
-    libmsgpack-cxx-dev=/usr/include/msgpack.hpp libbenchmark-dev=/usr/include/benchmark/benchmark.h python3=python3 binutils=objdump \
+    tao-pegtl-dev=/usr/include/tao/pegtl.hpp libmsgpack-cxx-dev=/usr/include/msgpack.hpp \
+    libbenchmark-dev=/usr/include/benchmark/benchmark.h python3=python3 binutils=objdump \
     clang-tidy=clang-tidy cppcheck=cppcheck pandoc=pandoc weasyprint=weasyprint \
     poppler-utils=pdftotext
 

@@ -9,8 +9,8 @@ root=$(cd "$(dirname "$0")" && pwd)
 . "$root/scripts/install.sh"
 
 need "torvik-tools" g++=c++ make=make cmake=cmake libcli11-dev=/usr/include/CLI/CLI.hpp \
-    gemmi-dev=/usr/include/gemmi/math.hpp nlohmann-json3-dev=/usr/include/nlohmann/json.hpp \
-    libmsgpack-cxx-dev=/usr/include/msgpack.hpp
+    gemmi-dev=/usr/include/gemmi/math.hpp tao-pegtl-dev=/usr/include/tao/pegtl.hpp \
+    nlohmann-json3-dev=/usr/include/nlohmann/json.hpp libmsgpack-cxx-dev=/usr/include/msgpack.hpp
 
 build() (
     cd "$root" && cmake --preset tools && cmake --build --preset tools -j "$(nproc)"

@@ -26,6 +26,7 @@ void addcommands(CLI::App& program)
     torvik::tools::addexport(program);
     torvik::tools::addcells(program);
     torvik::tools::addscore(program);
+    torvik::tools::addsimulate(program);
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "simulation/crystals.h"
 
+#include "numeric/functions.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -14,6 +16,11 @@ namespace {
 
 constexpr double radians = std::numbers::pi / 180.0;
 
+double twotothe(double x)
+{
+    return exponential(x * std::numbers::ln2);
+}
+
 std::int64_t determinant(const millerindices& u, const millerindices& v, const millerindices& w)
 {
     const auto minor = [&](std::size_t i, std::size_t j) {
@@ -24,12 +31,19 @@ std::int64_t determinant(const millerindices& u, const millerindices& v, const m
 
 } // namespace
 
+double cuberoot(double x)
+{
+    // A step of Newton's mends the last digits.
+    const double y = exponential(logarithm(x) / 3.0);
+    return y - (y * y * y - x) / (3.0 * y * y);
+}
+
 double normaldeviate(randomnumbers& random)
 {
     // Box and Muller; 1 - u is never 0.
     const double u = random.between(0.0, 1.0);
     const double angle = random.between(0.0, 2.0 * std::numbers::pi);
-    return std::sqrt(-2.0 * std::log(1.0 - u)) * std::cos(angle);
+    return std::sqrt(-2.0 * logarithm(1.0 - u)) * cosine(angle);
 }
 
 matrix3 randomorientation(randomnumbers& random)
@@ -50,10 +64,10 @@ matrix3 randomorientation(randomnumbers& random)
 
 matrix3 uprightbasis(double a, double b, double c, double alpha, double beta, double gamma)
 {
-    const double ca = std::cos(alpha * radians);
-    const double cb = std::cos(beta * radians);
-    const double cg = std::cos(gamma * radians);
-    const double sg = std::sin(gamma * radians);
+    const double ca = cosine(alpha * radians);
+    const double cb = cosine(beta * radians);
+    const double cg = cosine(gamma * radians);
+    const double sg = sine(gamma * radians);
     const double y = (ca - cb * cg) / sg;
     return {a,      0.0,    0.0,
             b * cg, b * sg, 0.0, //
@@ -63,8 +77,8 @@ matrix3 uprightbasis(double a, double b, double c, double alpha, double beta, do
 matrix3 randomcell(randomnumbers& random, const latticetype& lattice)
 {
     // All are drawn in every system, so that the numbers that follow are the same in all of them.
-    const double b = std::exp2(random.between(-0.5, 0.5));
-    const double c = std::exp2(random.between(-0.5, 0.5));
+    const double b = twotothe(random.between(-0.5, 0.5));
+    const double c = twotothe(random.between(-0.5, 0.5));
     const double alpha = random.between(70.0, 110.0);
     const double beta = random.between(70.0, 110.0);
     const double gamma = random.between(70.0, 110.0);
@@ -77,20 +91,6 @@ matrix3 randomcell(randomnumbers& random, const latticetype& lattice)
     if (system == "cubic") return uprightbasis(1.0, 1.0, 1.0, 90.0, 90.0, 90.0);
     const double ratio = lattice.centring == 'R' ? 2.0 * c * c : c * c;
     return uprightbasis(1.0, 1.0, ratio, 90.0, 90.0, 120.0); // hexagonal axes
-}
-
-matrix3 primitiveof(const matrix3& conventional, char centring)
-{
-    constexpr double third = 1.0 / 3.0;
-    matrix3 P;
-    if (centring == 'A') P = {1, 0, 0, 0, 0.5, 0.5, 0, -0.5, 0.5};
-    if (centring == 'B') P = {0.5, 0, 0.5, 0, 1, 0, -0.5, 0, 0.5};
-    if (centring == 'C') P = {0.5, 0.5, 0, -0.5, 0.5, 0, 0, 0, 1};
-    if (centring == 'I') P = {-0.5, 0.5, 0.5, 0.5, -0.5, 0.5, 0.5, 0.5, -0.5};
-    if (centring == 'F') P = {0, 0.5, 0.5, 0.5, 0, 0.5, 0.5, 0.5, 0};
-    if (centring == 'R') // the obverse setting
-        P = {2 * third, third, third, -third, third, third, -third, -2 * third, third};
-    return P.multiply(conventional);
 }
 
 matrix3 reducedbasis(matrix3 D)
@@ -131,8 +131,8 @@ vector3 vectorof(const millerindices& hkl, const matrix3& R)
 std::vector<millerindices> shortestindices(const matrix3& D, int count)
 {
     const matrix3 R = reciprocalof(D);
-    const double unit = std::cbrt(std::fabs(R.determinant()));
-    for (double limit = std::cbrt(static_cast<double>(count)) * unit;; limit *= 1.25) {
+    const double unit = cuberoot(std::fabs(R.determinant()));
+    for (double limit = cuberoot(static_cast<double>(count)) * unit;; limit *= 1.25) {
         // Each is kept with its length in millionths of the unit: equal lengths of a symmetric cell
         // are equal then, whatever the last bits of their computation.
         std::vector<std::tuple<long, int, int, int>> found;

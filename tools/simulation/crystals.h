@@ -7,8 +7,8 @@
 #include <array>
 #include <vector>
 
-// Everything is drawn from one engine that the C++ standard fixes, so a seed means the same crystal
-// everywhere.
+// Everything is drawn from one engine that the C++ standard fixes, and calculated by the program's own
+// sines and logarithms, so a seed means the same crystal everywhere, to the last bit.
 
 namespace torvik::tools {
 
@@ -39,6 +39,9 @@ constexpr std::array<latticetype, 17> latticetypes = {{{"triclinic", 'P'},
                                                        {"cubic", 'I'},
                                                        {"cubic", 'F'}}};
 
+// The cube root of a positive number.
+double cuberoot(double x);
+
 // Normal deviate of mean 0 and variance 1.
 double normaldeviate(randomnumbers& random);
 
@@ -52,9 +55,6 @@ matrix3 randomcell(randomnumbers& random, const latticetype& lattice);
 
 // A direct basis of lengths and angles in degrees: a along x, b in the plane of x and y.
 matrix3 uprightbasis(double a, double b, double c, double alpha, double beta, double gamma);
-
-// The primitive basis of a centred one.
-matrix3 primitiveof(const matrix3& conventional, char centring);
 
 // A basis of the same lattice in which no vector gets shorter when another one is added to it or
 // subtracted from it, so that errors of the basis are not magnified when another is compared to it.

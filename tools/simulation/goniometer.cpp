@@ -1,5 +1,7 @@
 #include "simulation/goniometer.h"
 
+#include "numeric/functions.h"
+
 #include <numbers>
 
 namespace torvik::tools {
@@ -13,18 +15,18 @@ constexpr double radians = std::numbers::pi / 180.0;
 std::array<double, 3> eulerianangles(const vector3& v, double wavelength)
 {
     const double length = v.length();
-    return {std::asin(wavelength * length / 2.0) / radians, std::atan2(-v.x, v.y) / radians,
-            std::asin(v.z / length) / radians};
+    return {arcsine(wavelength * length / 2.0) / radians, arctangent(-v.x, v.y) / radians,
+            arcsine(v.z / length) / radians};
 }
 
 std::array<double, 3> kappaangles(const vector3& v, double wavelength, double kappaaxis)
 {
     const auto [theta, phi, chi] = eulerianangles(v, wavelength);
-    const double d = -std::sin(chi * radians / 2.0);
-    const double s = std::sin(kappaaxis * radians);
+    const double d = -sine(chi * radians / 2.0);
+    const double s = sine(kappaaxis * radians);
     const double r = std::sqrt(s * s - d * d);
-    const double delta = std::atan2(d * std::cos(kappaaxis * radians), r) / radians;
-    return {theta - delta, phi - delta, -2.0 * std::atan2(d, r) / radians};
+    const double delta = arctangent(d * cosine(kappaaxis * radians), r) / radians;
+    return {theta - delta, phi - delta, -2.0 * arctangent(d, r) / radians};
 }
 
 } // namespace torvik::tools

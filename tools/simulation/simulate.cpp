@@ -1,12 +1,12 @@
 #include "simulation/simulate.h"
 
 #include "base/failure.h"
+#include "numeric/functions.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <numbers>
 #include <numeric>
-#include <string_view>
 #include <utility>
 
 namespace torvik::tools {
@@ -46,9 +46,8 @@ bool knownlattice(const simulationrequest& asked)
 void checkcrystal(const simulationrequest& asked)
 {
     if (asked.cell) {
-        require(std::string_view("PABCIFR").find(asked.centring) != std::string_view::npos,
-                std::string("There is no centring ") + asked.centring
-                    + "; there are P, A, B, C, I, F and R.");
+        checkcell(*asked.cell);
+        primitivetransformation(asked.centring); // a failure if there is no such centring
         return;
     }
     require(knownlattice(asked), "There is no lattice \"" + latticename(asked) + "\".");
@@ -94,9 +93,9 @@ void checkfile(const simulationrequest& asked)
             "The angle of the kappa axis must be between 0 and 90 degrees.");
     require(asked.guesserror >= 1.0 && asked.guesserror <= 100.0,
             "The factor by which the volume is guessed must be 1 to 100.");
-    require(
-        asked.volumefactor == 0.0 || (asked.volumefactor > 1.0 && asked.volumefactor <= 1000.0),
-        "The factor of the volume limits must be above 1 and at most 1000, or 0 for no limits.");
+    require(asked.volumefactor == 0.0
+                || (asked.volumefactor >= 1.25 && asked.volumefactor <= 1000.0),
+            "The factor of the volume limits must be 1.25 to 1000, or 0 for no limits.");
 }
 
 // ------------------------------------------------------------------------------ the crystals
@@ -113,8 +112,8 @@ matrix3 rotationabout(const vector3& axis, double degrees)
     const double length = axis.length();
     const vector3 n = {axis.x / length, axis.y / length, axis.z / length};
     const double angle = degrees * std::numbers::pi / 180.0;
-    const double c = std::cos(angle);
-    const double s = std::sin(angle);
+    const double c = cosine(angle);
+    const double s = sine(angle);
     const double t = 1.0 - c;
     return {t * n.x * n.x + c,       t * n.x * n.y - s * n.z, t * n.x * n.z + s * n.y,
             t * n.x * n.y + s * n.z, t * n.y * n.y + c,       t * n.y * n.z - s * n.x,
@@ -142,13 +141,15 @@ matrix3 firstcrystal(const simulationrequest& asked, randomnumbers& random)
     const matrix3 basis = asked.orientation ? turned(upright, *asked.orientation)
                                             : upright.multiply(randomorientation(random));
     if (asked.cell) return basis;
-    const double volume = std::fabs(primitiveof(basis, asked.centring).determinant());
-    return scaled(basis, std::cbrt(asked.volume / volume));
+    const double volume =
+        std::fabs(primitivetransformation(asked.centring).multiply(basis).determinant());
+    return scaled(basis, cuberoot(asked.volume / volume));
 }
 
 simulatedlattice latticeof(const matrix3& conventional, char centring)
 {
-    return {conventional, reducedbasis(primitiveof(conventional, centring)), 0};
+    return {conventional, reducedbasis(primitivetransformation(centring).multiply(conventional)),
+            0};
 }
 
 // Further crystals have the cell of the first.
@@ -248,7 +249,7 @@ std::vector<int> countsof(const simulationrequest& asked)
 vector3 wrongreflection(double shortest, double longest, randomnumbers& random)
 {
     const double length =
-        std::cbrt(cubed(shortest) + random.between(0.0, 1.0) * (cubed(longest) - cubed(shortest)));
+        cuberoot(cubed(shortest) + random.between(0.0, 1.0) * (cubed(longest) - cubed(shortest)));
     const vector3 v{normaldeviate(random), normaldeviate(random), normaldeviate(random)};
     return (length / v.length()) * v;
 }
@@ -340,7 +341,8 @@ simulated simulate(const simulationrequest& asked, randomnumbers& random)
     measure(asked, made, random);
     const double volume =
         asked.cell ? std::fabs(made.truth().primitive.determinant()) : asked.volume;
-    const double guess = volume * std::pow(asked.guesserror, random.between(-1.0, 1.0));
+    const double guess =
+        volume * exponential(random.between(-1.0, 1.0) * logarithm(asked.guesserror));
     if (asked.volumefactor > 0.0) {
         made.smallestvolume = guess / asked.volumefactor;
         made.largestvolume = guess * asked.volumefactor;

@@ -1,5 +1,6 @@
 // Crystals made by chance are what their names say.
 
+#include "lattice/cell.h"
 #include "simulation/crystals.h"
 #include "simulation/goniometer.h"
 
@@ -109,7 +110,8 @@ TEST(ACrystal, HasThePrimitiveLatticeOfItsCentring)
     for (const char centring : {'P', 'A', 'B', 'C', 'I', 'F', 'R'}) {
         SCOPED_TRACE(centring);
         const matrix3 conventional = randombasis(random);
-        const matrix3 primitive = reducedbasis(primitiveof(conventional, centring));
+        const matrix3 primitive =
+            reducedbasis(primitivetransformation(centring).multiply(conventional));
         const matrix3 P = conventional.multiply(primitive.inverse());
         for (int i = 0; i < 3; ++i) EXPECT_LT(offwhole(rowof(P, i)), rounding) << "a corner";
         const auto centres = centresof(centring);
