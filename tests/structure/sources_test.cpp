@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <map>
 #include <regex>
 #include <set>
@@ -77,6 +78,20 @@ TEST(Sources, OfHeadersBeginWithALineThatSaysWhatTheFileIs)
     }
 }
 
+TEST(Sources, OfHeadersOfTheToolsBeginInTheSameManner)
+{
+    int headers = 0;
+    for (const auto& entry :
+         std::filesystem::recursive_directory_iterator(TORVIK_SOURCE_DIR "/tools")) {
+        if (entry.path().extension() != ".h") continue;
+        ++headers;
+        const auto lines = linesof(readfile(entry.path().string()));
+        EXPECT_TRUE(lines.at(0).starts_with("// ") && lines.at(0).ends_with('.')) << entry.path();
+        EXPECT_EQ(lines.at(1), "#pragma once") << entry.path();
+    }
+    EXPECT_GT(headers, 10);
+}
+
 // What the script would change is printed; nothing, if the document is as it would write it.
 TEST(Sources, OfHeadersAreListedInTheArchitectureByTheirFirstLines)
 {
@@ -100,7 +115,7 @@ TEST(Sources, AreSetAsTheFormatterSetsThem)
     if (printedbycommand("command -v clang-format").empty())
         GTEST_SKIP() << "clang-format is not installed";
     const std::string complaints =
-        printedbycommand("cd '" TORVIK_SOURCE_DIR "' && find src tests bench -name '*.h' -o "
+        printedbycommand("cd '" TORVIK_SOURCE_DIR "' && find src tools tests bench -name '*.h' -o "
                          "-name '*.cpp' | xargs clang-format --dry-run 2>&1 | head -20");
     EXPECT_EQ(complaints, "");
 }

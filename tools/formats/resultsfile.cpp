@@ -207,7 +207,6 @@ private:
     //   30h and  30H vectors out of  30.    Quality : 1.000
     void readcounts(solution& one)
     {
-        const std::vector<item> items = itemsof(line(), " \t.");
         const std::size_t h = line().find("h and");
         const std::size_t H = line().find("H vectors out of");
         const std::size_t colon = line().rfind(':');

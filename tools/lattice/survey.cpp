@@ -87,8 +87,8 @@ std::optional<latticerelation> relationof(const matrix3& D, const matrix3& E, bo
 givenlattices latticesin(const textfile& source)
 {
     if (isresults(source)) return solutionsin(source);
-    if (islepage(source)) return jobsin(source);
-    source.fail(0, 0, "this is neither a results file nor a LePage.inp");
+    if (!islepage(source)) source.fail(0, 0, "this is neither a results file nor a LePage.inp");
+    return jobsin(source);
 }
 
 givenlattices latticesof(const std::vector<centredcell>& cells)
