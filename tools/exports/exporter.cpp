@@ -9,7 +9,7 @@ const std::vector<exportformat>& exportformats()
     static const std::vector<exportformat> all = {
         {"ubi", ".ubi", "ImageD11: a, b, c in rows", ubitext},
         {"rmat", ".rmat", "a*, b*, c* in columns, and the cell", rmattext},
-        {"mat", ".mat", "ISAW: a*, b*, c* in rows, and the cell", mattext},
+        {"mat", ".mat", "ISAW: a*, b*, c* in rows, x along the beam; the cell", mattext},
         {"p4p", ".p4p", "SAINT: CELL and ORT1 to ORT3", p4ptext},
         {"expt", ".expt", "DIALS: an experiment with the crystal alone", expttext},
         {"crystfel", ".stream", "CrystFEL: a crystal of a stream, in nanometres", crystfeltext},

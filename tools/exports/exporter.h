@@ -23,8 +23,8 @@ struct exportinput {
     std::vector<vector3> vectors; // its reflections, if it does: as many as the results have
 };
 
-// A kind of file. Each writes a, b, c or a*, b*, c* in the frame of the reflection vectors: an axis
-// is never turned, since the results do not say what instrument they are of.
+// A kind of file. Each writes a, b, c or a*, b*, c* in the frame of the reflection vectors, which is
+// that of the program they came from; ISAW's matrices alone have other axes than its peaks.
 struct exportformat {
     const char* name;        // of --to: "ubi"
     const char* extension;   // ".ubi"

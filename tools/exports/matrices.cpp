@@ -76,18 +76,24 @@ std::string rmattext(const exportinput& input)
 }
 
 // ISAW's: the transpose of UB, so a*, b*, c* in rows, in 1/angstrom without 2 pi; then the cell with
-// its volume, then their standard uncertainties, which are not known: zeros. Its own axes are x along
-// the beam and z upwards, those of .peaks files.
+// its volume, then their standard uncertainties, which are not known: zeros. Its axes are x along the
+// beam and z upward, while the peaks of the same instrument, as they are imported, have z along the
+// beam and y upward: the components stand in the order z, x, y.
 std::string mattext(const exportinput& input)
 {
-    std::string text = rowstext(input.crystal.UB.transpose(), 8, 12);
+    std::string text;
+    for (int i = 0; i < 3; ++i) {
+        const vector3 star = input.crystal.UB.column_copy(i);
+        text += rowtext({star.z, star.x, star.y}, 8, 12);
+    }
     text += celltext(input.crystal, 4, 12) + field(input.crystal.volume, 4, 12) + "\n";
     for (int i = 0; i < 7; ++i) text += field(0.0, 4, 12);
     return text
-           + "\n\n\nThe matrix above is the transpose of UB: its rows are a*, b* and c*. UB maps "
-             "the\n"
-             "column (h,k,l) to the column (x,y,z), whose length is 1/d, in the frame of the\n"
-             "reflection vectors.\n";
+           + "\n\n\nThe matrix above is the transpose of UB. UB maps the column (h,k,l) to the "
+             "column\n"
+             "(q'x,q'y,q'z). |Q'| = 1/dspacing, and its coordinates are a right-handed system\n"
+             "where x is the beam direction and z is vertically upward, if z was along the beam\n"
+             "and y upward in the reflection vectors.\n";
 }
 
 // SAINT's: ORT1 to ORT3 are the rows of UB, in 1/angstrom without 2 pi, in the frame in which the

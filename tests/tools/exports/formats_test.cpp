@@ -54,7 +54,8 @@ matrix3 ofrmat(const std::string& text)
 
 matrix3 ofmat(const std::string& text)
 {
-    return matrixof(numbersbehind(text, "")).transpose().inverse();
+    const matrix3 beamalongx = matrixof(numbersbehind(text, "")).transpose();
+    return fromrows(rowof(beamalongx, 1), rowof(beamalongx, 2), rowof(beamalongx, 0)).inverse();
 }
 
 matrix3 ofp4p(const std::string& text)
@@ -171,11 +172,12 @@ TEST(AnExport, WritesRowsAndColumnsAsEachProgramHasThem)
               "   0.000000000   0.000000000  -0.200000000\n"
               "CELL     3.00000    4.00000    5.00000   90.00000   90.00000   90.00000"
               "      60.000\n");
-    const std::string mat = "  0.00000000 -0.33333333  0.00000000\n"
-                            " -0.25000000  0.00000000  0.00000000\n"
-                            "  0.00000000  0.00000000 -0.20000000\n"
-                            "      3.0000      4.0000      5.0000     90.0000     90.0000"
-                            "     90.0000     60.0000\n";
+    const std::string mat =
+        "  0.00000000  0.00000000 -0.33333333\n" // a* along -y, which is -z there
+        "  0.00000000 -0.25000000  0.00000000\n"
+        " -0.20000000  0.00000000  0.00000000\n"
+        "      3.0000      4.0000      5.0000     90.0000     90.0000"
+        "     90.0000     60.0000\n";
     EXPECT_EQ(mattext(plaininput()).substr(0, mat.size()), mat);
     EXPECT_EQ(p4ptext(plaininput()),
               "TITLE  Torvik, solution 1 of plain crystal.idx\n"
