@@ -236,6 +236,37 @@ TEST_F(FastSearch, GrowsFitsSideBySideToTheSameBitsWhileAnIndexComesToSaturate)
     EXPECT_GT(saturated, cases(100, 10000));
 }
 
+// An index off by the tolerance itself is taken; a half, which only a tolerance of that size takes, is
+// rounded away from zero.
+TEST_F(FastSearch, GrowsFitsSideBySideToTheSameBitsAtTheToleranceAndFromHalves)
+{
+    ASSERT_EQ(1.15 * (0.125 / 1.15), 0.125);
+    const double indices[][2] = {{0.125 / 1.15, 1.125}, {0.45, 0.5}, {0.45, 2.5}, {0.45, -4.5}};
+    for (const auto& [criterion, index] : indices) {
+        otherglobalvariables.themaincriterion = criterion;
+        estimatedvolumes.currentlyinvestigatedvolume = 1.0;
+        vectorlist V;
+        V(1) = {{1.0, 0.0, 0.0}};
+        V(2) = {{0.0, 1.0, 0.0}};
+        V(3) = {{0.0, 0.0, 1.0}};
+        V(4) = {{index, 0.0, 0.0}};
+        vectorcolumns columns;
+        setcolumns(columns, 4, V);
+        fitting fit = {};
+        fit.R = identity();
+        fit.start = {{1, 2, 3}};
+        matrix3 plain = fit.R;
+        int status = 7;
+        plain::sequentialfittingrlbasis(plain, 4, V, fit.start, status);
+        EXPECT_NE(bitsof(plain), bitsof(fit.R)) << index;
+        for (int lanes = 1; lanes <= bestlanes(); ++lanes) {
+            std::vector<fitting> fits(4, fit);
+            sequentialfitsin(lanes, fits, columns, 0.5, criterion);
+            for (const fitting& found : fits) EXPECT_EQ(bitsof(found.R), bitsof(plain)) << index;
+        }
+    }
+}
+
 TEST_F(FastSearch, CountsTheSameReflections)
 {
     randomnumbers random(43);
