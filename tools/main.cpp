@@ -23,6 +23,7 @@ int report(const std::string& sentence)
 
 void addcommands(CLI::App& program)
 {
+    torvik::tools::addimport(program);
     torvik::tools::addexport(program);
     torvik::tools::addcells(program);
     torvik::tools::addscore(program);

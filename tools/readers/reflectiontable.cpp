@@ -49,9 +49,8 @@ public:
     tablereader(const std::string& name, std::string_view bytes) : name_(name)
     {
         // Lengths that a file claims are given memory before what follows is seen: hence the limits,
-        // far above what the tables have. An entry takes a byte at least. Long columns stay where
-        // they are.
-        const std::size_t longest = std::min<std::size_t>(100'000, bytes.size());
+        // far above what the tables have. Long columns stay where they are.
+        constexpr std::size_t longest = 100'000;
         constexpr std::size_t deepest = 16;
         const msgpack::unpack_limit limits(longest, longest, bytes.size(), bytes.size(),
                                            bytes.size(), deepest);
