@@ -3,6 +3,7 @@
 #include "base/failure.h"
 
 #include <array>
+#include <cstddef>
 #include <utility>
 
 namespace torvik::tools {
@@ -16,9 +17,9 @@ class reduction {
 public:
     explicit reduction(const matrix3& basis)
     {
-        for (int i = 0; i < 3; ++i) {
-            row_[i] = rowof(basis, i);
-            T_[i] = rowof(matrix3(), i);
+        for (std::size_t i = 0; i < 3; ++i) {
+            row_[i] = rowof(basis, static_cast<int>(i));
+            T_[i] = rowof(matrix3(), static_cast<int>(i));
         }
     }
 
@@ -33,22 +34,22 @@ public:
     }
 
 private:
-    [[nodiscard]] double square(int i) const
+    [[nodiscard]] double square(std::size_t i) const
     {
         return row_[i].length_sq();
     }
 
     void sort()
     {
-        for (const auto& [i, j] : {std::pair{0, 1}, std::pair{1, 2}, std::pair{0, 1}})
-            if (square(j) < square(i)) {
-                std::swap(row_[i], row_[j]);
-                std::swap(T_[i], T_[j]);
+        for (const std::size_t i : {std::size_t{0}, std::size_t{1}, std::size_t{0}})
+            if (square(i + 1) < square(i)) {
+                std::swap(row_[i], row_[i + 1]);
+                std::swap(T_[i], T_[i + 1]);
             }
     }
 
     // Takes away from row i a multiple of row j.
-    void subtract(int i, int j, double times)
+    void subtract(std::size_t i, std::size_t j, double times)
     {
         row_[i] -= times * row_[j];
         T_[i] -= times * T_[j];
@@ -108,9 +109,9 @@ private:
 // Whether the first factor from the end that is not 0 is positive.
 bool leads(const std::array<int, 3>& n)
 {
-    for (int i = 2; i >= 0; --i)
+    for (const std::size_t i : {std::size_t{2}, std::size_t{1}})
         if (n[i] != 0) return n[i] > 0;
-    return false;
+    return n[0] > 0;
 }
 
 } // namespace
