@@ -37,7 +37,8 @@ need "The tests of Torvik" g++=g++ make=make cmake=cmake clang=clang++ clang-for
     tao-pegtl-dev=/usr/include/tao/pegtl.hpp libmsgpack-cxx-dev=/usr/include/msgpack.hpp \
     libbenchmark-dev=/usr/include/benchmark/benchmark.h python3=python3 binutils=objdump \
     clang-tidy=clang-tidy cppcheck=cppcheck pandoc=pandoc weasyprint=weasyprint \
-    poppler-utils=pdftotext
+    poppler-utils=pdftotext \
+    nodejs=node npm=npm chromium=chromium
 
 build() {
     cmake --preset "$1" && cmake --build --preset "$1" -j "$(nproc)"

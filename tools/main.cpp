@@ -28,6 +28,7 @@ void addcommands(CLI::App& program)
     torvik::tools::addcells(program);
     torvik::tools::addscore(program);
     torvik::tools::addsimulate(program);
+    torvik::tools::addreport(program);
 }
 
 } // namespace

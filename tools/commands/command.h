@@ -19,6 +19,7 @@ void addexport(CLI::App& program);
 void addcells(CLI::App& program);
 void addsimulate(CLI::App& program);
 void addscore(CLI::App& program);
+void addreport(CLI::App& program);
 
 // Adds a subcommand whose options live as long as it does.
 template <typename options>
