@@ -1,9 +1,12 @@
 #!/usr/bin/env bash
 # Builds a fuzzer and runs it, beginning with the kept inputs.
 #
-#   tests/fuzz/fuzz.sh reader|run [SECONDS]       default: 60 seconds
-#   tests/fuzz/fuzz.sh reader|run EXECUTIONSx     for example 1000000x
+#   tests/fuzz/fuzz.sh KIND [SECONDS]             default: 60 seconds
+#   tests/fuzz/fuzz.sh KIND EXECUTIONSx           for example 1000000x
 #   tests/fuzz/fuzz.sh coverage                   lines of the program that the kept inputs reach
+#
+# KIND is reader or run, of the program; or a format that torvik-tools imports: idx, text, angles, p4p,
+# gve, peaks (.integrate as well), xds, dials.
 #
 # The last lines say how often each outcome came. New inputs gather in build/fuzz/new. What the
 # program must not do stops the fuzzer and leaves its input in build/fuzz/found: mend it, and copy
@@ -17,12 +20,24 @@ kind=${1:-}
 amount=${2:-60}
 here=$PWD/tests/fuzz
 work=$PWD/build/fuzz
-if [[ ! $kind =~ ^(reader|run|coverage)$ || ! $amount =~ ^[0-9]+x?$ ]]; then
-    sed -n '4,6p' "$0" >&2
+formats='idx|text|angles|p4p|gve|peaks|xds|dials'
+if [[ ! $kind =~ ^(reader|run|coverage|$formats)$ || ! $amount =~ ^[0-9]+x?$ ]]; then
+    sed -n '4,9p' "$0" >&2
     exit 1
 fi
+fuzzer=$kind
+kept=$here/corpus/$kind
+words=$here/idx.dict
+if [[ $kind =~ ^($formats)$ ]]; then
+    fuzzer=import
+    kept=$here/corpus/import/$kind
+    words=$here/import.dict
+    export TORVIK_FUZZ_FORMAT=$kind
+fi
 need "The fuzzer" g++=g++ make=make cmake=cmake clang=clang++ gcovr=gcovr \
-    libgtest-dev=/usr/include/gtest/gtest.h nlohmann-json3-dev=/usr/include/nlohmann/json.hpp
+    libgtest-dev=/usr/include/gtest/gtest.h nlohmann-json3-dev=/usr/include/nlohmann/json.hpp \
+    libcli11-dev=/usr/include/CLI/CLI.hpp gemmi-dev=/usr/include/gemmi/math.hpp \
+    libmsgpack-cxx-dev=/usr/include/msgpack.hpp
 
 # Replays the kept inputs in a build with counters of lines.
 coverage() {
@@ -51,6 +66,6 @@ case $amount in
     *x) limit=-runs=${amount%x} ;;
     *) limit=-max_total_time=$amount ;;
 esac
-ASAN_OPTIONS=quarantine_size_mb=16 exec "$work/tests/fuzz/torvik_fuzz_$kind" "$limit" \
-    -dict="$here/idx.dict" -max_len=800 -timeout=120 -print_final_stats=1 \
-    -artifact_prefix="$work/found/" "$work/new/$kind" "$here/corpus/$kind"
+ASAN_OPTIONS=quarantine_size_mb=16 exec "$work/tests/fuzz/torvik_fuzz_$fuzzer" "$limit" \
+    -dict="$words" -max_len=800 -timeout=120 -print_final_stats=1 \
+    -artifact_prefix="$work/found/" "$work/new/$kind" "$kept"

@@ -39,6 +39,9 @@ void appendreflections(std::string& text, const idxfile& file, int decimals)
     }
 }
 
+// The program's: of a pi in single precision.
+constexpr double degreestoradians = 0.017453293005625408;
+
 // The number that a keyword gives, the last of equals, or a default.
 double settingof(const idxfile& file, std::string_view name, double standard)
 {
@@ -77,12 +80,12 @@ std::string textof(const idxfile& file, int decimals)
 
 eulerianshift eulerianof(double kappa, double kappaangle)
 {
-    const double half = gemmi::rad(kappa) / 2.0;
-    const double s = std::sin(gemmi::rad(kappaangle));
-    const double d = -std::sin(half) * s;
-    const double e = std::cos(half) * s;
-    return {gemmi::deg(-2.0 * std::asin(d)),
-            gemmi::deg(std::atan2(d * std::cos(gemmi::rad(kappaangle)), e))};
+    const double half = kappa * degreestoradians / 2.0;
+    const double alpha = kappaangle * degreestoradians;
+    const double d = -std::sin(half) * std::sin(alpha);
+    const double e = std::cos(half) * std::sin(alpha);
+    return {-2.0 * std::asin(d) / degreestoradians,
+            std::atan2(d * std::cos(alpha), e) / degreestoradians};
 }
 
 vector3 vectorof(listkind kind, const std::array<double, 3>& value, double wavelength,
@@ -96,10 +99,12 @@ vector3 vectorof(listkind kind, const std::array<double, 3>& value, double wavel
         phi += shift.delta;
         chi = shift.chi;
     }
-    const double r = 2.0 * std::sin(gemmi::rad(theta)) / wavelength;
-    const double level = r * std::cos(gemmi::rad(chi));
-    return {-level * std::sin(gemmi::rad(phi)), level * std::cos(gemmi::rad(phi)),
-            r * std::sin(gemmi::rad(chi))};
+    theta *= degreestoradians;
+    phi *= degreestoradians;
+    chi *= degreestoradians;
+    const double r = 2.0 * std::sin(theta) / wavelength;
+    const double level = r * std::cos(chi);
+    return {-level * std::sin(phi), level * std::cos(phi), r * std::sin(chi)};
 }
 
 std::vector<vector3> vectorsof(const idxfile& file)

@@ -47,7 +47,7 @@ constexpr double defaultwavelength = 1.540560007095337;
 constexpr double defaultkappaangle = 50.0;
 
 // Reflection vectors of a file, whatever its kind, in 1/angstrom, by its wavelength and angle of the
-// kappa axis.
+// kappa axis: as the program has them.
 std::vector<vector3> vectorsof(const idxfile& file);
 std::vector<vector3> vectorsby(const idxfile& file, double wavelength, double kappaangle);
 

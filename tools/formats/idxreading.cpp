@@ -59,6 +59,14 @@ std::string shortest(int value)
     return std::to_string(value);
 }
 
+// The program does not see a byte order mark either.
+std::string_view withoutmark(std::string_view text)
+{
+    constexpr std::string_view byteordermark = "\xEF\xBB\xBF";
+    if (text.starts_with(byteordermark)) text.remove_prefix(byteordermark.size());
+    return text;
+}
+
 // Lines of the text as free form has them: each ends with a line feed.
 class linenumbers {
 public:
@@ -87,7 +95,8 @@ private:
 class reading {
 public:
     explicit reading(const textfile& source)
-        : file_(source), source_{source.text()}, lines_(source.text())
+        : file_(source), source_{std::string(withoutmark(source.text()))},
+          lines_(withoutmark(source.text()))
     {
     }
 

@@ -187,12 +187,7 @@ private:
             one.value = {of.theta - of.delta, of.rawphi, of.rawchi};
         if (where_.intensity) one.intensity = table_.number(row, *where_.intensity);
         const auto& [h, k, l] = where_.hkl;
-        if (h && k && l) {
-            const auto index = [&](std::size_t column) {
-                return table_.source().whole(row.items[column], row.line, "an index");
-            };
-            one.hkl = {index(*h), index(*k), index(*l)};
-        }
+        if (h && k && l) one.hkl = table_.indices(row, {*h, *k, *l});
         one.where = "line " + std::to_string(row.line);
         return one;
     }

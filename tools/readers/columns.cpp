@@ -200,11 +200,28 @@ std::optional<double> columntable::valueof(std::string_view text) const
     return numberin(plain);
 }
 
-double columntable::number(const row& from, std::size_t column) const
+// More columns may be named than a row has: those at its end can be empty.
+const item& columntable::at(const row& from, std::size_t column) const
 {
     if (column >= from.items.size())
-        source_.fail(from.line, 0, "expected a number in column " + std::to_string(column + 1));
-    const item& found = from.items[column];
+        source_.fail(from.line, 0,
+                     "expected " + std::to_string(column + 1) + " columns, found "
+                         + std::to_string(from.items.size()));
+    return from.items[column];
+}
+
+std::array<int, 3> columntable::indices(const row& from,
+                                        const std::array<std::size_t, 3>& columns) const
+{
+    std::array<int, 3> hkl = {};
+    for (std::size_t i = 0; i < hkl.size(); ++i)
+        hkl[i] = source_.whole(at(from, columns[i]), from.line, "an index");
+    return hkl;
+}
+
+double columntable::number(const row& from, std::size_t column) const
+{
+    const item& found = at(from, column);
     const std::optional<double> value = valueof(found.text);
     if (value && std::isfinite(*value)) return *value;
     return source_.number(found, from.line, "a number");

@@ -66,6 +66,8 @@ public:
 
     // The number in a column. Throws badfile if it is none.
     [[nodiscard]] double number(const row& from, std::size_t column) const;
+    [[nodiscard]] std::array<int, 3> indices(const row& from,
+                                             const std::array<std::size_t, 3>& columns) const;
 
     // Whether all rows have a whole number in a column.
     [[nodiscard]] bool allwhole(std::size_t column) const;
@@ -82,6 +84,7 @@ private:
     void namecolumns();
     [[nodiscard]] std::vector<item> itemsin(std::string_view line) const;
     [[nodiscard]] std::optional<double> valueof(std::string_view text) const;
+    [[nodiscard]] const item& at(const row& from, std::size_t column) const;
 
     const textfile& source_;
     std::vector<std::pair<std::size_t, std::string_view>> lines_; // of data, without comments

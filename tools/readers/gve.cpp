@@ -33,9 +33,11 @@ public:
                   std::size_t headline)
         : source_(source), names_(names), headline_(headline)
     {
-        const bool old = column("xr") < names_.size();
         constexpr std::array<const char*, 3> before = {"xr", "yr", "zr"};
         constexpr std::array<const char*, 3> now = {"gx", "gy", "gz"};
+        const bool old = std::all_of(before.begin(), before.end(), [&](const char* name) {
+            return column(name) < names_.size();
+        });
         for (std::size_t i = 0; i < 3; ++i) vector_[i] = column(old ? before[i] : now[i]);
     }
 

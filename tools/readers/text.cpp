@@ -164,12 +164,7 @@ spot spotof(const columntable& table, const columntable::row& row, const layout&
     spot one;
     for (std::size_t i = 0; i < 3; ++i) one.value[i] = table.number(row, columns.vector[i]);
     if (columns.intensity) one.intensity = table.number(row, *columns.intensity);
-    if (columns.hkl) {
-        std::array<int, 3> hkl = {};
-        for (std::size_t i = 0; i < 3; ++i)
-            hkl[i] = table.source().whole(row.items[(*columns.hkl)[i]], row.line, "an index");
-        one.hkl = hkl;
-    }
+    if (columns.hkl) one.hkl = table.indices(row, *columns.hkl);
     one.where = "line " + std::to_string(row.line);
     return one;
 }

@@ -38,13 +38,12 @@ protected:
         printedby([&] { read_idx_file(makefilename(folder.file("a.idx"))); });
     }
 
-    // The program's vectors come by a pi of single precision.
     static void expectvectorsoftheprogram(const std::vector<vector3>& vectors)
     {
         ASSERT_EQ(recorded_reflections.numberofreflections, static_cast<int>(vectors.size()));
         for (std::size_t i = 0; i < vectors.size(); ++i) {
             const auto& theirs = recorded_reflections.reflections(static_cast<int>(i) + 1);
-            const double bound = 1e-7 * (1.0 + vectors[i].length());
+            const double bound = 1e-12 * (1.0 + vectors[i].length());
             EXPECT_NEAR(vectors[i].x, theirs(1), bound) << i;
             EXPECT_NEAR(vectors[i].y, theirs(2), bound) << i;
             EXPECT_NEAR(vectors[i].z, theirs(3), bound) << i;
@@ -58,7 +57,7 @@ protected:
         const idxfile file = read(text);
         expectvectorsoftheprogram(vectorsof(file));
         // Written anew, the program reads the same of it.
-        readbyprogram(textof(file, 9));
+        readbyprogram(textof(file, 15));
         expectvectorsoftheprogram(vectorsof(file));
         EXPECT_EQ(otherglobalvariables.fractionofsupportingreflections,
                   parameters.fractionofsupportingreflections);
@@ -189,6 +188,16 @@ TEST_F(InputFiles, AreRefusedWhereTheProgramRefusesThem)
         const std::string terminal = runtorvik(text).output;
         EXPECT_NE(terminal.find("rror"), std::string::npos) << text << terminal;
     }
+}
+
+TEST_F(InputFiles, MayBeginWithAByteOrderMark)
+{
+    expectsameasprogram("\xEF\xBB\xBF" + fourvectors);
+}
+
+TEST_F(InputFiles, AreQuotedWithoutTheirControlCharacters)
+{
+    EXPECT_EQ(messageof(std::string("_Wave\0", 6)), "a.idx, line 1: unknown keyword '_Wave?'.");
 }
 
 TEST_F(InputFiles, WithNumbersBeyondThoseOfADoubleAreRefusedThoughTheProgramTakesThem)

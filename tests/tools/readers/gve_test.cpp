@@ -34,6 +34,8 @@ TEST(GVectors, MayHaveOtherNamesAndAnotherOrder)
     const spot one = read("#  omega gz gy gx sum_intensity\n9 0.3 0.2 0.1 55\n").spots.at(0);
     EXPECT_EQ(one.value, (std::array<double, 3>{0.1, 0.2, 0.3}));
     EXPECT_EQ(one.intensity, 55.0);
+    EXPECT_EQ(read("# xr gx gy gz\n9 0.1 0.2 0.3\n").spots.at(0).value,
+              (std::array<double, 3>{0.1, 0.2, 0.3}));
 }
 
 TEST(GVectors, AreReportedWhereTheirLengthIsNotDs)

@@ -100,6 +100,7 @@ TEST(PlainText, SaysWhereItIsWrong)
     EXPECT_EQ(message("# nothing\n"), "a.txt: the file has no rows of numbers.");
     EXPECT_EQ(message("x y z h k l\n1 2 3 1 2 3.5\n"),
               "a.txt, line 2, column 11: expected an index, found '3.5'.");
+    EXPECT_EQ(message("x y z h k l\n1 2 3 4 5\n"), "a.txt, line 2: expected 6 columns, found 5.");
     EXPECT_EQ(message("1,5;2.5;3\n"), "a.txt, line 1, column 1: expected a number, found '1,5'.");
 }
 
