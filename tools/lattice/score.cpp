@@ -62,7 +62,7 @@ centredcell cellfrom(const textfile& source, const json& object)
     constexpr const char* key = "conventional_cell";
     if (!object.contains(key) || !isrow(object.at(key), 6))
         source.fail(0, 0,
-                    "expected \"direct_basis_rows\", or \"conventional_cell\" with six numbers");
+                    R"(expected "direct_basis_rows", or "conventional_cell" with six numbers)");
     centredcell found;
     for (std::size_t i = 0; i < 6; ++i) found.cell[i] = object.at(key).at(i).get<double>();
     const json letter = object.value("centring", json("P"));
