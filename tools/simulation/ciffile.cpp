@@ -31,8 +31,9 @@ constexpr const char* operations[] = {"_space_group_symop_operation_xyz",
 // "NAME:3:1: what" as the parser has it, or "NAME:3:1(40): what".
 [[noreturn]] void refuse(const textfile& source, const std::string& message)
 {
-    const std::string place =
-        message.starts_with(source.name() + ":") ? message.substr(source.name().size()) : "";
+    const std::string start = source.name() + ":";
+    const bool placed = message.compare(0, start.size(), start) == 0;
+    const std::string place = placed ? message.substr(source.name().size()) : "";
     unsigned long line = 0;
     unsigned long column = 0;
     if (std::sscanf(place.c_str(), ":%lu:%lu", &line, &column) != 2) source.fail(0, 0, message);
@@ -53,7 +54,7 @@ cif::Document parsed(const textfile& source)
 std::optional<std::string> valueof(const cif::Block& block, std::string tag)
 {
     const std::string* value = block.find_value(tag);
-    if (value == nullptr && tag.starts_with("_cell_")) {
+    if (value == nullptr && tag.compare(0, 6, "_cell_") == 0) {
         tag[5] = '.';
         value = block.find_value(tag);
     }
@@ -94,12 +95,12 @@ std::optional<char> centringbyname(const cif::Block& block, const cell6& cell)
     return std::nullopt;
 }
 
-std::optional<char> centringbyoperations(const cif::Block& block)
+std::optional<char> centringbyoperations(cif::Block& block)
 {
     for (const char* tag : operations) {
         gemmi::GroupOps group;
         try {
-            for (const std::string& triplet : const_cast<cif::Block&>(block).find_values(tag))
+            for (const std::string& triplet : block.find_values(tag))
                 group.sym_ops.push_back(gemmi::parse_triplet(cif::as_string(triplet)));
         } catch (const std::exception&) {
             continue;
@@ -115,8 +116,8 @@ std::optional<char> centringbyoperations(const cif::Block& block)
 
 centredcell readcifcell(const textfile& source)
 {
-    const cif::Document document = parsed(source);
-    for (const cif::Block& block : document.blocks) {
+    cif::Document document = parsed(source);
+    for (cif::Block& block : document.blocks) {
         if (!valueof(block, edges[0])) continue;
         centredcell found{cellof(source, block), 'P'};
         auto centring = centringbyname(block, found.cell);
