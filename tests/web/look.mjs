@@ -1,4 +1,6 @@
-// Pictures of a page, to be looked at: node look.mjs PAGE FOLDER
+// Pictures of a page, to be looked at:
+//
+//   TORVIK_SOURCE_DIR=PROJECT TORVIK_CHROMIUM=chromium node look.mjs PAGE FOLDER
 import { mkdirSync } from "node:fs";
 import { join } from "node:path";
 import { browser, open } from "./support.mjs";

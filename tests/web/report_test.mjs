@@ -105,6 +105,7 @@ describe("The page of a run", () => {
     await page.focus('#solutionsbox input[value="1"]');
     await page.keyboard.press("ArrowDown");
     assert.match(await page.textContent("#summary"), /^Solution 2: /);
+    assert.equal(await page.textContent("#lattice"), "Its metric has no symmetry.");
     await page.locator("#relations .node:not(.chosen)").first().focus();
     await page.keyboard.press("Enter");
     assert.doesNotMatch(await page.textContent("#summary"), /^Solution 2: /);
@@ -219,6 +220,34 @@ describe("A page made without a log", () => {
     assert.match(made.note, /a run made for this page/);
     assert.match(logged.note, /from first_idx\.log/);
     assert.deepEqual({ ...made, note: "" }, { ...logged, note: "" });
+  });
+});
+
+describe("A page of an answer", () => {
+  test("has the verdict, the candidates and the second lattice", async () => {
+    const basis = [[5, 0, 0], [0, 6, 0], [0, 0, 7]];
+    const doubled = [[10, 0, 0], [0, 6, 0], [0, 0, 7]];
+    const reflections = [];
+    for (let i = 0; i < 24; ++i) {
+      const hkl = [1 + (i % 3), (i % 5) - 2, (i % 7) - 3];
+      const second = i % 4 === 3;
+      const vector = hkl.map((h, k) => (h + (second ? 0.3 : 0)) / basis[k][k]);
+      reflections.push({ vector, hkl: second ? null : hkl, genuine: 0.9, lattice: second ? 2 : 1, error: 0 });
+    }
+    const answer = { program: "Torvik", version: "1.0.0", input: "crystal.p4p", verdict: "solved", basis, reflections,
+                     candidates: [{ basis, evidence: 12.5 }, { basis: doubled, evidence: 3.25 }], run: {} };
+    writeFileSync(join(folder, "crystal.solution.json"), JSON.stringify(answer));
+    tools(folder, "report", "crystal.solution.json");
+    const page = await open(running, join(folder, "crystal_report.html"));
+    assert.equal(await page.textContent("#title"), "crystal.p4p");
+    assert.equal(await page.textContent("#verdict"), "Verdict: solved.");
+    assert.match(await page.textContent("#lattice"), /^By its metric the lattice may be oP: 5\.000 6\.000 7\.000 Å, /);
+    assert.deepEqual((await rowsof(page, "#solutionsbox")).map((row) => row.slice(7, 11)),
+                     [["210.00", "18", "12.5", "oP"], ["420.00", "18", "3.3", "oP"]]);
+    assert.equal(await page.textContent("#kind-other .count"), "6");
+    assert.deepEqual((await rowsof(page, "#reflectionsbox"))[0].slice(5, 8), ["1", "-2", "-3"]);
+    assert.deepEqual(page.complaints, []);
+    await page.context().close();
   });
 });
 

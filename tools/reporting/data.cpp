@@ -5,6 +5,7 @@
 #include "base/textfile.h"
 #include "formats/idxfile.h"
 #include "formats/resultsfile.h"
+#include "lattice/bravais.h"
 #include "lattice/cell.h"
 #include "lattice/relations.h"
 #include "reporting/periodogram.h"
@@ -38,6 +39,15 @@ json numbersof(const std::vector<vector3>& vectors)
     json rows = json::array();
     for (const vector3& v : vectors) rows.push_back({v.x, v.y, v.z});
     return rows;
+}
+
+// The highest symmetry that the metric has within the usual tolerance, and its conventional cell.
+json latticeof(const matrix3& basis)
+{
+    const bravaislattice best = bravaislattices(basis, usualobliquity, usualobliquity).front();
+    return {{"symbol", best.symbol},
+            {"cell", best.settings.front().cell},
+            {"obliquity", best.obliquity}};
 }
 
 // Pairs [k, l, index]: the cell of solution k is `index` times that of l, whose lattice holds k's.
@@ -185,6 +195,7 @@ json solutionsof(const resultsfile& results)
                         {"h", one.h},
                         {"H", one.H},
                         {"quality", one.quality},
+                        {"lattice", latticeof(one.basis)},
                         {"fits", fits}});
     }
     return list;
@@ -259,6 +270,7 @@ json candidate(std::size_t number, const json& given, const std::vector<vector3>
             {"basis", numbersof(basis)},
             {"cell", cellof(basis)},
             {"volume", std::fabs(basis.determinant())},
+            {"lattice", latticeof(basis)},
             {"indexed", std::count_if(vectors.begin(), vectors.end(), inside)},
             {"evidence", given.value("evidence", json())}};
 }
@@ -327,7 +339,8 @@ json dataofsolution(const reportoptions& options)
         json lattices = json::array();
         for (const json& one : given["reflections"]) {
             const json& v = one.at("vector");
-            vectors.push_back({v.at(0), v.at(1), v.at(2)});
+            vectors.emplace_back(v.at(0).get<double>(), v.at(1).get<double>(),
+                                 v.at(2).get<double>());
             genuine.push_back(one.value("genuine", json()));
             const json lattice = one.value("lattice", json());
             lattices.push_back(lattice.is_number() ? lattice : json(0));

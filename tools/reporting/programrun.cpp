@@ -31,7 +31,8 @@ scratchfolder::~scratchfolder()
 std::string programtorun(const std::string& asked)
 {
     namespace fs = std::filesystem;
-    if (!asked.empty()) return asked.find('/') == asked.npos ? asked : fs::absolute(asked).string();
+    if (!asked.empty())
+        return asked.find('/') == std::string::npos ? asked : fs::absolute(asked).string();
     std::error_code none;
     const fs::path beside = fs::read_symlink("/proc/self/exe", none).parent_path() / "Torvik";
     return !none && access(beside.c_str(), X_OK) == 0 ? beside.string() : "Torvik";

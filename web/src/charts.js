@@ -3,7 +3,7 @@ import { bottomaxis, caption, drawing, element, leftaxis, linear, widthof } from
 
 const kindsdrawn = ["strict", "loose", "other", "none"];
 export const names = {
-  strict: "indexed (within c/2)", loose: "weakly indexed (within c)", none: "not indexed", other: "by the other solution alone",
+  strict: "indexed (within c/2)", loose: "weakly indexed (within c)", none: "not indexed", other: "of the other lattice alone",
 };
 
 // Counts per bin and kind; values beyond the last bin fall into it.
@@ -55,7 +55,7 @@ export function errorchart(rows, criterion) {
   drawbars(svg, counts, x, y, 0, to);
   limitline(svg, x(criterion / 2), 14, height - 44, "c/2");
   limitline(svg, x(criterion), 14, height - 44, "c");
-  bottomaxis(svg, x, height - 44, "Error: length of the deviations of h, k, l from whole numbers");
+  bottomaxis(svg, x, height - 44, width < 450 ? "Error" : "Error: length of the deviations of h, k, l from whole numbers");
   figure.replaceChildren(svg);
   caption(figure, `Colours as in space: ${wordsofkinds(rows)}. c = ${criterion} limits each deviation, not their length.`);
 }

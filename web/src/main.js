@@ -23,6 +23,11 @@ function summaryof(solution, rows) {
   return `Solution ${solution.number}: ${cellwords(solution.cell)}, ${solution.volume.toFixed(2)} Å³; ${fits}.`;
 }
 
+function latticewords({ symbol, cell, obliquity }) {
+  if (symbol === "aP") return "Its metric has no symmetry.";
+  return `By its metric the lattice may be ${symbol}: ${cellwords(cell)} (obliquity ${obliquity.toFixed(2)}°).`;
+}
+
 function choosesolution(number) {
   const solution = numbered(number);
   chosen.solution = solution;
@@ -42,6 +47,7 @@ function refresh() {
   if (!others && data.lattices && chosen.solution === data.solutions[0])
     rows.forEach((row, i) => { if (row.kind === "none" && data.lattices[i] > 1) row.kind = "other"; });
   at("summary").textContent = summaryof(chosen.solution, rows);
+  at("lattice").textContent = latticewords(chosen.solution.lattice);
   at("reflectionsnote").textContent = `Indices of solution ${chosen.solution.number}, at full precision.`;
   chosen.rows = rows;
   drawcharts();

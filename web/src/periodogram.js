@@ -35,7 +35,7 @@ export class Periodogram {
     const all = [...curve.map((one) => one[0]), ...volumes.map((one) => one[0])];
     const low = all.reduce((u, v) => Math.min(u, v));
     const high = all.reduce((u, v) => Math.max(u, v));
-    this.x = volumescale(low < high ? [low, high] : [low / 2, 2 * high], width);
+    this.x = volumescale(curve.length > 1 ? [low, high] : [low / 1.2, 1.2 * high], width);
     const title = `${name}: ${volumes.length} volumes were tested`;
     const svg = drawing(width, height, title);
     if (curve.length > 1) this.drawcurve(svg, curve, volumes);

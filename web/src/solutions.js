@@ -20,6 +20,7 @@ function columnsof(data) {
     columns.push(columnof("Indexed", "reflections within c", (row) => row.indexed));
     columns.push(columnof("Evidence", "beyond chance; the larger, the surer", (row) => row.evidence ?? 0, 1));
   }
+  columns.push(columnof("Lattice", "Bravais lattice within an obliquity of 0.3 degrees", (row) => row.lattice.symbol));
   columns.push({ head: "Relation to the chosen", value: (row) => row.relation, class: "kind", text: (row) => row.relation });
   return columns;
 }

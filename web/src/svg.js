@@ -34,6 +34,9 @@ export function logarithmic(from, to, low, high) {
   return scaleLog([from, to], [low, high]);
 }
 
+// A number as the tables have it: an ordinary minus, no sign between thousands.
+const plain = (text) => text.replace("−", "-").replaceAll(",", "");
+
 export function bottomaxis(svg, scale, y, label, count = 6) {
   const [low, high] = scale.range();
   svg.append(element("path", { class: "axisline", d: `M${low} ${y}H${high}` }));
@@ -41,7 +44,7 @@ export function bottomaxis(svg, scale, y, label, count = 6) {
   for (const tick of scale.ticks(count)) {
     const x = scale(tick);
     svg.append(element("path", { class: "tick", d: `M${x} ${y}v5` }));
-    const text = write(tick).replace("−", "-");
+    const text = plain(write(tick));
     if (text) svg.append(element("text", { x, y: y + 18, "text-anchor": "middle" }, text));
   }
   svg.append(element("text", { x: (low + high) / 2, y: y + 34, "text-anchor": "middle" }, label));
@@ -52,7 +55,7 @@ export function leftaxis(svg, scale, x, width, label, count = 5) {
   for (const tick of scale.ticks(count)) {
     const y = scale(tick);
     svg.append(element("path", { class: "grid", d: `M${x} ${y}h${width}` }));
-    svg.append(element("text", { x: x - 6, y: y + 4, "text-anchor": "end" }, write(tick).replace("−", "-")));
+    svg.append(element("text", { x: x - 6, y: y + 4, "text-anchor": "end" }, plain(write(tick))));
   }
   const [low, high] = scale.range();
   const middle = (low + high) / 2;

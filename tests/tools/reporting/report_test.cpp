@@ -117,6 +117,18 @@ TEST_F(AReport, TellsWhichSolutionsAreSuperlattices)
     EXPECT_TRUE(doubled) << data["relations"];
 }
 
+// Calcite is rhombohedral, with hexagonal axes of 4.99 and 17.06 angstroms: the head of the example.
+TEST_F(AReport, HasTheConventionalCellOfEachSolution)
+{
+    const workedfolder folder(example("4_calcite_volumes.idx"));
+    const json data = folder.data();
+    const json lattice = data["solutions"][0]["lattice"];
+    EXPECT_EQ(lattice["symbol"], "hR");
+    EXPECT_NEAR(lattice["cell"][0].get<double>(), 4.99, 0.01);
+    EXPECT_NEAR(lattice["cell"][2].get<double>(), 17.06, 0.03);
+    EXPECT_NEAR(lattice["cell"][5].get<double>(), 120.0, 0.3); // the tolerance
+}
+
 TEST_F(AReport, IsWrittenAsOnePageWithTheDataInItsPlace)
 {
     const temporaryfolder folder;
