@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <string>
 
@@ -97,9 +98,10 @@ private:
 
     [[nodiscard]] static bool shares(const json& first, const json& other)
     {
-        for (const char* name : {"beam", "detector", "goniometer", "scan"})
-            if (numberof(first, name) != numberof(other, name)) return false;
-        return true;
+        constexpr std::array parts = {"beam", "detector", "goniometer", "scan"};
+        return std::all_of(parts.begin(), parts.end(), [&](const char* name) {
+            return numberof(first, name) == numberof(other, name);
+        });
     }
 
     [[nodiscard]] const json* part(const json& experiment, const char* name, bool needed) const

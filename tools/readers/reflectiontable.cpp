@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstddef>
+#include <utility>
 
 namespace torvik::tools {
 
@@ -46,7 +47,7 @@ number numberat(const char* bytes)
 
 class tablereader {
 public:
-    tablereader(const std::string& name, std::string_view bytes) : name_(name)
+    tablereader(std::string name, std::string_view bytes) : name_(std::move(name))
     {
         // Lengths that a file claims are given memory before what follows is seen: hence the limits,
         // far above what the tables have. Long columns stay where they are.

@@ -4,6 +4,7 @@
 #include "base/table.h"
 #include "readers/rotation.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <map>
 #include <utility>
@@ -23,7 +24,7 @@ public:
 
     [[nodiscard]] bool has(const std::string& name) const
     {
-        return all_.count(name) > 0;
+        return all_.contains(name);
     }
 
     // Numbers behind a name: as many as asked for.
@@ -223,9 +224,8 @@ bool recognisesxds(std::string_view start, const std::filesystem::path& path)
     const std::vector<item> items = itemsof(line);
     constexpr std::size_t least = 4;
     if (items.size() < least) return false;
-    for (const item& one : items)
-        if (!numberin(one.text)) return false;
-    return true;
+    return std::all_of(items.begin(), items.end(),
+                       [](const item& one) { return numberin(one.text).has_value(); });
 }
 
 measurement readxds(const std::filesystem::path& path, const readeroptions& options)
