@@ -234,13 +234,13 @@ describe("A page of an answer", () => {
       const vector = hkl.map((h, k) => (h + (second ? 0.3 : 0)) / basis[k][k]);
       reflections.push({ vector, hkl: second ? null : hkl, genuine: 0.9, lattice: second ? 2 : 1, error: 0 });
     }
-    const answer = { program: "Torvik", version: "1.0.0", input: "crystal.p4p", verdict: "solved", basis, reflections,
+    const answer = { program: "Torvik", version: "1.0.0", input: "crystal.p4p", verdict: "solved", reason: "One lattice.", basis, reflections,
                      candidates: [{ basis, evidence: 12.5 }, { basis: doubled, evidence: 3.25 }], run: {} };
     writeFileSync(join(folder, "crystal.solution.json"), JSON.stringify(answer));
     tools(folder, "report", "crystal.solution.json");
     const page = await open(running, join(folder, "crystal_report.html"));
     assert.equal(await page.textContent("#title"), "crystal.p4p");
-    assert.equal(await page.textContent("#verdict"), "Verdict: solved.");
+    assert.equal(await page.textContent("#verdict"), "Verdict: solved. One lattice.");
     assert.match(await page.textContent("#lattice"), /^By its metric the lattice may be oP: 5\.000 6\.000 7\.000 Å, /);
     assert.deepEqual((await rowsof(page, "#solutionsbox")).map((row) => row.slice(7, 11)),
                      [["210.00", "18", "12.5", "oP"], ["420.00", "18", "3.3", "oP"]]);

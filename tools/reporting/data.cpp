@@ -357,6 +357,8 @@ json dataofsolution(const reportoptions& options)
                      {"vectors", numbersof(vectors)},
                      {"genuine", std::move(genuine)},
                      {"lattices", std::move(lattices)}};
+        if (given.contains("reason") && given["reason"].is_string())
+            data["reason"] = given["reason"];
         addcandidates(data, given, vectors);
         addrun(data, given, options);
         return data;

@@ -119,7 +119,7 @@ function telltherun() {
   at("title").textContent = data.input;
   if (data.verdict) {
     at("verdict").hidden = false;
-    at("verdict").textContent = `Verdict: ${data.verdict}.`;
+    at("verdict").textContent = `Verdict: ${data.verdict}. ${data.reason ?? ""}`.trim();
   }
   at("solutionsnote").textContent = `From ${data.source}. c = ${data.criterion} is the largest deviation of an index from a `
     + "whole number; h counts the reflections within c, H those within c/2.";

@@ -22,7 +22,7 @@ function columnsof(data) {
   if (data.genuine)
     columns.push({ head: "Genuine", width: 6, title: "how sure it is no chance", value: (row) => data.genuine[row.number - 1] ?? -1,
                    text: (row) => data.genuine[row.number - 1]?.toFixed(3) ?? "" });
-  columns.push({ head: "Kind", width: 15, value: (row) => Object.keys(names).indexOf(row.kind), class: "kind", text: kindcell });
+  columns.push({ head: "Kind", width: 19, value: (row) => Object.keys(names).indexOf(row.kind), class: "kind", text: kindcell });
   return columns;
 }
 
