@@ -33,6 +33,30 @@ foreach(manual Torvik.pdf Torvik.html)
     install(FILES ${CMAKE_BINARY_DIR}/manual/${manual} DESTINATION ${torvik_docdir} OPTIONAL)
 endforeach()
 
+# torvik-tools, with what it prints of itself. Where it is built for the tests alone it is installed only
+# if that is asked for: cmake --install BUILD --component tools
+if(TARGET torvik-tools)
+    set(torvik_tools COMPONENT tools)
+    if(NOT TORVIK_TOOLS)
+        list(APPEND torvik_tools EXCLUDE_FROM_ALL)
+    endif()
+    install(TARGETS torvik-tools RUNTIME DESTINATION ${torvik_bindir} ${torvik_tools})
+    install(FILES docs/tools.md docs/results.schema.json DESTINATION ${torvik_docdir}/docs
+            ${torvik_tools})
+    if(NOT WIN32)
+        set(generated ${CMAKE_BINARY_DIR}/generated)
+        set(share ${CMAKE_INSTALL_DATAROOTDIR})
+        install(FILES ${generated}/torvik-tools.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+                ${torvik_tools})
+        install(FILES ${generated}/torvik-tools DESTINATION ${share}/bash-completion/completions
+                ${torvik_tools})
+        install(FILES ${generated}/_torvik-tools DESTINATION ${share}/zsh/site-functions
+                ${torvik_tools})
+        install(FILES ${generated}/torvik-tools.fish
+                DESTINATION ${share}/fish/vendor_completions.d ${torvik_tools})
+    endif()
+endif()
+
 set(CPACK_PACKAGE_NAME torvik)
 set(CPACK_PACKAGE_VENDOR "The developers of Torvik")
 # Who answers for the package. A name under .invalid is no address, and never will be (RFC 2606).

@@ -29,6 +29,7 @@ void addcommands(CLI::App& program)
     torvik::tools::addscore(program);
     torvik::tools::addsimulate(program);
     torvik::tools::addreport(program);
+    torvik::tools::addgenerate(program);
 }
 
 } // namespace

@@ -143,6 +143,25 @@ TEST_F(TheInstalledFiles, StandWhereTheManPageSaysForDebian)
     for (const std::string& name : named) EXPECT_TRUE(fs::exists(file(name))) << name;
 }
 
+TEST(TheInstalledTools, AreTheProgramItsManPageItsDocumentAndItsCompletions)
+{
+    const temporaryfolder prefix;
+    const auto result =
+        resultof("cmake --install '" TORVIK_BINARY_DIR "' --component tools --prefix '"
+                 + prefix.path() + "'");
+    ASSERT_EQ(result.status, 0) << result.output;
+    std::set<std::string> expected = {"bin/torvik-tools",
+                                      "share/man/man1/torvik-tools.1",
+                                      "share/bash-completion/completions/torvik-tools",
+                                      "share/zsh/site-functions/_torvik-tools",
+                                      "share/fish/vendor_completions.d/torvik-tools.fish",
+                                      documents + "docs/tools.md",
+                                      documents + "docs/results.schema.json"};
+    EXPECT_EQ(filesin(prefix.path()), expected);
+    const runresult run = runtorvik({{"generate", "man"}, "", {}, prefix.file("bin/torvik-tools")});
+    EXPECT_EQ(readfile(prefix.file("share/man/man1/torvik-tools.1")), run.output);
+}
+
 // The Debian package of this build, unpacked.
 class TheDebianPackage : public testing::Test {
 protected:

@@ -20,6 +20,7 @@ void addcells(CLI::App& program);
 void addsimulate(CLI::App& program);
 void addscore(CLI::App& program);
 void addreport(CLI::App& program);
+void addgenerate(CLI::App& program); // in no help
 
 // Adds a subcommand whose options live as long as it does.
 template <typename options>
