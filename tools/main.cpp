@@ -30,6 +30,7 @@ void addcommands(CLI::App& program)
     torvik::tools::addsimulate(program);
     torvik::tools::addreport(program);
     torvik::tools::addgenerate(program);
+    torvik::tools::addsolve(program);
 }
 
 } // namespace
@@ -44,6 +45,8 @@ int main(int argc, char** argv)
     try {
         addcommands(program);
         program.parse(argc, argv);
+    } catch (const CLI::RuntimeError& stop) { // the command has said what there is to say
+        return stop.get_exit_code();
     } catch (const CLI::ParseError& stop) {
         return program.exit(stop) == done ? done : misused;
     } catch (const torvik::tools::failure& why) {

@@ -1,0 +1,130 @@
+// torvik_solvestudy: how often `solve` is right, wrong or refuses, on simulated crystals.
+//
+//   torvik_solvestudy [TRIALS [SECONDS]]     crystals of each kind, 25 by default, and the budget of
+//                                            each, 10 seconds by default
+//
+// Prints the table of docs/solve.md.
+
+#include "lattice/relations.h"
+#include "simulation/simulate.h"
+#include "solving/solve.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <vector>
+
+namespace {
+
+using namespace torvik::tools;
+
+struct tally {
+    int right = 0;
+    int wrong = 0;
+    int ambiguous = 0;
+    int withtruth = 0; // ambiguous, and the truth is among the lattices named
+    int refused = 0;
+    double runs = 0.0;
+    double seconds = 0.0;
+};
+
+bool same(const matrix3& D, const matrix3& E)
+{
+    const auto related = relationbetween(D, E, 0.15, 1);
+    return related && related->how == kinship::same;
+}
+
+bool among(const answer& found, const matrix3& truth)
+{
+    for (std::size_t i = 0; i < found.competing; ++i)
+        if (same(found.lattices[i].basis, truth)) return true;
+    return false;
+}
+
+// Reflections of no lattice: each in a direction of its own.
+vectorlist scattered(const simulated& made, randomnumbers& random)
+{
+    vectorlist list;
+    for (const auto& one : made.reflections)
+        list.vectors.push_back(randomorientation(random).multiply(one.measured));
+    return list;
+}
+
+void tryone(const simulationrequest& asked, bool nolattice, double budget, tally& sums)
+{
+    const simulated made = simulate(asked);
+    vectorlist list;
+    for (const auto& one : made.reflections) list.vectors.push_back(one.measured);
+    randomnumbers random(asked.seed + 1);
+    if (nolattice) list = scattered(made, random);
+    solveoptions options;
+    options.program = TORVIK_PROGRAM;
+    options.budget = budget;
+    std::timespec start{};
+    std::timespec end{};
+    std::timespec_get(&start, TIME_UTC);
+    const answer found = solve(list, options);
+    std::timespec_get(&end, TIME_UTC);
+    sums.seconds += static_cast<double>(end.tv_sec - start.tv_sec)
+                    + 1e-9 * static_cast<double>(end.tv_nsec - start.tv_nsec);
+    sums.runs += static_cast<double>(found.runs.size());
+    const matrix3 truth = made.truth().primitive;
+    switch (found.how) {
+    case verdict::solved:
+        ++(!nolattice && same(found.lattices[0].basis, truth) ? sums.right : sums.wrong);
+        break;
+    case verdict::ambiguous:
+        ++sums.ambiguous;
+        if (!nolattice && among(found, truth)) ++sums.withtruth;
+        break;
+    default: ++sums.refused;
+    }
+}
+
+struct kind {
+    int reflections;
+    int wrong;
+    bool nolattice;
+};
+
+void row(const kind& what, double noise, int trials, double budget)
+{
+    tally sums;
+    for (int i = 0; i < trials; ++i) {
+        simulationrequest asked;
+        asked.seed = 1000U + static_cast<std::uint64_t>(i);
+        // 200 to 2000, evenly in the logarithm.
+        asked.volume = 200.0 * std::pow(10.0, (i + 0.5) / trials);
+        asked.reflections = what.reflections;
+        asked.wrong = what.wrong;
+        asked.smallestd = 1.0;
+        asked.noise = noise;
+        tryone(asked, what.nolattice, budget, sums);
+    }
+    const auto percent = [&](int count) { return 100.0 * count / trials; };
+    std::printf("| %d | %s | %.0f %% | %.0f | %.0f | %.0f (%.0f) | %.0f | %.1f | %.2f |\n",
+                what.reflections, what.nolattice ? "all" : std::to_string(what.wrong).c_str(),
+                100.0 * noise, percent(sums.right), percent(sums.wrong), percent(sums.ambiguous),
+                percent(sums.withtruth), percent(sums.refused), sums.runs / trials,
+                sums.seconds / trials);
+    std::fflush(stdout);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const int trials = argc > 1 ? std::atoi(argv[1]) : 25;
+    const double budget = argc > 2 ? std::atof(argv[2]) : 10.0;
+    std::puts(
+        "| Reflections | Wrong ones | Noise | Right | Wrong | Ambiguous (with truth) | Refused | "
+        "Runs | Seconds |\n|--:|--:|--:|--:|--:|--:|--:|--:|--:|");
+    const std::vector<kind> kinds = {{12, 0, false},  {20, 0, false}, {20, 6, false},
+                                     {20, 10, false}, {40, 0, false}, {40, 20, false},
+                                     {20, 0, true}};
+    for (const kind& what : kinds)
+        for (const double noise : {0.0, 0.01, 0.02, 0.04})
+            if (!what.nolattice || noise == 0.01) row(what, noise, trials, budget);
+    return 0;
+}

@@ -1,0 +1,134 @@
+// solve as a user calls it: what it prints, what it writes, how it ends.
+#include "simulation/simulate.h"
+
+#include "support/runs.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace torvik::tools {
+
+namespace {
+
+using nlohmann::json;
+
+runresult solvewith(std::vector<std::string> arguments, const namedfiles& files)
+{
+    arguments.insert(arguments.begin(), "solve");
+    arguments.insert(arguments.end(), {"--torvik", TORVIK_PROGRAM});
+    return runtorvik(
+        {.arguments = arguments, .input = "", .files = files, .program = TORVIK_TOOLS});
+}
+
+std::string listof(const simulationrequest& asked)
+{
+    std::ostringstream text;
+    text.precision(6);
+    text << std::fixed << "x y z\n";
+    for (const auto& one : simulate(asked).reflections)
+        text << one.measured.x << " " << one.measured.y << " " << one.measured.z << "\n";
+    return text.str();
+}
+
+simulationrequest usual()
+{
+    simulationrequest asked;
+    asked.cell = cell6{7.0, 8.0, 10.0, 85.0, 100.0, 95.0};
+    asked.reflections = 24;
+    asked.wrong = 4;
+    asked.noise = 0.01;
+    return asked;
+}
+
+TEST(Solve, WritesTheAnswerAndTheFilesOfTheRunThatLedToIt)
+{
+    const runresult run =
+        solvewith({"a.txt", "--volume", "200", "1500"}, {{"a.txt", listof(usual())}});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_EQ(run.output.substr(0, 7), "Solved.") << run.output;
+    ASSERT_TRUE(run.files.count("a.solution.json"));
+    EXPECT_TRUE(run.files.count("a.solution.idx"));
+    EXPECT_TRUE(run.files.count("a.solution_idx.res"));
+    const json file = json::parse(run.files.at("a.solution.json"));
+    EXPECT_EQ(file["verdict"], "solved");
+    EXPECT_NEAR(file["cell"]["a"].get<double>(), 7.0, 0.05);
+    EXPECT_NEAR(file["cell"]["b"].get<double>(), 8.0, 0.05);
+    EXPECT_NEAR(file["cell"]["c"].get<double>(), 10.0, 0.06);
+    EXPECT_EQ(file["reflections"].size(), 24U);
+    int indexed = 0;
+    for (const json& one : file["reflections"]) {
+        indexed += one["hkl"].is_null() ? 0 : 1;
+        EXPECT_EQ(one["hkl"].is_null(), one["lattice"].is_null());
+    }
+    EXPECT_EQ(file["lattices"][0]["indexed"], indexed);
+    EXPECT_GE(indexed, 19);
+}
+
+// The indices of the file are those that its basis gives to its vectors.
+TEST(Solve, WritesIndicesThatTheBasisGives)
+{
+    const runresult run =
+        solvewith({"a.txt", "--volume", "200", "1500"}, {{"a.txt", listof(usual())}});
+    const json file = json::parse(run.files.at("a.solution.json"));
+    for (const json& one : file["reflections"]) {
+        if (one["hkl"].is_null()) continue;
+        for (std::size_t i = 0; i < 3; ++i) {
+            double h = 0.0;
+            for (std::size_t k = 0; k < 3; ++k)
+                h += file["basis"][i][k].get<double>() * one["vector"][k].get<double>();
+            EXPECT_NEAR(h, one["hkl"][i].get<double>(), 0.25);
+        }
+    }
+}
+
+TEST(Solve, PrintsTheFileInsteadWhenItIsAskedTo)
+{
+    const runresult run = solvewith({"a.txt", "--json", "--volume", "200", "1500"},
+                                    {{"a.txt", listof(usual())}});
+    EXPECT_EQ(json::parse(run.output)["verdict"], "solved");
+}
+
+TEST(Solve, FindsASecondLatticeAndTheTurnBetweenTheTwo)
+{
+    simulationrequest asked = usual();
+    asked.reflections = 50;
+    asked.wrong = 0;
+    asked.lattices = 2;
+    asked.twin = twinlaw{90.0, {0.0, 0.0, 1.0}, false};
+    asked.parts = {0.6, 0.4};
+    const runresult run = solvewith({"a.txt", "--lattices", "2", "--volume", "200", "1500"},
+                                    {{"a.txt", listof(asked)}});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    const json file = json::parse(run.files.at("a.solution.json"));
+    ASSERT_EQ(file["lattices"].size(), 2U) << run.output;
+    EXPECT_NEAR(file["lattices"][1]["turn"]["angle"].get<double>(), 90.0, 1.0);
+    EXPECT_EQ(file["lattices"][1]["turn"]["twin"], true);
+    EXPECT_NE(run.output.find("a likely twin law"), std::string::npos);
+}
+
+TEST(Solve, RefusesWithAReasonAndEndsWithOne)
+{
+    const runresult run = solvewith({"a.txt"}, {{"a.txt", "1 0 0\n0 1 0\n0 0 1\n1 1 1\n"}});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output.substr(0, run.output.find('\n')),
+              "Refused. There are 4 reflections; no lattice is sure with fewer than 6.");
+    EXPECT_EQ(json::parse(run.files.at("a.solution.json"))["verdict"], "refused");
+}
+
+TEST(Solve, WritesNothingForAFileThatItCannotRead)
+{
+    const runresult run = solvewith({"a.txt"}, {{"a.txt", "1 0 0\n0 1 x\n"}});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.errors.find("a.txt, line 2, column 5"), std::string::npos) << run.errors;
+    EXPECT_TRUE(run.files.empty());
+    EXPECT_EQ(solvewith({"a.txt", "--volume", "5"}, {{"a.txt", ""}}).status, 2);
+}
+
+} // namespace
+
+} // namespace torvik::tools

@@ -1,0 +1,43 @@
+// Other programs, run and waited for.
+#pragma once
+
+#include <atomic>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace torvik::tools {
+
+enum class ending { finished, failed, stopped, outoftime };
+
+// Runs a program in a folder, without a terminal: it reads nothing and what it prints is dropped.
+// Waits for its end, but no longer than some seconds, nor when `stop` is set; it is killed then.
+// Finished means an exit status of 0. Throws a failure if the program cannot be started.
+ending runprocess(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                  const std::filesystem::path& folder, double seconds,
+                  const std::atomic<bool>& stop);
+
+// Where Torvik is: beside this program, else on the PATH. Throws a failure that says where it was
+// looked for.
+std::filesystem::path torvikprogram();
+
+// A folder for temporary files that is removed with everything in it at the end.
+class temporarydirectory {
+public:
+    temporarydirectory();
+    temporarydirectory(const temporarydirectory&) = delete;
+    temporarydirectory& operator=(const temporarydirectory&) = delete;
+    temporarydirectory(temporarydirectory&&) = delete;
+    temporarydirectory& operator=(temporarydirectory&&) = delete;
+    ~temporarydirectory();
+
+    [[nodiscard]] const std::filesystem::path& path() const
+    {
+        return path_;
+    }
+
+private:
+    std::filesystem::path path_;
+};
+
+} // namespace torvik::tools

@@ -1,0 +1,108 @@
+#include "solving/crystals.h"
+
+#include "base/table.h"
+#include "lattice/relations.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <limits>
+
+namespace torvik::tools {
+
+namespace {
+
+using clock = std::chrono::steady_clock;
+
+// Too few are left for another lattice: the evidence would not do.
+constexpr std::size_t worthtrying = 8;
+
+vectorlist those(const vectorlist& list, const std::vector<std::size_t>& chosen)
+{
+    vectorlist part;
+    for (const std::size_t i : chosen) {
+        part.vectors.push_back(list.vectors[i]);
+        if (!list.intensities.empty()) part.intensities.push_back(list.intensities[i]);
+    }
+    return part;
+}
+
+crystal crystalof(const vectorlist& list, const std::vector<std::size_t>& positions,
+                  const answer& found)
+{
+    crystal one;
+    one.found = found;
+    one.cell = uncertaintyof(list.vectors, found.lattices[0]);
+    for (std::size_t i = 0; i < positions.size(); ++i)
+        if (found.lattices[0].genuine[i] > 0.5) one.members.push_back(positions[i]);
+    return one;
+}
+
+std::string indices(const vector3& h)
+{
+    return fixed(h.x, 0) + " " + fixed(h.y, 0) + " " + fixed(h.z, 0);
+}
+
+} // namespace
+
+std::string whatdecides(const matrix3& first, const matrix3& second)
+{
+    const auto related = relationbetween(first, second, 0.2, 12);
+    if (!related || related->how == kinship::same) return "";
+    const bool firstlarger = related->how == kinship::super;
+    const matrix3& large = firstlarger ? first : second;
+    const matrix3& small = firstlarger ? second : first;
+    const matrix3 UB = large.inverse();
+    vector3 deciding;
+    double shortest = std::numeric_limits<double>::infinity();
+    constexpr int most = 3;
+    for (int h = -most; h <= most; ++h)
+        for (int k = -most; k <= most; ++k)
+            for (int l = -most; l <= most; ++l) {
+                const vector3 q = UB.multiply(vector3(h, k, l));
+                constexpr double whole = 0.15;
+                if (offwhole(small.multiply(q)) < whole || q.length() >= shortest) continue;
+                shortest = q.length();
+                deciding = {static_cast<double>(h), static_cast<double>(k), static_cast<double>(l)};
+            }
+    if (!std::isfinite(shortest)) return "";
+    return "Lattice " + std::string(firstlarger ? "1 has a cell " : "2 has a cell ")
+           + std::to_string(related->index) + " times as large. Measure its reflection "
+           + indices(deciding) + ", at a spacing of " + fixed(1.0 / shortest, 2)
+           + " angstroms: only it has one there.";
+}
+
+crystals solveall(const vectorlist& list, const solveoptions& options, int lattices)
+{
+    const auto start = clock::now();
+    crystals all;
+    all.latticeof.assign(list.vectors.size(), 0);
+    std::vector<std::size_t> left(list.vectors.size());
+    for (std::size_t i = 0; i < left.size(); ++i) left[i] = i;
+    for (int number = 1; number <= std::max(lattices, 1); ++number) {
+        solveoptions now = options;
+        now.budget -= std::chrono::duration<double>(clock::now() - start).count();
+        const vectorlist part = those(list, left);
+        if (number > 1 && (part.vectors.size() < worthtrying || now.budget <= 0.0)) break;
+        const answer found = solve(part, now);
+        if (number == 1) all.first = found;
+        if (found.how == verdict::refused) break;
+        crystal one = crystalof(part, left, found);
+        for (const std::size_t i : one.members) all.latticeof[i] = number;
+        if (number > 1)
+            one.turn =
+                misorientationof(all.each[0].found.lattices[0].basis, found.lattices[0].basis);
+        if (number == 1) {
+            all.remarks = diagnose(list.vectors, found.lattices[0]);
+            if (found.competing > 1)
+                all.remarks.push_back(
+                    whatdecides(found.lattices[0].basis, found.lattices[1].basis));
+        }
+        std::erase_if(left, [&](std::size_t i) { return all.latticeof[i] != 0; });
+        all.each.push_back(one);
+    }
+    std::erase(all.remarks, std::string());
+    return all;
+}
+
+} // namespace torvik::tools
