@@ -108,12 +108,13 @@ bool tellsgeometry(const fs::path& path)
 
 void sortfiles(importoptions& options)
 {
-    std::vector<std::string> measurements;
-    for (const std::string& file : options.files)
-        (tellsgeometry(file) ? options.others : measurements).push_back(file);
-    if (measurements.empty())
+    const auto behind =
+        std::stable_partition(options.files.begin(), options.files.end(),
+                              [](const std::string& file) { return !tellsgeometry(file); });
+    options.others.insert(options.others.end(), behind, options.files.end());
+    options.files.erase(behind, options.files.end());
+    if (options.files.empty())
         throw failure("There is no measurement among the files, only their geometry.");
-    options.files = measurements;
 }
 
 double unitof(const importoptions& options)

@@ -219,22 +219,28 @@ TEST(ImportedExamples, LeadToTheSameFirstSolution)
 }
 
 // Imports a real measurement with the usual choices, runs the program on it, and gives the reduced
-// cell of the first solution.
-cell6 cellfound(const std::string& name)
+// cell of the first solution. The first file is the measurement.
+cell6 cellfound(const std::vector<std::string>& names, const std::vector<std::string>& options)
 {
-    const std::string text = readfile(std::string(TORVIK_SHARED_DATA) + "/" + name);
-    const runresult run = import({name, "-o", "a.idx"}, {{name, text}});
+    namedfiles files;
+    for (const std::string& name : names)
+        files[name] = readfile(std::string(TORVIK_SHARED_DATA) + "/" + name);
+    std::vector<std::string> arguments = names;
+    arguments.insert(arguments.end(), {"-o", "a.idx"});
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const runresult run = import(arguments, files);
     EXPECT_EQ(run.status, 0) << run.errors;
-    const auto files = runtorvik(run.files.at("a.idx")).files;
-    const resultsfile results = readresults(textfile("a_idx.res", files.at("a_idx.res")));
+    const auto written = runtorvik(run.files.at("a.idx")).files;
+    const resultsfile results = readresults(textfile("a_idx.res", written.at("a_idx.res")));
     return cellof(niggli(solutionof(results, 1).basis).basis);
 }
 
-void expectcell(const std::string& name, const cell6& known, double tolerance)
+void expectcell(const std::vector<std::string>& names, const cell6& known, double tolerance,
+                const std::vector<std::string>& options = {})
 {
-    if (!fs::exists(std::string(TORVIK_SHARED_DATA) + "/" + name))
-        GTEST_SKIP() << "there is no file " << name;
-    const cell6 found = cellfound(name);
+    if (!fs::exists(std::string(TORVIK_SHARED_DATA) + "/" + names.front()))
+        GTEST_SKIP() << "there is no file " << names.front();
+    const cell6 found = cellfound(names, options);
     for (std::size_t i = 0; i < 6; ++i)
         EXPECT_NEAR(found[i] / known[i], 1.0, tolerance) << "parameter " << i + 1;
 }
@@ -242,23 +248,44 @@ void expectcell(const std::string& name, const cell6& known, double tolerance)
 // The known cells are those of the publications, or of their data; all are reduced as they stand.
 TEST(ARealMeasurement, OfSucroseLeadsToItsCell)
 {
-    expectcell("sucrose.p4p", {7.7133, 8.6559, 10.8082, 90.0, 102.963, 90.0}, 0.005);
+    expectcell({"sucrose.p4p"}, {7.7133, 8.6559, 10.8082, 90.0, 102.963, 90.0}, 0.005);
 }
 
 TEST(ARealMeasurement, WithOutliersLeadsToItsCell)
 {
-    expectcell("c15h8o4.p4p", {9.2063, 9.5319, 12.5548, 90.0, 90.0, 99.005}, 0.005);
+    expectcell({"c15h8o4.p4p"}, {9.2063, 9.5319, 12.5548, 90.0, 90.0, 99.005}, 0.005);
 }
 
 TEST(ARealMeasurement, OfACubicGrainLeadsToItsCell)
 {
-    expectcell("g3.gve", {4.157, 4.157, 4.157, 90.0, 90.0, 90.0}, 0.005);
+    expectcell({"g3.gve"}, {4.157, 4.157, 4.157, 90.0, 90.0, 90.0}, 0.005);
 }
 
 // One frame tells the direction along the beam worse than the others.
 TEST(ARealMeasurement, OfAStillOfLysozymeLeadsToItsCell)
 {
-    expectcell("lysozyme_still.txt", {36.9, 78.95, 78.95, 90.0, 90.0, 90.0}, 0.02);
+    expectcell({"lysozyme_still.txt"}, {36.9, 78.95, 78.95, 90.0, 90.0, 90.0}, 0.02);
+}
+
+// The distance and the wavelength are those of the files, unrefined.
+TEST(ARealMeasurement, OfAProteinByRotationLeadsToItsCellWithTheRightCentre)
+{
+    expectcell({"SPOT.XDS", "XDS.INP"}, {39.80, 42.45, 42.45, 90.0, 90.0, 90.0}, 0.012,
+               {"--centre", "1235.3", "1279.1"});
+}
+
+// In the reduced cell gamma is 60 or 120 degrees, as the errors of the other two angles have it.
+TEST(ARealMeasurement, OfQuartzByElectronsLeadsToItsCell)
+{
+    expectcell({"quartz_strong.refl", "quartz_imported.expt"},
+               {4.91, 4.91, 5.40, 90.0, 90.0, 60.0}, 0.01);
+}
+
+TEST(Import, TellsOfGeometryWithoutAMeasurement)
+{
+    const runresult run = import({"XDS.INP"}, {{"XDS.INP", "NX=1\n"}});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.errors, "Error: There is no measurement among the files, only their geometry.\n");
 }
 
 } // namespace
