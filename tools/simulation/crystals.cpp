@@ -8,7 +8,7 @@
 #include <numbers>
 #include <numeric>
 #include <string>
-#include <tuple>
+#include <utility>
 
 namespace torvik::tools {
 
@@ -27,6 +27,24 @@ std::int64_t determinant(const millerindices& u, const millerindices& v, const m
         return static_cast<std::int64_t>(v[i]) * w[j] - static_cast<std::int64_t>(v[j]) * w[i];
     };
     return u[0] * minor(1, 2) + u[1] * minor(2, 0) + u[2] * minor(0, 1);
+}
+
+// Each is kept with its length in millionths of the unit: equal lengths of a symmetric cell are equal
+// then, whatever the last bits of their computation.
+using rankedindices = std::pair<long, millerindices>;
+
+std::vector<rankedindices> indicesupto(double limit, const matrix3& D, const matrix3& R,
+                                       double unit)
+{
+    millerindices last = {};
+    for (int i = 0; i < 3; ++i)
+        last[static_cast<std::size_t>(i)] = static_cast<int>(limit * rowof(D, i).length());
+    std::vector<rankedindices> found;
+    foreachpair(last, [&](const millerindices& hkl) {
+        const double length = vectorof(hkl, R).length();
+        if (length <= limit) found.emplace_back(std::lround(1e6 * length / unit), hkl);
+    });
+    return found;
 }
 
 } // namespace
@@ -132,28 +150,18 @@ std::vector<millerindices> shortestindices(const matrix3& D, int count)
 {
     const matrix3 R = reciprocalof(D);
     const double unit = cuberoot(std::fabs(R.determinant()));
-    for (double limit = cuberoot(static_cast<double>(count)) * unit;; limit *= 1.25) {
-        // Each is kept with its length in millionths of the unit: equal lengths of a symmetric cell
-        // are equal then, whatever the last bits of their computation.
-        std::vector<std::tuple<long, int, int, int>> found;
-        const auto last = [&](int i) { return static_cast<int>(limit * rowof(D, i).length()); };
-        for (int h = 0; h <= last(0); ++h)
-            for (int k = -last(1); k <= last(1); ++k)
-                for (int l = -last(2); l <= last(2); ++l) {
-                    const bool opposite = h == 0 && (k < 0 || (k == 0 && l <= 0));
-                    if (opposite) continue;
-                    const double length = vectorof({h, k, l}, R).length();
-                    if (length <= limit)
-                        found.emplace_back(std::lround(1e6 * length / unit), h, k, l);
-                }
-        if (found.size() < static_cast<std::size_t>(count)) continue;
-        std::sort(found.begin(), found.end());
-        found.resize(static_cast<std::size_t>(count));
-        std::vector<millerindices> indices;
-        indices.reserve(found.size());
-        for (const auto& [length, h, k, l] : found) indices.push_back({h, k, l});
-        return indices;
+    double limit = cuberoot(static_cast<double>(count)) * unit;
+    auto found = indicesupto(limit, D, R, unit);
+    while (found.size() < static_cast<std::size_t>(count)) {
+        limit *= 1.25;
+        found = indicesupto(limit, D, R, unit);
     }
+    std::sort(found.begin(), found.end());
+    found.resize(static_cast<std::size_t>(count));
+    std::vector<millerindices> indices;
+    indices.reserve(found.size());
+    for (const auto& [length, hkl] : found) indices.push_back(hkl);
+    return indices;
 }
 
 bool spanall(const std::vector<millerindices>& indices)

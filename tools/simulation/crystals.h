@@ -66,6 +66,16 @@ matrix3 reciprocalof(const matrix3& D);
 // The reciprocal-lattice vector of indices, the rows of R being a*, b*, c*.
 vector3 vectorof(const millerindices& hkl, const matrix3& R);
 
+// Visits all indices up to `last` in magnitude, one of each pair of opposite ones, but 0 0 0.
+template <class visitor>
+void foreachpair(const millerindices& last, const visitor& visit)
+{
+    for (int h = 0; h <= last[0]; ++h)
+        for (int k = h == 0 ? 0 : -last[1]; k <= last[1]; ++k)
+            for (int l = h == 0 && k == 0 ? 1 : -last[2]; l <= last[2]; ++l)
+                visit(millerindices{h, k, l});
+}
+
 // The indices of the `count` shortest reciprocal-lattice vectors, one of each pair of opposite
 // ones, the shortest first.
 std::vector<millerindices> shortestindices(const matrix3& D, int count);

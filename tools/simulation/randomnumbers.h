@@ -21,7 +21,7 @@ public:
     // A whole number in low..high, both included.
     int whole(int low, int high)
     {
-        const auto range = static_cast<std::uint64_t>(high - low + 1);
+        const std::uint64_t range = static_cast<std::uint64_t>(high - low) + 1;
         return low + static_cast<int>(engine_() % range);
     }
 

@@ -47,6 +47,9 @@ void checkcrystal(const simulationrequest& asked)
 {
     if (asked.cell) {
         checkcell(*asked.cell);
+        for (std::size_t i = 0; i < 3; ++i)
+            require((*asked.cell)[i] >= 1.0 && (*asked.cell)[i] <= 1e5,
+                    "The edges of the cell must be 1 to 100000 angstroms.");
         primitivetransformation(asked.centring); // a failure if there is no such centring
         return;
     }
@@ -69,7 +72,8 @@ void checkcounts(const simulationrequest& asked)
 {
     require(asked.reflections >= 4 && asked.reflections <= 999,
             "The number of reflections must be 4 to 999.");
-    require(asked.pool >= 1, "The pool must be at least 1 times the reflections.");
+    require(asked.pool >= 1 && asked.pool <= 1000,
+            "The pool must be 1 to 1000 times the reflections.");
     require(asked.wrong >= 0 && asked.wrong <= asked.reflections - 3,
             "Of " + std::to_string(asked.reflections) + " reflections at most "
                 + std::to_string(asked.reflections - 3)
@@ -172,10 +176,10 @@ std::vector<millerindices> indiceswithin(const simulationrequest& asked,
     const matrix3 R = reciprocalof(lattice.conventional);
     // What lies on a limit lies within it, whatever the last digits.
     const double longest = asked.smallestd ? (1.0 + 1e-9) / *asked.smallestd : 1e30;
-    int last[3] = {};
+    millerindices last = {};
     double box = 1.0;
-    for (int i = 0; i < 3; ++i) {
-        const double edge = rowof(lattice.conventional, i).length() * longest;
+    for (std::size_t i = 0; i < 3; ++i) {
+        const double edge = rowof(lattice.conventional, static_cast<int>(i)).length() * longest;
         const double limit =
             asked.largestindex ? std::min<double>(edge, *asked.largestindex) : edge;
         box *= 2.0 * limit + 1.0;
@@ -186,14 +190,11 @@ std::vector<millerindices> indiceswithin(const simulationrequest& asked,
     // Whole combinations of the primitive reciprocal vectors are those whose indices come out whole.
     const matrix3 P = lattice.primitive.multiply(R.transpose());
     std::vector<millerindices> found;
-    for (int h = 0; h <= last[0]; ++h)
-        for (int k = h == 0 ? 0 : -last[1]; k <= last[1]; ++k)
-            for (int l = h == 0 && k == 0 ? 1 : -last[2]; l <= last[2]; ++l) {
-                const millerindices conventional = {h, k, l};
-                if (vectorof(conventional, R).length() > longest) continue;
-                const vector3 primitive = P.multiply(vector3(conventional));
-                if (offwhole(primitive) < 0.1) found.push_back(nearestindices(primitive));
-            }
+    foreachpair(last, [&](const millerindices& conventional) {
+        if (vectorof(conventional, R).length() > longest) return;
+        const vector3 primitive = P.multiply(vector3(conventional));
+        if (offwhole(primitive) < 0.1) found.push_back(nearestindices(primitive));
+    });
     return found;
 }
 

@@ -106,7 +106,7 @@ struct simulated {
 // same reflections on every machine, and a change of noise, scale or offset changes nothing else.
 // Throws a failure that says so if something that is asked for is impossible.
 //
-// 40 reflections take some 50 microseconds.
+// 40 reflections take some 60 microseconds.
 simulated simulate(const simulationrequest& asked);
 
 // The same with numbers drawn from an engine that goes on.

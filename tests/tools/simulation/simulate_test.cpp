@@ -272,6 +272,10 @@ TEST(ASimulation, RefusesWhatCannotBe)
                   asked.volume = 1e9;
               }),
               "Too many reflections lie within the limits: give a larger d spacing.");
+    EXPECT_EQ(refusal([](auto& asked) { asked.cell = cell6{0.5, 1, 1, 90, 90, 90}; }),
+              "The edges of the cell must be 1 to 100000 angstroms.");
+    EXPECT_EQ(refusal([](auto& asked) { asked.cell = cell6{3, 3, 100000, 90, 90, 90}; }),
+              "No choice of 20 reflections spans the lattice: ask for more, or for wider limits.");
     EXPECT_EQ(refusal([](auto& asked) { asked.volume = NAN; }),
               "The volume of the primitive cell must be 1 to 1000000000 cubic angstroms.");
     EXPECT_EQ(refusal([](auto& asked) {
