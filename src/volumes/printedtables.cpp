@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <vector>
 
 namespace torvik {
@@ -87,6 +88,18 @@ void computerows(const tripleproducts& products, int kind, const double* P,
     }
 }
 
+// The same for any number of rows, in parts that need little memory.
+void computeall(const tripleproducts& products, int kind, const double* P,
+                const std::vector<std::size_t>& rows, periodogramtable& table)
+{
+    constexpr std::size_t atonce = 4096;
+    for (std::size_t first = 0; first < rows.size(); first += atonce) {
+        const auto begin = rows.begin() + static_cast<std::ptrdiff_t>(first);
+        const auto count = std::min(atonce, rows.size() - first);
+        computerows(products, kind, P, {begin, begin + static_cast<std::ptrdiff_t>(count)}, table);
+    }
+}
+
 } // namespace
 
 double printedphase(double S, double C)
@@ -117,7 +130,7 @@ void computetable(const tripleproducts& products, int kind, const double* P, std
         rows = unsettledrows(table, rows);
     }
     table.plainrows = static_cast<int>(rows.size());
-    computerows(products, kind, P, rows, table);
+    computeall(products, kind, P, rows, table);
 }
 
 } // namespace torvik

@@ -277,8 +277,8 @@ TEST(ARealMeasurement, OfAProteinByRotationLeadsToItsCellWithTheRightCentre)
 // In the reduced cell gamma is 60 or 120 degrees, as the errors of the other two angles have it.
 TEST(ARealMeasurement, OfQuartzByElectronsLeadsToItsCell)
 {
-    expectcell({"quartz_strong.refl", "quartz_imported.expt"},
-               {4.91, 4.91, 5.40, 90.0, 90.0, 60.0}, 0.01);
+    expectcell({"quartz_strong.refl", "quartz_imported.expt"}, {4.91, 4.91, 5.40, 90.0, 90.0, 60.0},
+               0.01);
 }
 
 TEST(Import, TellsOfGeometryWithoutAMeasurement)

@@ -88,8 +88,8 @@ TEST(Solve, WritesIndicesThatTheBasisGives)
 
 TEST(Solve, PrintsTheFileInsteadWhenItIsAskedTo)
 {
-    const runresult run = solvewith({"a.txt", "--json", "--volume", "200", "1500"},
-                                    {{"a.txt", listof(usual())}});
+    const runresult run =
+        solvewith({"a.txt", "--json", "--volume", "200", "1500"}, {{"a.txt", listof(usual())}});
     EXPECT_EQ(json::parse(run.output)["verdict"], "solved");
 }
 
