@@ -60,7 +60,7 @@ std::string zshescaped(const std::string& text)
     return safe;
 }
 
-std::string zshspecification(const optionentry& option, const std::string& name)
+std::string zshargument(const optionentry& option, const std::string& name)
 {
     std::string text = name + "[" + zshescaped(brief(option.meaning)) + "]";
     if (option.value.empty()) return text;
@@ -115,7 +115,7 @@ std::string zshcompletion(const commandtree& program)
         cases += "        " + command.name + ")\n            _arguments \\\n";
         for (const optionentry& option : command.options)
             for (const std::string& name : option.names)
-                cases += "                " + quoted(zshspecification(option, name)) + " \\\n";
+                cases += "                " + quoted(zshargument(option, name)) + " \\\n";
         cases += "                '*:file:_files' ;;\n";
     }
     return "#compdef torvik-tools\n"
