@@ -1,6 +1,7 @@
 #include "reporting/report.h"
 
 #include "base/failure.h"
+#include "base/process.h"
 #include "base/terminal.h"
 #include "base/textfile.h"
 #include "formats/idxfile.h"
@@ -109,7 +110,7 @@ bool logbelongs(const loghead& head, const resultsfile& results)
 // are found; the periodogram is of all reflections, as before.
 std::optional<logged> runforlog(const std::string& program, const std::string& input)
 {
-    const scratchfolder folder;
+    const temporarydirectory folder;
     writewhole(folder.path() / "a.idx", input
                                             + "\n_CreateLogFile\n1\n_SaveLePage\n0\n"
                                               "_FractionOfSupportingReflections\n1e-7\n");

@@ -1,32 +1,17 @@
 #include "reporting/programrun.h"
 
-#include "base/failure.h"
-
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
+#include <filesystem>
 #include <system_error>
 
 extern char** environ; // NOLINT(readability-redundant-declaration): not all systems declare it
 
 namespace torvik::tools {
-
-scratchfolder::scratchfolder()
-{
-    std::string name = (std::filesystem::temp_directory_path() / "torvik-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw failure("Cannot make a folder for a run.");
-    path_ = name;
-}
-
-scratchfolder::~scratchfolder()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
 
 std::string programtorun(const std::string& asked)
 {

@@ -6,25 +6,6 @@
 
 namespace torvik::tools {
 
-// A folder that goes when it is no longer needed.
-class scratchfolder {
-public:
-    scratchfolder();
-    scratchfolder(const scratchfolder&) = delete;
-    scratchfolder& operator=(const scratchfolder&) = delete;
-    scratchfolder(scratchfolder&&) = delete;
-    scratchfolder& operator=(scratchfolder&&) = delete;
-    ~scratchfolder();
-
-    [[nodiscard]] const std::filesystem::path& path() const
-    {
-        return path_;
-    }
-
-private:
-    std::filesystem::path path_;
-};
-
 // The program: the one that is asked for; else the Torvik beside torvik-tools; else that of the PATH.
 std::string programtorun(const std::string& asked);
 

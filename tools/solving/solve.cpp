@@ -120,7 +120,7 @@ void judge(const pool& candidates, bool still, answer& found)
                            : "The best lattice is no better than chance could make one.";
         return;
     }
-    const double least = std::max(candidates.best() - leadneeded, evidenceneeded - leadneeded);
+    const double least = candidates.best() - leadneeded;
     found.competing = static_cast<std::size_t>(
         std::count_if(found.lattices.begin(), found.lattices.end(),
                       [&](const assessment& one) { return one.evidence > least; }));
