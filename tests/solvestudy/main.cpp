@@ -3,12 +3,13 @@
 //   torvik_solvestudy [TRIALS [SECONDS]]     crystals of each kind, 25 by default, and the budget of
 //                                            each, 10 seconds by default
 //
-// Prints the table of docs/solve.md.
+// Prints the tables of docs/solve.md: by reflections, wrong ones and noise; and by volume.
 
 #include "lattice/relations.h"
 #include "simulation/simulate.h"
 #include "solving/solve.h"
 
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -25,9 +26,19 @@ struct tally {
     int ambiguous = 0;
     int withtruth = 0; // ambiguous, and the truth is among the lattices named
     int refused = 0;
+    int trials = 0;
     double runs = 0.0;
     double seconds = 0.0;
+
+    [[nodiscard]] double percent(int count) const
+    {
+        return 100.0 * count / trials;
+    }
 };
+
+// Thirds of the range of volumes, evenly in the logarithm.
+constexpr int volumeclasses = 3;
+using byvolume = std::array<tally, volumeclasses>;
 
 bool same(const matrix3& D, const matrix3& E)
 {
@@ -51,8 +62,10 @@ vectorlist scattered(const simulated& made, randomnumbers& random)
     return list;
 }
 
-void tryone(const simulationrequest& asked, bool nolattice, double budget, tally& sums)
+tally tried(const simulationrequest& asked, bool nolattice, double budget)
 {
+    tally sums;
+    sums.trials = 1;
     const simulated made = simulate(asked);
     vectorlist list;
     for (const auto& one : made.reflections) list.vectors.push_back(one.measured);
@@ -80,6 +93,28 @@ void tryone(const simulationrequest& asked, bool nolattice, double budget, tally
         break;
     default: ++sums.refused;
     }
+    return sums;
+}
+
+void add(tally& sums, const tally& one)
+{
+    sums.right += one.right;
+    sums.wrong += one.wrong;
+    sums.ambiguous += one.ambiguous;
+    sums.withtruth += one.withtruth;
+    sums.refused += one.refused;
+    sums.trials += one.trials;
+    sums.runs += one.runs;
+    sums.seconds += one.seconds;
+}
+
+void printrest(const tally& sums)
+{
+    std::printf(" %.0f | %.0f | %.0f (%.0f) | %.0f | %.1f | %.2f |\n", sums.percent(sums.right),
+                sums.percent(sums.wrong), sums.percent(sums.ambiguous),
+                sums.percent(sums.withtruth), sums.percent(sums.refused), sums.runs / sums.trials,
+                sums.seconds / sums.trials);
+    std::fflush(stdout);
 }
 
 struct kind {
@@ -88,7 +123,7 @@ struct kind {
     bool nolattice;
 };
 
-void row(const kind& what, double noise, int trials, double budget)
+void row(const kind& what, double noise, int trials, double budget, byvolume& volumes)
 {
     tally sums;
     for (int i = 0; i < trials; ++i) {
@@ -100,15 +135,27 @@ void row(const kind& what, double noise, int trials, double budget)
         asked.wrong = what.wrong;
         asked.smallestd = 1.0;
         asked.noise = noise;
-        tryone(asked, what.nolattice, budget, sums);
+        const tally one = tried(asked, what.nolattice, budget);
+        add(sums, one);
+        if (!what.nolattice)
+            add(volumes[static_cast<std::size_t>(volumeclasses * i / trials)], one);
     }
-    const auto percent = [&](int count) { return 100.0 * count / trials; };
-    std::printf("| %d | %s | %.0f %% | %.0f | %.0f | %.0f (%.0f) | %.0f | %.1f | %.2f |\n",
-                what.reflections, what.nolattice ? "all" : std::to_string(what.wrong).c_str(),
-                100.0 * noise, percent(sums.right), percent(sums.wrong), percent(sums.ambiguous),
-                percent(sums.withtruth), percent(sums.refused), sums.runs / trials,
-                sums.seconds / trials);
-    std::fflush(stdout);
+    std::printf("| %d | %s | %.0f %% |", what.reflections,
+                what.nolattice ? "all" : std::to_string(what.wrong).c_str(), 100.0 * noise);
+    printrest(sums);
+}
+
+void printbyvolume(const byvolume& volumes)
+{
+    std::puts("\n| Volume | Right | Wrong | Ambiguous (with truth) | Refused | Runs | Seconds |\n"
+              "|---|--:|--:|--:|--:|--:|--:|");
+    for (int i = 0; i < volumeclasses; ++i) {
+        const auto limit = [](int step) {
+            return 200.0 * std::pow(10.0, static_cast<double>(step) / volumeclasses);
+        };
+        std::printf("| %.0f to %.0f |", limit(i), limit(i + 1));
+        printrest(volumes[static_cast<std::size_t>(i)]);
+    }
 }
 
 } // namespace
@@ -123,8 +170,10 @@ int main(int argc, char** argv)
     const std::vector<kind> kinds = {{12, 0, false},  {20, 0, false}, {20, 6, false},
                                      {20, 10, false}, {40, 0, false}, {40, 20, false},
                                      {20, 0, true}};
+    byvolume volumes;
     for (const kind& what : kinds)
         for (const double noise : {0.0, 0.01, 0.02, 0.04})
-            if (!what.nolattice || noise == 0.01) row(what, noise, trials, budget);
+            if (!what.nolattice || noise == 0.01) row(what, noise, trials, budget, volumes);
+    printbyvolume(volumes);
     return 0;
 }
