@@ -2,7 +2,8 @@
 # Builds Torvik and runs all its tests.
 #
 #   ./test.sh [--long] [LABEL]      all tests, or those of one label: unit, property, golden, install,
-#                                   equivalence, structure, static, truth, faults, fuzz, manual, tools;
+#                                   equivalence, structure, static, truth, faults, fuzz, manual, tools,
+#                                   workflow;
 #                                   with --long, many more cases in those that try random ones
 #   ./test.sh --sanitize [PRESET]   the tests under AddressSanitizer, UndefinedBehaviorSanitizer and
 #                                   valgrind; or under one of them: asan, ubsan, valgrind
@@ -17,7 +18,7 @@ cd "$(dirname "$0")"
 . scripts/install.sh
 
 usage() {
-    sed -n '4,8s/^# \{0,3\}//p' "$0" >&2
+    sed -n '4,9s/^# \{0,3\}//p' "$0" >&2
     exit 1
 }
 
@@ -29,7 +30,7 @@ case ${1:-} in
         [[ $# -le 2 && $presets =~ ^(asan ubsan valgrind|asan|ubsan|valgrind)$ ]] || usage
         set -- ;;
 esac
-labels='unit|property|golden|install|equivalence|structure|static|truth|faults|fuzz|manual|tools'
+labels='unit|property|golden|install|equivalence|structure|static|truth|faults|fuzz|manual|tools|workflow'
 [[ $# -le 1 && ${1:-unit} =~ ^($labels)$ ]] || usage
 need "The tests of Torvik" g++=g++ make=make cmake=cmake clang=clang++ clang-format=clang-format \
     libgtest-dev=/usr/include/gtest/gtest.h nlohmann-json3-dev=/usr/include/nlohmann/json.hpp \
@@ -38,7 +39,8 @@ need "The tests of Torvik" g++=g++ make=make cmake=cmake clang=clang++ clang-for
     libbenchmark-dev=/usr/include/benchmark/benchmark.h python3=python3 binutils=objdump \
     clang-tidy=clang-tidy cppcheck=cppcheck pandoc=pandoc weasyprint=weasyprint \
     poppler-utils=pdftotext \
-    nodejs=node npm=npm chromium=chromium
+    nodejs=node npm=npm chromium=chromium snakemake=snakemake \
+    python3-gemmi=/usr/lib/python3/dist-packages/gemmi-examples slurm-wlm=/usr/sbin/slurmctld munge=/usr/sbin/munged
 
 build() {
     cmake --preset "$1" && cmake --build --preset "$1" -j "$(nproc)"

@@ -31,6 +31,7 @@ void addcommands(CLI::App& program)
     torvik::tools::addreport(program);
     torvik::tools::addgenerate(program);
     torvik::tools::addsolve(program);
+    torvik::tools::addbatch(program);
 }
 
 } // namespace

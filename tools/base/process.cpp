@@ -102,10 +102,15 @@ ending runprocess(const std::filesystem::path& program, const std::vector<std::s
     }
 }
 
-std::filesystem::path torvikprogram()
+std::filesystem::path thisprogram()
 {
     std::error_code none;
-    const auto self = std::filesystem::read_symlink("/proc/self/exe", none);
+    return std::filesystem::read_symlink("/proc/self/exe", none);
+}
+
+std::filesystem::path torvikprogram()
+{
+    const std::filesystem::path self = thisprogram();
     if (!self.empty() && executable(self.parent_path() / "Torvik"))
         return self.parent_path() / "Torvik";
     const char* path = std::getenv("PATH");

@@ -17,6 +17,9 @@ ending runprocess(const std::filesystem::path& program, const std::vector<std::s
                   const std::filesystem::path& folder, double seconds,
                   const std::atomic<bool>& stop);
 
+// The file of the program that runs; empty if the system does not tell.
+std::filesystem::path thisprogram();
+
 // Where Torvik is: beside this program, else on the PATH. Throws a failure that says where it was
 // looked for.
 std::filesystem::path torvikprogram();

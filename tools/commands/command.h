@@ -22,6 +22,7 @@ void addscore(CLI::App& program);
 void addreport(CLI::App& program);
 void addgenerate(CLI::App& program); // in no help
 void addsolve(CLI::App& program);
+void addbatch(CLI::App& program);
 
 // Adds a subcommand whose options live as long as it does.
 template <typename options>

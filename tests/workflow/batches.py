@@ -1,0 +1,127 @@
+"""What the tests of the workflow have in common: crystals that are simulated, and batches of them."""
+
+from __future__ import annotations
+
+import json
+import os
+import shutil
+import signal
+import sqlite3
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+PROJECT = Path(__file__).resolve().parents[2]
+WORKFLOW = PROJECT / "workflow"
+TOOLS = os.environ.get("TORVIK_TOOLS", str(PROJECT / "build/torvik-tools"))
+LONG = bool(os.environ.get("TORVIK_LONG"))
+PATIENCE = 600.0  # seconds, for what should take some
+
+sys.path.insert(0, str(WORKFLOW))
+
+
+class InAFolder(unittest.TestCase):
+    """Tests in a new folder, which is the working directory."""
+
+    def setUp(self) -> None:
+        self.folder = Path(tempfile.mkdtemp(prefix="torvik_batch_"))
+        self.folder.chmod(0o755)
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        before = os.getcwd()
+        self.addCleanup(os.chdir, before)
+        os.chdir(self.folder)
+
+
+def simulate(output: str, *arguments: object) -> None:
+    """Makes input files of crystals, without their truth."""
+    Path(output).parent.mkdir(parents=True, exist_ok=True)
+    subprocess.run([TOOLS, "simulate", "-o", output, *map(str, arguments)], check=True,
+                   capture_output=True)
+    for truth in Path(output).parent.glob("*.truth.json"):
+        truth.unlink()
+
+
+# A cell that is solved within a tenth of a second.
+EASY = ("--cell", "5 6 7 90 90 90", "-n", 12, "--noise", 0.005)
+
+
+def easycrystals(count: int, where: str = "data", seed: int = 1) -> None:
+    simulate(f"{where}/s{seed}.idx", *EASY, "--crystals", count, "--seed", seed)
+
+
+class Batch:
+    """A call of torvik-tools batch that goes on in the background."""
+
+    def __init__(self, *arguments: str, environment: dict | None = None) -> None:
+        self.process = subprocess.Popen([TOOLS, "batch", *arguments], stdout=subprocess.PIPE,
+                                        stderr=subprocess.PIPE, text=True,
+                                        env=environment or dict(os.environ))
+
+    def end(self) -> tuple[int, str, str]:
+        output, errors = self.process.communicate(timeout=PATIENCE)
+        return self.process.returncode, output, errors
+
+    def send(self, how: signal.Signals) -> None:
+        self.process.send_signal(how)
+
+
+def batch(*arguments: str, environment: dict | None = None) -> tuple[int, str, str]:
+    """Status, output and errors of a call."""
+    return Batch(*arguments, environment=environment).end()
+
+
+def recordlines(output: str, place: str = "work/solved") -> list[str]:
+    return [line for path in sorted(Path(output, place).glob("*.jsonl"))
+            for line in path.read_text(encoding="utf-8").splitlines()]
+
+
+def recorded(output: str, place: str = "work/solved") -> list[dict]:
+    return [json.loads(line) for line in recordlines(output, place)]
+
+
+def waitfor(condition, what: str) -> None:
+    end = time.monotonic() + PATIENCE
+    while not condition():
+        if time.monotonic() > end:
+            raise AssertionError(f"{what} did not happen in {PATIENCE} seconds")
+        time.sleep(0.05)
+
+
+def table(output: str, query: str, *values: object) -> list[tuple]:
+    database = sqlite3.connect(Path(output, "crystals.sqlite"))
+    try:
+        return database.execute(query, values).fetchall()
+    finally:
+        database.close()
+
+
+def processesin(folder: Path) -> list[int]:
+    """All processes whose working directory is in a folder."""
+    found = []
+    for entry in Path("/proc").iterdir():
+        if entry.name.isdigit():
+            try:
+                where = Path(os.readlink(entry / "cwd"))
+            except OSError:
+                continue
+            if where == folder or folder in where.parents:
+                found.append(int(entry.name))
+    return [number for number in found if number != os.getpid()]
+
+
+def killall(folder: Path) -> None:
+    """What a power failure does to a batch."""
+    while numbers := processesin(folder):
+        for number in numbers:
+            try:
+                os.kill(number, signal.SIGKILL)
+            except ProcessLookupError:
+                pass
+        time.sleep(0.05)
+        numbers = [n for n in numbers if Path(f"/proc/{n}/stat").exists()
+                   and ") Z " not in Path(f"/proc/{n}/stat").read_text(encoding="utf-8")]
+        if not numbers:
+            return

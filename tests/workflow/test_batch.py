@@ -1,0 +1,320 @@
+"""torvik-tools batch, as a user calls it."""
+
+from __future__ import annotations
+
+import csv
+import html.parser
+import json
+import os
+import shutil
+import signal
+import subprocess
+import sys
+import unittest
+from pathlib import Path
+
+from batches import (LONG, TOOLS, Batch, InAFolder, batch, easycrystals, killall, recorded, recordlines,
+                     simulate, table, waitfor)
+
+EASYVOLUME = 5 * 6 * 7
+
+
+class ABatch(InAFolder):
+    def test_solves_all_crystals_of_a_folder_and_sums_them_up(self) -> None:
+        count = 200 if LONG else 12
+        easycrystals(count)
+        status, output, errors = batch("data", "-o", "out")
+        self.assertEqual(status, 0, errors)
+        self.assertIn(f"{count} crystals: {count} solved.", output)
+        self.assertIn("Written: out/overview.html, out/crystals.csv, out/crystals.sqlite", output)
+        (volume, crystals, bravais), = table("out", "SELECT volume, crystals, bravais FROM cluster")
+        self.assertEqual((crystals, bravais), (count, "oP"))
+        self.assertAlmostEqual(volume / EASYVOLUME, 1.0, delta=0.01)
+        for file, solution in table("out", "SELECT file, solution FROM crystal"):
+            held = json.loads(Path("out", solution).read_text(encoding="utf-8"))
+            self.assertEqual(held["input"], Path(file).name)
+            self.assertEqual(held["verdict"], "solved")
+
+    def test_gives_each_crystal_the_answer_of_solve(self) -> None:
+        easycrystals(3)
+        self.assertEqual(batch("data", "-o", "out")[0], 0)
+        for file, *cell in table("out", "SELECT file, a, b, c, alpha, beta, gamma FROM crystal"):
+            subprocess.run([TOOLS, "solve", file, "-o", "alone", "--jobs", "1"], check=True,
+                           capture_output=True)
+            alone = json.loads(Path("alone.solution.json").read_text(encoding="utf-8"))["cell"]
+            names = ("a", "b", "c", "alpha", "beta", "gamma")
+            self.assertEqual(cell, [alone[name] for name in names])
+
+    def test_has_one_row_for_each_crystal_in_the_database_the_table_and_the_page(self) -> None:
+        easycrystals(3)
+        Path("data/odd, \"name\" <b>.csv").write_text("nothing", encoding="utf-8")
+        Path(os.fsdecode(b"data/bytes\xff.csv")).write_text("nothing", encoding="utf-8")
+        self.assertEqual(batch("data", "-o", "out")[0], 0)
+        rows = table("out", "SELECT * FROM crystal ORDER BY number")
+        with open("out/crystals.csv", newline="", encoding="utf-8") as file:
+            names, *lines = csv.reader(file)
+        self.assertEqual([tuple("" if value is None else str(value) for value in row) for row in rows],
+                         [tuple(line) for line in lines])
+        self.assertEqual(len(rows), 5)
+        at = names.index("file")
+        page = CellsOf(Path("out/overview.html").read_text(encoding="utf-8")).texts
+        for row in rows:
+            self.assertIn(row[at], page)
+
+    def test_lets_a_bad_input_fail_alone(self) -> None:
+        easycrystals(3)
+        Path("data/bad.csv").write_text("x,y,z\n1,2\n", encoding="utf-8")
+        Path("data/empty.idx").write_text("", encoding="utf-8")
+        Path("data/gone.idx").symlink_to("nowhere")
+        Path("data/few.csv").write_text("x,y,z\n.1,.2,.3\n.3,.1,.2\n", encoding="utf-8")
+        status, output, errors = batch("data", "-o", "out")
+        self.assertEqual(status, 0, errors)
+        self.assertIn("7 crystals: 3 solved, 1 refused, 3 failed.", output)
+        reasons = dict(table("out", "SELECT file, reason FROM crystal WHERE verdict = 'failed'"))
+        self.assertEqual({Path(file).name for file in reasons}, {"bad.csv", "empty.idx", "gone.idx"})
+        self.assertIn("bad.csv", reasons[str(self.folder / "data/bad.csv")])
+
+    def test_keeps_what_is_asked_for(self) -> None:
+        easycrystals(1)
+        kept = {"all": {".solution.json", ".solution.idx", ".solution_idx.res"},
+                "solutions": {".solution.json"}, "none": set()}
+        for keep, endings in kept.items():
+            self.assertEqual(batch("data", "-o", keep, "--keep", keep)[0], 0)
+            names = {path.name for path in Path(keep, "crystals").glob("*/*")}
+            self.assertEqual({name[name.index(".solution"):] for name in names}, endings)
+
+    def test_shows_how_far_it_is(self) -> None:
+        easycrystals(4)
+        errors = batch("data", "-o", "out")[2]
+        self.assertIn("4 crystals, 4 of them new.", errors)
+        self.assertIn("First pass: 4 of 4 crystals (4 solved)", errors)
+
+
+class TheSecondPass(InAFolder):
+    def test_solves_what_was_refused_with_the_cell_of_the_others(self) -> None:
+        cell = ("--cell", "7.1 8.3 9.9 82 95 101", "--volume-factor", 0)
+        simulate("data/good.idx", *cell, "-n", 24, "--noise", 0.005, "--crystals", 4, "--seed", 10)
+        simulate("data/poor.idx", *cell, "-n", 22, "--noise", 0.02, "--wrong", 14, "--pool", 4,
+                 "--crystals", 4, "--seed", 20)
+        status, output, errors = batch("data", "-o", "out", "--budget", "4")
+        self.assertEqual(status, 0, errors)
+        poor = table("out", "SELECT verdict, pass, cluster, volume FROM crystal "
+                            "WHERE file LIKE '%poor%'")
+        self.assertEqual(len(poor), 4)
+        late = [row for row in poor if row[1] == 2]
+        self.assertGreaterEqual(len(late), 2, output)
+        good, = table("out", "SELECT volume, later, tried FROM cluster WHERE number = 1")
+        self.assertEqual(good[1:], (len(late), 1))
+        for verdict, _, cluster, volume in late:
+            self.assertEqual((verdict, cluster), ("solved", 1))
+            self.assertAlmostEqual(volume / good[0], 1.0, delta=0.05)
+        self.assertIn("were solved with a cell of others", output)
+        self.assertIn("Second pass", errors)
+
+    def test_has_nothing_to_try_if_no_three_crystals_agree(self) -> None:
+        easycrystals(2)
+        Path("data/few.csv").write_text("x,y,z\n.1,.2,.3\n.3,.1,.2\n", encoding="utf-8")
+        self.assertEqual(batch("data", "-o", "out")[0], 0)
+        self.assertEqual(json.loads(Path("out/consensus.json").read_text(encoding="utf-8"))["tried"], [])
+        self.assertEqual(recorded("out", "work/again/solved"), [])
+
+
+class TheSameCall(InAFolder):
+    def test_again_does_nothing_again(self) -> None:
+        easycrystals(4)
+        first = batch("data", "-o", "out")[1]
+        before = recordlines("out")
+        status, output, errors = batch("data", "-o", "out")
+        self.assertEqual((status, output), (0, first))
+        self.assertEqual(recordlines("out"), before)
+        self.assertIn("4 crystals, 0 of them new.", errors)
+
+    def test_with_new_inputs_solves_these_alone(self) -> None:
+        easycrystals(4)
+        self.assertEqual(batch("data", "-o", "out")[0], 0)
+        before = recordlines("out")
+        easycrystals(2, seed=50)
+        status, output, _ = batch("data", "-o", "out")
+        self.assertEqual(status, 0)
+        self.assertIn("6 crystals: 6 solved.", output)
+        self.assertEqual(recordlines("out")[:4], before)
+        self.assertEqual(len(recordlines("out")), 6)
+
+    def test_solves_an_input_that_has_changed_and_its_neighbours_not(self) -> None:
+        easycrystals(3)
+        self.assertEqual(batch("data", "-o", "out", "--group", "3")[0], 0)
+        simulate("other.idx", "--cell", "9 10 11 90 90 90", "-n", 12, "--noise", 0.005)
+        shutil.copy("other.idx", "data/s1_002.idx")
+        self.assertEqual(batch("data", "-o", "out")[0], 0)
+        self.assertEqual([one["number"] for one in recorded("out")], [1, 2, 3, 2])
+        (volume,), = table("out", "SELECT volume FROM crystal WHERE number = 2")
+        self.assertAlmostEqual(volume / 990, 1.0, delta=0.02)
+
+    def test_with_other_settings_is_refused(self) -> None:
+        easycrystals(1)
+        self.assertEqual(batch("data", "-o", "out")[0], 0)
+        before = recordlines("out")
+        status, _, errors = batch("data", "-o", "out", "--budget", "7")
+        self.assertEqual(status, 1)
+        self.assertIn("were solved with other settings (budget: 30.0, not 7.0)", errors)
+        self.assertEqual(recordlines("out"), before)
+
+
+class AnInterruption(InAFolder):
+    COUNT = 60 if LONG else 16
+
+    def setUp(self) -> None:
+        super().setUp()
+        easycrystals(self.COUNT)
+
+    def begin(self) -> Batch:
+        """A batch that has solved some crystals, and has some before it."""
+        started = Batch("data", "-o", "out", "--group", "8", "--jobs", "1")
+        waitfor(lambda: len(recordlines("out")) >= 3, "the third crystal")
+        return started
+
+    def resume(self, before: list[str]) -> None:
+        self.assertLess(len(before), self.COUNT)
+        status, output, errors = batch("data", "-o", "out")
+        self.assertEqual(status, 0, errors)
+        self.assertIn(f"{self.COUNT} crystals: {self.COUNT} solved.", output)
+        after = recordlines("out")
+        whole = [line for line in before if line in after]
+        self.assertEqual(len(whole), len(before))
+        self.assertEqual(sorted(one["number"] for one in recorded("out")),
+                         list(range(1, self.COUNT + 1)))
+
+    def test_by_ctrl_c_ends_in_order_and_loses_nothing(self) -> None:
+        started = self.begin()
+        started.send(signal.SIGINT)
+        status, _, errors = started.end()
+        self.assertEqual(status, 130)
+        self.assertIn("Stopped. The same call goes on from here.", errors)
+        self.resume(recordlines("out"))
+
+    def test_by_a_power_failure_loses_nothing(self) -> None:
+        started = self.begin()
+        killall(self.folder / "out")
+        started.send(signal.SIGKILL)
+        started.end()
+        self.resume(recordlines("out"))
+
+    def test_of_the_command_alone_stops_snakemake_too(self) -> None:
+        started = self.begin()
+        started.send(signal.SIGKILL)
+        started.end()
+        # The group at work goes on to its end; the call that follows waits for it.
+        waitfor(lambda: "Another call is at work" not in batch("data", "-o", "out")[2],
+                "the end of Snakemake")
+        self.assertEqual(sorted(one["number"] for one in recorded("out")),
+                         list(range(1, self.COUNT + 1)))
+
+    def test_of_one_worker_costs_no_crystal(self) -> None:
+        started = self.begin()
+        found = subprocess.run(["pgrep", "-f", "torvikbatch.solving 1"], capture_output=True, text=True,
+                               check=True).stdout.split()
+        ours = [int(number) for number in found
+                if Path(f"/proc/{number}/cwd").resolve() == self.folder / "out"]
+        os.kill(ours[0], signal.SIGKILL)
+        status, output, errors = started.end()
+        self.assertEqual(status, 0, errors)
+        self.assertIn(f"{self.COUNT} crystals: {self.COUNT} solved.", output)
+
+    def test_leaves_a_database_of_before_whole(self) -> None:
+        self.assertEqual(batch("data", "-o", "out")[0], 0)
+        easycrystals(6, seed=80)
+        started = Batch("data", "-o", "out", "--group", "6", "--jobs", "1")
+        waitfor(lambda: len(recordlines("out")) >= self.COUNT + 1, "a new crystal")
+        killall(self.folder / "out")
+        started.end()
+        self.assertEqual(len(table("out", "SELECT * FROM crystal")), self.COUNT)
+
+
+class AMistake(InAFolder):
+    def refused(self, *arguments: str, status: int = 1) -> str:
+        code, output, errors = batch(*arguments)
+        self.assertEqual((code, output), (status, ""), errors)
+        return errors
+
+    def test_without_inputs_is_told(self) -> None:
+        self.assertIn("a measurement, a folder or a list is needed", self.refused(status=2))
+
+    def test_in_a_name_is_told_and_leaves_nothing(self) -> None:
+        self.assertIn("Error: There is no file or folder nowhere.",
+                      self.refused("nowhere", "-o", "out"))
+        self.assertFalse(Path("out").exists())
+
+    def test_of_an_empty_folder_is_told(self) -> None:
+        Path("data").mkdir()
+        self.assertIn("There is no measurement: in a folder, files are taken that end in",
+                      self.refused("data", "-o", "out"))
+
+    def test_of_a_folder_that_holds_other_files_changes_nothing_there(self) -> None:
+        easycrystals(1)
+        before = os.listdir("data")
+        self.assertIn("holds other files. Please give a new folder.",
+                      self.refused("data", "-o", "data"))
+        self.assertEqual(os.listdir("data"), before)
+
+    def test_of_two_calls_at_once_is_told_to_the_second(self) -> None:
+        easycrystals(8)
+        started = Batch("data", "-o", "out")
+        waitfor(lambda: recordlines("out"), "the first crystal")
+        self.assertIn("Another call is at work in", self.refused("data", "-o", "out"))
+        self.assertEqual(started.end()[0], 0)
+
+    def test_of_slurm_where_there_is_none_is_told(self) -> None:
+        easycrystals(1)
+        bare = self.folder / "bin"
+        bare.mkdir()
+        (bare / "python3").symlink_to(sys.executable)
+        (bare / "snakemake").symlink_to(shutil.which("snakemake"))
+        status, _, errors = batch("data", "-o", "out", "--slurm",
+                                  environment=os.environ | {"PATH": str(bare)})
+        self.assertEqual(status, 1)
+        self.assertIn("Slurm's sbatch is missing here", errors)
+
+    def test_of_a_missing_snakemake_is_told(self) -> None:
+        easycrystals(1)
+        bare = self.folder / "bin"
+        bare.mkdir()
+        (bare / "python3").symlink_to(sys.executable)
+        status, _, errors = batch("data", "-o", "out", environment=os.environ | {"PATH": str(bare)})
+        self.assertEqual(status, 1)
+        self.assertIn("Snakemake is missing. On Debian: apt-get install snakemake python3-gemmi.",
+                      errors)
+
+
+class CellsOf(html.parser.HTMLParser):
+    """The texts in the cells of a page's tables. Every element that is opened has to be closed."""
+
+    EMPTY = frozenset(("meta", "br", "link"))
+
+    def __init__(self, text: str) -> None:
+        super().__init__()
+        self.texts: set[str] = set()
+        self._open: list[str] = []
+        self._text = ""
+        self.feed(text)
+        self.close()
+        if self._open:
+            raise AssertionError(f"{self._open} are not closed")
+
+    def handle_starttag(self, tag: str, attrs: list) -> None:
+        if tag in ("td", "th"):
+            self._text = ""
+        if tag not in self.EMPTY:
+            self._open.append(tag)
+
+    def handle_endtag(self, tag: str) -> None:
+        if not self._open or self._open.pop() != tag:
+            raise AssertionError(f"{tag} is closed and not open")
+        if tag in ("td", "th"):
+            self.texts.add(self._text)
+
+    def handle_data(self, data: str) -> None:
+        self._text += data
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,81 @@
+"""torvik-tools batch --slurm, on a Slurm of one node that the tests start on the loopback."""
+
+from __future__ import annotations
+
+import signal
+import time
+import unittest
+from pathlib import Path
+
+import slurmnode
+from batches import Batch, InAFolder, batch, easycrystals, recorded, recordlines, table, waitfor
+
+CPUS = 2
+
+
+@unittest.skipIf(slurmnode.missing(), f"not installed: {', '.join(slurmnode.missing())}")
+class WithSlurm(InAFolder):
+    COUNT = 40
+    # A controller that is killed knows afterwards what it saved, which it does every five seconds. What
+    # it has forgotten no workflow can bring back: its numbers are given to other jobs.
+    SAVED = 6.0
+
+    def setUp(self) -> None:
+        super().setUp()
+        self.slurm = slurmnode.SlurmNode(self.folder / "slurm", CPUS)
+        self.slurm.__enter__()
+        self.addCleanup(self.slurm.__exit__)
+        easycrystals(self.COUNT)
+
+    def begin(self) -> Batch:
+        started = Batch("data", "-o", "out", "--slurm", "--group", "20", "--slurm-options",
+                        "--partition=short --nice=1", environment=self.slurm.environment)
+        waitfor(lambda: recordlines("out") and len(self.slurm.jobs("R")) == CPUS, "the first crystals")
+        return started
+
+    def allsolved(self, status: int, output: str, errors: str) -> None:
+        log = Path("out/batch.log").read_text(encoding="utf-8")[-3000:]
+        self.assertEqual(status, 0, errors + log)
+        self.assertIn(f"{self.COUNT} crystals: {self.COUNT} solved.", output)
+        self.assertEqual(sorted(one["number"] for one in recorded("out")),
+                         list(range(1, self.COUNT + 1)))
+
+    def test_a_batch_gives_what_it_gives_here_whatever_happens_to_the_controller(self) -> None:
+        started = self.begin()
+        time.sleep(self.SAVED)
+        self.slurm.killcontroller()
+        before = len(recordlines("out"))
+        waitfor(lambda: len(recordlines("out")) > before or len(recordlines("out")) == self.COUNT,
+                "a crystal without a controller")
+        self.assertIsNone(started.process.poll())
+        self.slurm.startcontroller()
+        self.allsolved(*started.end())
+        self.assertTrue(list(Path("out/work/slurm").glob("*.log")))
+        self.assertEqual(batch("data", "-o", "local")[0], 0)
+        columns = "SELECT file, verdict, a, b, c, alpha, beta, gamma, evidence, cluster FROM crystal"
+        self.assertEqual(table("out", columns), table("local", columns))
+
+    def test_a_job_that_is_killed_is_done_again_without_its_finished_crystals(self) -> None:
+        started = self.begin()
+        killed = self.slurm.jobs("R")
+        self.slurm.said("scancel", "--signal=KILL", *killed)
+        self.slurm.said("scancel", *killed)
+        before = recordlines("out")
+        self.allsolved(*started.end())
+        after = recordlines("out")
+        for line in before:
+            self.assertIn(line, after)
+
+    def test_ctrl_c_takes_the_jobs_out_of_the_queue_and_the_same_call_goes_on(self) -> None:
+        started = self.begin()
+        started.send(signal.SIGINT)
+        self.assertEqual(started.end()[0], 130)
+        waitfor(lambda: not self.slurm.jobs("R,PD"), "an empty queue")
+        before = recordlines("out")
+        again = Batch("data", "-o", "out", "--slurm", environment=self.slurm.environment)
+        self.allsolved(*again.end())
+        self.assertEqual([line for line in before if line not in recordlines("out")], [])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,347 @@
+#!/usr/bin/env python3
+"""Solves many crystals: lists them, lets Snakemake do the work, and shows how far it is.
+
+    batch.py REQUEST
+
+torvik-tools batch calls it, with what was asked for as JSON. Needs Python alone; Snakemake and its jobs need
+gemmi's Python module as well.
+"""
+
+from __future__ import annotations
+
+import ctypes
+import fcntl
+import hashlib
+import json
+import os
+import re
+import shlex
+import shutil
+import signal
+import sqlite3
+import subprocess
+import sys
+import time
+from pathlib import Path
+from typing import IO
+
+HERE = Path(__file__).resolve().parent
+sys.path.insert(0, str(HERE))
+sys.dont_write_bytecode = True
+
+from torvikbatch import folder, inputs  # noqa: E402
+from torvikbatch.folder import FIRST, SECOND, Pass, Unusable  # noqa: E402
+
+VERDICTS = ("solved", "ambiguous", "refused", "failed")
+OLDEST = 7  # version of Snakemake
+# What decides the answer for a crystal: all answers in one folder are of the same.
+FIXED = ("budget", "options", "keep")
+# A file system that many machines share can show a new file late.
+LATENCY = 60  # seconds
+
+
+def start(asked: dict) -> IO:
+    """Makes the folder of the batch, and works there from now on. Returns the lock, which is held by all
+    that inherit it."""
+    place = Path(asked["output"])
+    try:
+        if place.exists() and any(place.iterdir()) and not (place / folder.LOCK).exists():
+            raise Unusable(f"{place} holds other files. Please give a new folder.")
+        place.mkdir(parents=True, exist_ok=True)
+        os.chdir(place)
+        lock = open(folder.LOCK, "a+", encoding="utf-8")
+    except OSError as why:
+        raise Unusable(f"The folder {place} cannot be used: {why.strerror}.") from why
+    try:
+        fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+    except BlockingIOError as why:
+        raise Unusable(f"Another call is at work in {place}.") from why
+    return lock
+
+
+def settle(asked: dict) -> None:
+    """Writes the settings, or holds those that are asked for against those of the folder."""
+    new = {key: asked[key] for key in (*FIXED, "tools", "torvik")}
+    if folder.SETTINGS.exists():
+        old = folder.settings()
+        for key in FIXED:
+            if old[key] != new[key]:
+                raise Unusable(f"The crystals in {asked['output']} were solved with other settings "
+                               f"({key}: {shown(old[key])}, not {shown(new[key])}). Another folder "
+                               "keeps the two apart.")
+    folder.writewhole(folder.SETTINGS, json.dumps(new, indent=1) + "\n")
+
+
+def shown(value: object) -> str:
+    if isinstance(value, list):
+        return " ".join(value) or "none"
+    return str(value)
+
+
+def snakemake() -> str:
+    found = shutil.which("snakemake")
+    if not found:
+        raise Unusable("Snakemake is missing. On Debian: apt-get install snakemake python3-gemmi.")
+    said = subprocess.run([found, "--version"], capture_output=True, text=True, check=False).stdout
+    version = re.match(r"(\d+)\.", said)
+    if not version or int(version.group(1)) != OLDEST:
+        raise Unusable(f"The workflow needs Snakemake {OLDEST}, but {found} is {said.strip() or 'broken'}.")
+    return found
+
+
+def jobname() -> str:
+    """The same for every call with this folder, and unlike for others."""
+    return "torvik-" + hashlib.sha256(os.getcwdb()).hexdigest()[:12]
+
+
+def forcluster() -> list[str]:
+    """Slurm is asked by scontrol, which needs no database of accounts."""
+    for program in ("sbatch", "scontrol", "scancel"):
+        if not shutil.which(program):
+            raise Unusable(f"Slurm's {program} is missing here: --slurm works where jobs can be submitted.")
+
+    def script(name: str) -> str:
+        return f"{shlex.quote(sys.executable)} {shlex.quote(str(HERE / 'slurm' / name))}"
+
+    # Jobs of a call that was killed would do the work of this one.
+    subprocess.run(["scancel", f"--name={jobname()}"], check=False, capture_output=True)
+    return ["--cluster", script("submit.py"), "--cluster-status", script("status.py"),
+            "--cluster-cancel", "scancel", "--max-status-checks-per-second", "5"]
+
+
+def command(asked: dict) -> list[str]:
+    line = [snakemake(), "--snakefile", str(HERE / "Snakefile"), "--nolock", "--keep-going",
+            "--rerun-incomplete", "--retries", "2", "--rerun-triggers", "mtime", "--latency-wait",
+            str(LATENCY), "--scheduler", "greedy", "--nocolor"]
+    if asked["slurm"]:
+        return [*line, "--jobs", str(asked["jobs"]), *forcluster()]
+    return [*line, "--cores", str(asked["jobs"])]
+
+
+def diewithparent() -> None:
+    """If this program is killed, Snakemake is told to stop (Linux alone)."""
+    try:
+        ctypes.CDLL(None).prctl(1, signal.SIGINT)  # PR_SET_PDEATHSIG
+    except (AttributeError, OSError):
+        pass
+
+
+class Tally:
+    """How many crystals have which verdict, as their records grow."""
+
+    def __init__(self, which: Pass, total: int) -> None:
+        self.which = which
+        self.total = total
+        self.verdicts = dict.fromkeys(VERDICTS, 0)
+        self._known: dict[int, str] = {}
+        self._read: dict[str, int] = {}  # bytes of each file
+
+    def look(self) -> None:
+        try:
+            files = [(file.path, file.stat().st_size) for file in os.scandir(self.which.solved)
+                     if file.name.endswith(".jsonl")]
+        except FileNotFoundError:
+            return
+        for path, size in files:
+            if size > self._read.get(path, 0):
+                self._take(path)
+
+    def _take(self, path: str) -> None:
+        with open(path, "rb") as file:
+            file.seek(self._read.get(path, 0))
+            for line in file:
+                if not line.endswith(b"\n"):
+                    break
+                self._read[path] = self._read.get(path, 0) + len(line)
+                try:
+                    record = json.loads(line)
+                except ValueError:
+                    continue
+                before = self._known.get(record["number"])
+                if before:
+                    self.verdicts[before] -= 1
+                self._known[record["number"]] = record["verdict"]
+                self.verdicts[record["verdict"]] += 1
+
+    @property
+    def done(self) -> int:
+        return len(self._known)
+
+    def words(self) -> str:
+        return ", ".join(f"{count} {verdict}" for verdict, count in self.verdicts.items() if count)
+
+
+class Progress:
+    """A line on a terminal, overwritten as the work goes on; else a line now and then."""
+
+    def __init__(self, total: int) -> None:
+        self.live = sys.stderr.isatty()
+        self.first = Tally(FIRST, total)
+        self.second: Tally | None = None
+        self.first.look()
+        self.before = self.first.done
+        self.start = time.monotonic()
+        self.said = -1
+
+    def show(self) -> None:
+        self.first.look()
+        tally = self.first
+        if folder.CONSENSUS.exists() and self.first.done >= self.first.total:
+            if not self.second:
+                left = sum(len(folder.readlist(SECOND.listof(group))) for group in SECOND.groups())
+                self.second = Tally(SECOND, left)
+            self.second.look()
+            tally = self.second
+        line = self._line(tally)
+        if self.live:
+            print(f"\r\033[K{line}", end="", file=sys.stderr, flush=True)
+        elif tally.total and 10 * tally.done // tally.total != self.said:
+            self.said = 10 * tally.done // tally.total
+            print(line, file=sys.stderr, flush=True)
+
+    def _line(self, tally: Tally) -> str:
+        which = "First pass" if tally is self.first else "Second pass"
+        line = f"{which}: {tally.done} of {tally.total} crystals"
+        if words := tally.words():
+            line += f" ({words})"
+        passed = time.monotonic() - self.start
+        made = tally.done - self.before
+        if tally is self.first and made > 0 and passed > 0.0 and tally.done < tally.total:
+            line += f", {duration((tally.total - tally.done) * passed / made)} left"
+        return line
+
+    def end(self) -> None:
+        if self.live:
+            print("\r\033[K", end="", file=sys.stderr, flush=True)
+
+
+def duration(seconds: float) -> str:
+    minutes = round(seconds / 60)
+    if minutes < 1:
+        return f"{max(1, round(seconds))} s"
+    if minutes < 120:
+        return f"{minutes} min"
+    return f"{round(minutes / 60)} h"
+
+
+class Stop(Exception):
+    """The user, or the system, ends the work."""
+
+
+def stop(_signal: int, _frame: object) -> None:
+    raise Stop
+
+
+def pause(child: subprocess.Popen, seconds: float) -> bool:
+    """Waits. Says whether the child has ended."""
+    try:
+        child.wait(seconds)
+    except subprocess.TimeoutExpired:
+        return False
+    return True
+
+
+def follow(child: subprocess.Popen, progress: Progress) -> None:
+    """Shows the progress until Snakemake ends. Looking takes a tenth of the time at most."""
+    while True:
+        began = time.monotonic()
+        progress.show()
+        if pause(child, max(0.5, 10 * (time.monotonic() - began))):
+            return
+
+
+def run(line: list[str], asked: dict, total: int, lock: IO) -> int:
+    """Lets Snakemake do the work. Returns its status. Its whole session hears of a Ctrl-C."""
+    environment = os.environ | {
+        "TORVIK_SLURM": json.dumps({"name": jobname(), "options": asked["slurmoptions"]})}
+    progress = Progress(total)
+    with open(folder.LOG, "ab") as log:
+        child = subprocess.Popen(line, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
+                                 env=environment, pass_fds=(lock.fileno(),),
+                                 start_new_session=True, preexec_fn=diewithparent)
+        try:
+            follow(child, progress)
+            progress.show()
+        except Stop:
+            os.killpg(child.pid, signal.SIGINT)
+            child.wait()
+            raise
+        finally:
+            progress.end()
+    return child.returncode
+
+
+def tail(path: Path, lines: int) -> str:
+    try:
+        text = path.read_text(encoding="utf-8", errors="replace")
+    except OSError:
+        return ""
+    return "\n".join("    " + line for line in text.splitlines()[-lines:])
+
+
+def summary(output: str) -> str:
+    """What a person wants to know, in a screenful."""
+    database = sqlite3.connect(folder.DATABASE)
+    counts = dict(database.execute("SELECT verdict, count(*) FROM crystal GROUP BY verdict"))
+    later, = database.execute("SELECT count(*) FROM crystal WHERE pass = 2").fetchone()
+    clusters = database.execute(
+        "SELECT number, crystals + later, a, b, c, alpha, beta, gamma, volume, bravais FROM cluster "
+        "WHERE crystals + later > 1 ORDER BY number LIMIT 10").fetchall()
+    alone, = database.execute("SELECT count(*) FROM cluster WHERE crystals + later = 1").fetchone()
+    database.close()
+    words = [f"{counts[verdict]} {verdict}" for verdict in VERDICTS if verdict in counts]
+    total = sum(counts.values())
+    text = f"{total} {'crystal' if total == 1 else 'crystals'}: {', '.join(words)}."
+    if later:
+        text += f" {later} of them {'was' if later == 1 else 'were'} solved with a cell of others."
+    text += "\n\n"
+    if clusters:
+        text += ("  cluster  crystals        a        b        c   alpha    beta   gamma    volume  "
+                 "lattice\n")
+    for number, crystals, a, b, c, alpha, beta, gamma, volume, bravais in clusters:
+        text += (f"  {number:7d}  {crystals:8d} {a:8.3f} {b:8.3f} {c:8.3f} {alpha:7.2f} {beta:7.2f} "
+                 f"{gamma:7.2f} {volume:9.1f}  {bravais or ''}".rstrip() + "\n")
+    if alone:
+        text += f"  {alone} {'lattice has' if alone == 1 else 'lattices have'} one crystal each.\n"
+    if clusters or alone:
+        text += "\n"
+    files = ", ".join(os.path.join(output, str(path))
+                      for path in (folder.OVERVIEW, folder.TABLE, folder.DATABASE))
+    return text + f"Written: {files}"
+
+
+def work(asked: dict) -> int:
+    wanted = inputs.gathered(asked["places"], asked["lists"], Path(asked["output"]).resolve())
+    lock = start(asked)
+    line = command(asked)
+    settle(asked)
+    total, new, changed = inputs.prepare(wanted, asked["group"], asked["jobs"])
+    if total == 0:
+        raise Unusable("There is no measurement: in a folder, files are taken that end in "
+                       + ", ".join(sorted(inputs.ENDINGS)) + ".")
+    print(f"{total} crystals, {new} of them new" + (f", {changed} changed" if changed else "") + ".",
+          file=sys.stderr)
+    if run(line, asked, total, lock) != 0:
+        print(f"Error: The workflow did not come to its end. {folder.LOG} in {asked['output']} ends "
+              f"with\n{tail(folder.LOG, 12)}\nThe same call goes on from here.", file=sys.stderr)
+        return 1
+    print(summary(asked["shown"]))
+    return 0
+
+
+def main(arguments: list[str]) -> int:
+    signal.signal(signal.SIGINT, stop)
+    signal.signal(signal.SIGTERM, stop)
+    signal.signal(signal.SIGHUP, stop)
+    try:
+        return work(json.loads(arguments[0]))
+    except Unusable as why:
+        print(f"Error: {why}", file=sys.stderr)
+        return 1
+    except Stop:
+        print("Stopped. The same call goes on from here.", file=sys.stderr)
+        return 130
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

@@ -1,0 +1,57 @@
+"""Hands a job of Snakemake to Slurm, and prints its number.
+
+    submit.py JOBSCRIPT
+
+TORVIK_SLURM holds, as JSON, the name of the batch's jobs and further options for sbatch. A controller that does
+not answer is waited for: it may be restarted, and the work that is done is not lost by that.
+"""
+
+from __future__ import annotations
+
+import json
+import os
+import subprocess
+import sys
+import time
+
+PATIENCE = 3600.0  # seconds
+PAUSE = 15.0
+
+
+def properties(script: str) -> dict:
+    """What Snakemake says of the job, in the head of its script."""
+    with open(script, encoding="utf-8") as file:
+        for line in file:
+            if line.startswith("# properties = "):
+                return json.loads(line.removeprefix("# properties = "))
+    raise SystemExit(f"{script} is no script of Snakemake.")
+
+
+def command(script: str) -> list[str]:
+    asked = json.loads(os.environ["TORVIK_SLURM"])
+    job = properties(script)
+    resources = job.get("resources", {})
+    return ["sbatch", "--parsable", f"--job-name={asked['name']}", "--output=work/slurm/%j.log",
+            "--no-requeue", f"--cpus-per-task={job.get('threads', 1)}",
+            f"--mem={resources['mem_mb']}M", f"--time={resources['runtime']}", *asked["options"],
+            script]
+
+
+def main(script: str) -> int:
+    os.makedirs("work/slurm", exist_ok=True)
+    line = command(script)
+    end = time.monotonic() + PATIENCE
+    while True:
+        said = subprocess.run(line, capture_output=True, text=True, check=False)
+        if said.returncode == 0:
+            print(said.stdout.strip().split(";")[0])  # NUMBER;CLUSTER
+            return 0
+        print(said.stderr, end="", file=sys.stderr)
+        away = "Unable to contact" in said.stderr or "Socket timed out" in said.stderr
+        if not away or time.monotonic() > end:
+            return 1
+        time.sleep(PAUSE)
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1]))

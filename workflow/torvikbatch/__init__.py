@@ -1,0 +1,1 @@
+"""Many crystals: what the workflow of torvik-tools batch is made of."""

@@ -1,0 +1,173 @@
+"""Puts all records into one database and one table.
+
+    python3 -m torvikbatch.database
+
+Writes crystals.sqlite and crystals.csv. docs/batch.md describes the tables and their columns.
+"""
+
+from __future__ import annotations
+
+import csv
+import json
+import os
+import sqlite3
+import sys
+from collections.abc import Iterator
+from pathlib import Path
+
+from torvikbatch import folder
+from torvikbatch.folder import FIRST, SECOND
+
+SCHEMA = """
+CREATE TABLE crystal (
+    number INTEGER PRIMARY KEY, -- from 1, in the order in which they were listed
+    file TEXT NOT NULL,         -- the measurement
+    verdict TEXT NOT NULL CHECK (verdict IN ('solved', 'ambiguous', 'refused', 'failed')),
+    reason TEXT NOT NULL,       -- a sentence
+    pass INTEGER NOT NULL,      -- which pass gave the answer: 1, or 2 with a cell that others have
+    cluster INTEGER REFERENCES cluster (number), -- of its lattice; NULL if it is not solved
+    a REAL, b REAL, c REAL,     -- reduced cell, angstroms
+    alpha REAL, beta REAL, gamma REAL, -- degrees
+    volume REAL,                -- cubic angstroms
+    a_error REAL, b_error REAL, c_error REAL, -- standard uncertainties
+    alpha_error REAL, beta_error REAL, gamma_error REAL, volume_error REAL,
+    measured INTEGER,           -- reflections
+    indexed INTEGER,            -- of these, by the first lattice
+    lattices INTEGER,           -- found in the crystal
+    sigma REAL,                 -- error of a reflection in each component, 1/angstrom
+    wrong REAL,                 -- part of the reflections that belong to no lattice
+    evidence REAL,              -- natural logarithm of the odds against chance
+    lead REAL,                  -- of the odds against the next lattice
+    runs INTEGER,               -- of Torvik
+    seconds REAL NOT NULL,      -- that it took, both passes together
+    basis TEXT,                 -- JSON: rows a, b, c, angstroms, in the frame of the reflections
+    competing TEXT,             -- JSON: the cells that cannot be told apart, if ambiguous
+    remarks TEXT,               -- JSON: sentences
+    solution TEXT               -- FILE.solution.json, in the folder of the batch
+);
+CREATE TABLE cluster (
+    number INTEGER PRIMARY KEY, -- from 1, the largest first
+    crystals INTEGER NOT NULL,  -- solved in the first pass
+    later INTEGER NOT NULL,     -- solved in the second pass, with the cell of the cluster
+    tried INTEGER NOT NULL,     -- 1 if its cell was tried in the second pass
+    a REAL, b REAL, c REAL, alpha REAL, beta REAL, gamma REAL, volume REAL, -- medians
+    a_spread REAL, b_spread REAL, c_spread REAL, -- of a single crystal; NULL for one or two
+    alpha_spread REAL, beta_spread REAL, gamma_spread REAL,
+    bravais TEXT,               -- the highest that the metric has, as oP
+    conventional TEXT,          -- JSON: its cell
+    relations TEXT NOT NULL     -- JSON: to other clusters: to, is (subcell, supercell), index
+);
+CREATE TABLE setting (name TEXT PRIMARY KEY, value TEXT NOT NULL);
+"""
+
+INDICES = """
+CREATE INDEX crystal_verdict ON crystal (verdict);
+CREATE INDEX crystal_cluster ON crystal (cluster);
+"""
+
+CELL = ("a", "b", "c", "alpha", "beta", "gamma")
+PLAIN = ("number", "verdict", "reason", "volume", "measured", "indexed", "lattices", "sigma", "wrong",
+         "evidence", "lead", "runs", "solution")
+ASJSON = ("basis", "competing", "remarks")
+
+
+def printable(text: str) -> str:
+    """Names of files are bytes; those that are no text are shown with escapes."""
+    return text.encode("utf-8", "surrogateescape").decode("utf-8", "backslashreplace")
+
+
+def rowof(record: dict, number: int, cluster: int | None, seconds: float) -> dict:
+    row = {key: record.get(key) for key in PLAIN}
+    row |= {key: json.dumps(record[key]) for key in ASJSON if record.get(key)}
+    row |= dict(zip(CELL, record.get("cell", ())))
+    row |= dict(zip((f"{name}_error" for name in (*CELL, "volume")), record.get("uncertainty", ())))
+    row |= {"file": printable(record["file"]), "reason": printable(record["reason"]),
+            "pass": number, "cluster": cluster, "seconds": seconds}
+    if row["solution"]:
+        row["solution"] = printable(row["solution"])
+    return row
+
+
+def members() -> dict[int, int]:
+    """Numbers of the clusters, by the numbers of their crystals."""
+    with open(folder.MEMBERS, encoding="utf-8") as file:
+        return {int(number): int(cluster) for number, cluster in (line.split() for line in file)}
+
+
+def rows(tried: list) -> Iterator[dict]:
+    """A row for each crystal. The answer of the second pass holds where it is sure: it knew more."""
+    clusterof = members()
+    for group in FIRST.groups():
+        again = {}
+        if SECOND.listof(group).exists():
+            again = {number: record for number, record in folder.latest(SECOND.recordsof(group)).items()
+                     if record.get("cells") == tried}
+        for number, record in sorted(folder.latest(FIRST.recordsof(group)).items()):
+            late = again.get(number)
+            if late and (late["size"], late["changed"]) != (record["size"], record["changed"]):
+                late = None
+            seconds = record["seconds"] + (late["seconds"] if late else 0.0)
+            if late and late["verdict"] == "solved":
+                yield rowof(late, 2, late["known"] + 1, seconds)
+            else:
+                yield rowof(record, 1, clusterof.get(number), seconds)
+
+
+def insert(database: sqlite3.Connection, table: str, row: dict) -> None:
+    names = ", ".join(row)
+    marks = ", ".join(f":{name}" for name in row)
+    database.execute(f"INSERT INTO {table} ({names}) VALUES ({marks})", row)
+
+
+def clusterrow(entry: dict, tried: int) -> dict:
+    row = {"number": entry["cluster"], "crystals": entry["crystals"], "later": 0,
+           "tried": int(entry["cluster"] <= tried), "volume": entry["volume"],
+           "bravais": entry["bravais"], "relations": json.dumps(entry["relations"]),
+           "conventional": entry["conventional"] and json.dumps(entry["conventional"])}
+    row |= dict(zip(CELL, entry["cell"]))
+    row |= dict(zip((f"{name}_spread" for name in CELL), entry["spread"] or ()))
+    return row
+
+
+def fill(database: sqlite3.Connection, consensus: dict, settings: dict) -> None:
+    database.executescript(SCHEMA)
+    for name, value in settings.items():
+        insert(database, "setting", {"name": name, "value": json.dumps(value)})
+    for entry in consensus["clusters"]:
+        insert(database, "cluster", clusterrow(entry, len(consensus["tried"])))
+    for row in rows(consensus["tried"]):
+        insert(database, "crystal", row)
+    database.execute("UPDATE cluster SET later = (SELECT count(*) FROM crystal "
+                     "WHERE crystal.cluster = cluster.number AND crystal.pass = 2)")
+    database.executescript(INDICES)
+
+
+def writetable(database: sqlite3.Connection, path: Path) -> None:
+    part = path.with_name(path.name + ".part")
+    with open(part, "w", newline="", encoding="utf-8") as file:
+        writer = csv.writer(file)
+        found = database.execute("SELECT * FROM crystal ORDER BY number")
+        writer.writerow([column[0] for column in found.description])
+        writer.writerows(found)
+        file.flush()
+        os.fsync(file.fileno())
+    part.replace(path)
+
+
+def main() -> int:
+    consensus = json.loads(folder.CONSENSUS.read_text(encoding="utf-8"))
+    part = folder.DATABASE.with_name(folder.DATABASE.name + ".part")
+    part.unlink(missing_ok=True)
+    database = sqlite3.connect(part)
+    try:
+        with database:
+            fill(database, consensus, folder.settings())
+        writetable(database, folder.TABLE)
+    finally:
+        database.close()
+    part.replace(folder.DATABASE)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

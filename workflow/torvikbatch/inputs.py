@@ -1,0 +1,106 @@
+"""Which files are the crystals of a batch, and in which groups they are solved."""
+
+from __future__ import annotations
+
+import math
+import os
+from collections.abc import Iterable, Iterator
+from pathlib import Path
+
+from torvikbatch.folder import FIRST, Input, Unusable, readlist, writelist
+
+# What measurements are called. In a folder only these are taken; a file that is named is taken
+# whatever its name.
+ENDINGS = frozenset((".idx", ".p4p", ".csv", ".tsv", ".txt", ".gve", ".peaks", ".integrate", ".refl",
+                     ".xds"))
+# What torvik-tools solve writes beside its input.
+WRITTEN = ".solution.idx"
+
+LARGESTGROUP = 500
+GROUPSPERJOB = 8  # so that the last groups end at nearly the same time
+
+
+def infolder(folder: Path, own: Path) -> Iterator[Path]:
+    """The measurements in a folder and below, by name; not those in the folder of a batch."""
+    for path, folders, files in os.walk(folder, followlinks=True):
+        folders[:] = sorted(name for name in folders if not name.startswith(".")
+                            and Path(path, name).resolve() != own)
+        for name in sorted(files):
+            if Path(name).suffix.lower() in ENDINGS and not name.endswith(WRITTEN):
+                yield Path(path, name)
+
+
+def inlist(file: Path) -> Iterator[tuple[str, ...]]:
+    """The measurements that a list names, one a line; further files behind tabs. Names are relative
+    to the list's folder."""
+    try:
+        text = file.read_text(encoding="utf-8", errors="surrogateescape")
+    except OSError as why:
+        raise Unusable(f"The list {file} cannot be read: {why.strerror}.") from why
+    for line in text.splitlines():
+        if line.strip() and not line.startswith("#"):
+            yield tuple(str(file.parent / name) for name in line.rstrip().split("\t"))
+
+
+def gathered(places: Iterable[str], lists: Iterable[str], own: Path) -> list[tuple[str, ...]]:
+    """All measurements that were asked for, each with its further files, by absolute names."""
+    found: dict[str, tuple[str, ...]] = {}
+
+    def take(names: tuple[str, ...]) -> None:
+        absolute = tuple(os.path.abspath(name) for name in names)
+        if any("\t" in name or "\n" in name or "\r" in name for name in absolute):
+            raise Unusable(f"The name {absolute[0]!r} has a tab or the end of a line in it.")
+        found.setdefault(absolute[0], absolute)
+
+    for place in places:
+        if os.path.isdir(place):
+            for path in infolder(Path(place), own):
+                take((str(path),))
+        elif os.path.exists(place):
+            take((place,))
+        else:
+            raise Unusable(f"There is no file or folder {place}.")
+    for name in lists:
+        for names in inlist(Path(name)):
+            take(names)
+    return list(found.values())
+
+
+def groupsize(inputs: int, jobs: int) -> int:
+    return max(1, min(LARGESTGROUP, math.ceil(inputs / (GROUPSPERJOB * jobs))))
+
+
+def listed() -> dict[str, list[Input]]:
+    return {group: readlist(FIRST.listof(group)) for group in FIRST.groups()}
+
+
+def refresh(before: dict[str, list[Input]]) -> int:
+    """Lists inputs anew that have changed since they were listed, so that their groups are gone
+    through again. Returns how many they are. One that is gone keeps its record."""
+    changed = 0
+    for group, inputs in before.items():
+        now = [one.again() for one in inputs]
+        new = [late if late.size >= 0 else one for one, late in zip(inputs, now)]
+        differing = sum(one != late for one, late in zip(inputs, new))
+        if differing:
+            FIRST.doneof(group).unlink(missing_ok=True)
+            writelist(FIRST.listof(group), new)
+            changed += differing
+    return changed
+
+
+def prepare(wanted: list[tuple[str, ...]], size: int | None, jobs: int) -> tuple[int, int, int]:
+    """Writes lists of the inputs that are new, in groups. Returns how many inputs there are, how many
+    of them are new, and how many have changed."""
+    before = listed()
+    changed = refresh(before)
+    known = {one.file for inputs in before.values() for one in inputs}
+    new = [names for names in wanted if names[0] not in known]
+    number = len(known)
+    step = size or groupsize(len(new), jobs)
+    for start in range(0, len(new), step):
+        inputs = [Input.of(number + 1 + i, names[0], names[1:])
+                  for i, names in enumerate(new[start:start + step])]
+        writelist(FIRST.listof(f"{len(before) + start // step:06d}"), inputs)
+        number += len(inputs)
+    return number, len(new), changed

@@ -1,0 +1,113 @@
+"""Makes one page about all crystals, to be opened in a browser.
+
+    python3 -m torvikbatch.overview
+
+Reads crystals.sqlite, writes overview.html, which needs no network and no script.
+"""
+
+from __future__ import annotations
+
+import json
+import math
+import sqlite3
+import sys
+from pathlib import Path
+
+import jinja2
+
+from torvikbatch import folder
+
+VERDICTS = ("solved", "ambiguous", "refused", "failed")
+MOSTCLUSTERS = 50
+MOSTCRYSTALS = 1000  # listed one by one; all are in the table
+BARS = 40
+
+
+def histogram(volumes: list[float]) -> dict:
+    """Counts of volumes, in steps that are even in the logarithm, and marks for the axis."""
+    if not volumes:
+        return {"bars": [], "marks": [], "most": 0}
+    low = math.log10(min(volumes)) - 0.05
+    high = math.log10(max(volumes)) + 0.05
+    counts = [0] * BARS
+    for volume in volumes:
+        counts[min(BARS - 1, int(BARS * (math.log10(volume) - low) / (high - low)))] += 1
+    marks = [step * 10**power for power in range(math.floor(low), math.ceil(high) + 1)
+             for step in (1, 2, 3, 5, 7)]
+    edges = [10 ** (low + (high - low) * i / BARS) for i in range(BARS + 1)]
+    return {"bars": [{"at": i / BARS, "part": count / max(counts), "count": count,
+                      "low": edges[i], "high": edges[i + 1]} for i, count in enumerate(counts)],
+            "marks": [{"at": (math.log10(mark) - low) / (high - low), "value": mark} for mark in marks
+                      if low <= math.log10(mark) <= high],
+            "most": max(counts)}
+
+
+def relation(one: dict) -> str:
+    multiple = str(one["index"]) if one["is"] == "supercell" else f"1/{one['index']}"
+    return f"{multiple} × {one['to']}"
+
+
+def clusters(database: sqlite3.Connection) -> list[dict]:
+    found = database.execute("SELECT * FROM cluster ORDER BY number LIMIT ?", (MOSTCLUSTERS,))
+    entries = [dict(row) for row in found]
+    for entry in entries:
+        entry["relations"] = ", ".join(relation(one) for one in json.loads(entry["relations"]))
+        entry["conventional"] = json.loads(entry["conventional"] or "null")
+    return entries
+
+
+def reasons(database: sqlite3.Connection) -> list[dict]:
+    """Why crystals are not solved. What differs from crystal to crystal, as names and numbers, is left to
+    the example."""
+    found = database.execute("SELECT verdict, reason, file FROM crystal WHERE verdict <> 'solved' "
+                             "ORDER BY number")
+    kinds: dict[tuple[str, str], dict] = {}
+    for verdict, reason, file in found:
+        kind = "".join("#" if letter.isdigit() else letter for letter in reason.replace(file, "FILE"))
+        while "##" in kind:
+            kind = kind.replace("##", "#")
+        entry = kinds.setdefault((verdict, kind), {"verdict": verdict, "reason": reason, "file": file,
+                                                   "count": 0})
+        entry["count"] += 1
+    return sorted(kinds.values(), key=lambda entry: -entry["count"])
+
+
+def content(database: sqlite3.Connection) -> dict:
+    database.row_factory = sqlite3.Row
+    counts = {row[0]: row[1] for row in
+              database.execute("SELECT verdict, count(*) FROM crystal GROUP BY verdict")}
+    total = sum(counts.values())
+    one = database.execute("SELECT sum(seconds), sum(runs), sum(pass = 2), count(DISTINCT cluster) "
+                           "FROM crystal").fetchone()
+    volumes = [row[0] for row in
+               database.execute("SELECT volume FROM crystal WHERE verdict = 'solved'")]
+    shown = database.execute("SELECT * FROM crystal ORDER BY verdict = 'solved', number LIMIT ?",
+                             (MOSTCRYSTALS,))
+    return {"total": total, "seconds": one[0], "runs": one[1] or 0, "later": one[2],
+            "lattices": one[3],
+            "verdicts": [(verdict, counts.get(verdict, 0)) for verdict in VERDICTS],
+            "clusters": clusters(database), "reasons": reasons(database),
+            "histogram": histogram(volumes), "crystals": [dict(row) for row in shown],
+            "settings": {row[0]: json.loads(row[1]) for row in
+                         database.execute("SELECT name, value FROM setting")}}
+
+
+def page(values: dict) -> str:
+    templates = jinja2.Environment(loader=jinja2.FileSystemLoader(Path(__file__).parent),
+                                   autoescape=True, trim_blocks=True, lstrip_blocks=True,
+                                   undefined=jinja2.StrictUndefined)
+    return templates.get_template("overview.html.j2").render(values)
+
+
+def main() -> int:
+    database = sqlite3.connect(folder.DATABASE)
+    try:
+        values = content(database)
+    finally:
+        database.close()
+    folder.writewhole(folder.OVERVIEW, page(values))
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
