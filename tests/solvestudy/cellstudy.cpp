@@ -106,17 +106,30 @@ void print(const tally& sums)
     std::fflush(stdout);
 }
 
+struct kind {
+    int reflections;
+    int wrong;
+};
+
+// Volumes between two limits, evenly in the logarithm.
+tally rightcell(const kind& what, double noise, double smallest, double largest, int trials)
+{
+    tally sums;
+    for (int i = 0; i < trials; ++i) {
+        const double volume = smallest * std::pow(largest / smallest, (i + 0.5) / trials);
+        const trial one = trialof(requestof(what.reflections, what.wrong, noise, volume, i));
+        add(sums, one, one.made.truth().primitive);
+    }
+    return sums;
+}
+
 void rightcells(int trials)
 {
-    std::puts("| Reflections | Wrong ones | Noise | Volume | Right | Wrong | Ambiguous | Refused | "
-              "Best is right | Seconds | Longest |\n"
-              "|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|");
-    struct kind {
-        int reflections;
-        int wrong;
-    };
+    std::puts("| Reflections | Wrong ones | Noise | Right | Wrong | Ambiguous | Refused | "
+              "Best is right | Seconds | Longest |\n|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|");
     for (const kind what : {kind{6, 0},
                             {8, 0},
+                            {12, 0},
                             {12, 6},
                             {20, 0},
                             {20, 10},
@@ -124,20 +137,20 @@ void rightcells(int trials)
                             {20, 14},
                             {40, 30},
                             {100, 50},
-                            {999, 500}})
-        for (const double volume : {500.0, 2000.0, 10000.0})
-            for (const double noise : {0.01, 0.02, 0.04}) {
-                tally sums;
-                const int count = what.reflections > 100 ? std::max(trials / 10, 1) : trials;
-                for (int i = 0; i < count; ++i) {
-                    const trial one =
-                        trialof(requestof(what.reflections, what.wrong, noise, volume, i));
-                    add(sums, one, one.made.truth().primitive);
-                }
-                std::printf("| %d | %d | %.0f %% | %.0f |", what.reflections, what.wrong,
-                            100.0 * noise, volume);
-                print(sums);
-            }
+                            {100, 80}})
+        for (const double noise : {0.01, 0.02, 0.04}) {
+            std::printf("| %d | %d | %.0f %% |", what.reflections, what.wrong, 100.0 * noise);
+            print(rightcell(what, noise, 200.0, 2000.0, trials));
+        }
+    std::puts(
+        "\n| Reflections | Wrong ones | Noise | Volume | Right | Wrong | Ambiguous | Refused | "
+        "Best is right | Seconds | Longest |\n|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|");
+    for (const kind what : {kind{20, 10}, {20, 14}, {100, 50}, {999, 500}})
+        for (const double volume : {200.0, 1000.0, 5000.0, 10000.0}) {
+            std::printf("| %d | %d | 2 %% | %.0f |", what.reflections, what.wrong, volume);
+            print(rightcell(what, 0.02, volume, volume,
+                            what.reflections > 100 ? std::max(trials / 10, 1) : trials));
+        }
 }
 
 // Changes a trial into one of a cell that is not that of the crystal, or of vectors of no crystal.
@@ -145,22 +158,24 @@ using change = std::function<void(trial&, std::uint64_t)>;
 
 void row(const char* name, const change& changed, int trials)
 {
-    struct kind {
-        int reflections;
-        int wrong;
+    struct noisy {
+        kind what;
         double noise;
     };
-    for (const kind what :
-         {kind{12, 0, 0.01}, {20, 0, 0.01}, {20, 0, 0.04}, {20, 10, 0.02}, {100, 0, 0.01}}) {
+    for (const auto& [what, noise] : {noisy{{12, 0}, 0.01},
+                                      {{20, 0}, 0.01},
+                                      {{20, 0}, 0.04},
+                                      {{20, 10}, 0.02},
+                                      {{100, 0}, 0.01}}) {
         tally sums;
         for (int i = 0; i < trials; ++i) {
             const double volume = 200.0 * std::pow(50.0, (i + 0.5) / trials); // to 10000
-            trial one = trialof(requestof(what.reflections, what.wrong, what.noise, volume, i));
+            trial one = trialof(requestof(what.reflections, what.wrong, noise, volume, i));
             changed(one, static_cast<std::uint64_t>(i));
             add(sums, one, std::nullopt);
         }
         std::printf("| %s | %d | %d | %.0f %% |", name, what.reflections, what.wrong,
-                    100.0 * what.noise);
+                    100.0 * noise);
         print(sums);
     }
 }

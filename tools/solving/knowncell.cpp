@@ -120,17 +120,26 @@ ninebynine precisionof(const expectation& sums, const state& now)
     return M;
 }
 
-// How many of the nine components the vectors fix, rather than the prior.
-double fixedby(const splitmatrix& M)
+// Says whether the vectors fix the turns: it takes two that are genuine, and a posterior that is narrow
+// against all rotations.
+bool oriented(const expectation& sums, const ninebynine& variance)
 {
-    const ninebynine variance = M.inverse();
+    constexpr double widest = 0.1; // radians
+    for (std::size_t k = 0; k < 3; ++k)
+        if (!(variance[k][k] < widest * widest)) return false;
+    return sums.weight >= 2.0;
+}
+
+// How many of the nine components the vectors fix, rather than the prior.
+double fixedby(const ninebynine& variance)
+{
     double count = 9.0;
     for (std::size_t k = 3; k < 9; ++k) count -= variance[k][k] / (usualstrain * usualstrain);
     return count;
 }
 
 void improve(state& now, const givencell& cell, const expectation& sums, const splitmatrix& M,
-             std::size_t count)
+             double parameters, std::size_t count)
 {
     nine b = productsof(scaled(sums.dg, 1.0 / (now.sigma * now.sigma)));
     const nine pull = productsof(now.strain);
@@ -140,7 +149,7 @@ void improve(state& now, const givencell& cell, const expectation& sums, const s
     x[0] = x[1] = x[2] = 0.0;
     now.strain = now.strain + deformationof(x);
     set(now, cell);
-    const double freedom = std::max(3.0 * sums.weight - fixedby(M), 3.0);
+    const double freedom = std::max(3.0 * sums.weight - parameters, 3.0);
     now.sigma = std::clamp(std::sqrt(sums.squares / freedom), now.leastsigma,
                            std::max(now.leastsigma, largestsigma / std::cbrt(now.volume)));
     const double total = static_cast<double>(count);
@@ -204,16 +213,19 @@ assessment assessknown(const std::vector<vector3>& vectors, const givencell& cel
     state now;
     now.R = R;
     set(now, cell);
-    assessment found = {now.basis, none, 0.0, 1.0, 0, {}};
+    const assessment nothing = {now.basis, none, 0.0, 1.0, 0, {}};
+    assessment found = nothing;
     now.sigma = firstsigma / std::cbrt(now.volume);
     now.leastsigma = smallestsigma * usuallength(vectors);
-    if (!(now.leastsigma < largestsigma / std::cbrt(now.volume))) return found;
+    if (!(now.leastsigma < largestsigma / std::cbrt(now.volume))) return nothing;
     constexpr int mostrounds = 40;
     double before = none;
     for (int round = 0; round < mostrounds; ++round) {
         const expectation sums = expected(vectors, now);
         const auto M = splitmatrix::of(precisionof(sums, now));
-        if (!M) return found;
+        if (!M) return nothing;
+        const ninebynine variance = M->inverse();
+        if (!oriented(sums, variance)) return nothing;
         found.basis = now.basis;
         found.evidence = evidenceof(sums, now, cell, *M, cells);
         found.sigma = now.sigma;
@@ -224,7 +236,7 @@ assessment assessknown(const std::vector<vector3>& vectors, const givencell& cel
         // The first rounds find most of it; what they leave is far less than one for each vector.
         if (round == 4 && found.evidence + static_cast<double>(vectors.size()) < least) break;
         before = sums.likelihood;
-        improve(now, cell, sums, *M, vectors.size());
+        improve(now, cell, sums, *M, fixedby(variance), vectors.size());
     }
     found.indexed = static_cast<int>(std::count_if(found.genuine.begin(), found.genuine.end(),
                                                    [](double g) { return g > 0.5; }));
