@@ -157,9 +157,31 @@ TEST(TheInstalledTools, AreTheProgramItsManPageItsDocumentAndItsCompletions)
                                       "share/fish/vendor_completions.d/torvik-tools.fish",
                                       documents + "docs/tools.md",
                                       documents + "docs/results.schema.json"};
+    if (fs::exists(TORVIK_BINARY_DIR "/report-page/report.html")) // if it was made in this build
+        expected.insert("share/torvik/report.html");
     EXPECT_EQ(filesin(prefix.path()), expected);
     const runresult run = runtorvik({{"generate", "man"}, "", {}, prefix.file("bin/torvik-tools")});
     EXPECT_EQ(readfile(prefix.file("share/man/man1/torvik-tools.1")), run.output);
+}
+
+// From a prefix alone, without the folder of the build.
+TEST(TheInstalledTools, FillTheInstalledPageOfTheReport)
+{
+    if (!fs::exists(TORVIK_BINARY_DIR "/report-page/report.html"))
+        GTEST_SKIP() << "the page was not built";
+    const temporaryfolder prefix;
+    const auto result =
+        resultof("cmake --install '" TORVIK_BINARY_DIR "' --component tools --prefix '"
+                 + prefix.path() + "'");
+    ASSERT_EQ(result.status, 0) << result.output;
+    const std::string input = readfile(project + "/examples/1_quartz_vectors.idx");
+    const runresult solved = runtorvik(input);
+    namedfiles files = solved.files;
+    files["a.idx"] = input;
+    const runresult run =
+        runtorvik({{"report", "a_idx.res"}, "", files, prefix.file("bin/torvik-tools")});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_TRUE(run.files.count("a_report.html"));
 }
 
 // The Debian package of this build, unpacked.

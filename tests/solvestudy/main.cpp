@@ -2,8 +2,11 @@
 //
 //   torvik_solvestudy [TRIALS [SECONDS]]     crystals of each kind, 25 by default, and the budget of
 //                                            each, 10 seconds by default
+//   torvik_solvestudy cell [TRIALS]          the same where the cell is known
 //
 // Prints the tables of docs/solve.md: by reflections, wrong ones and noise; and by volume.
+
+#include "cellstudy.h"
 
 #include "lattice/relations.h"
 #include "simulation/simulate.h"
@@ -14,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <string>
 #include <vector>
 
 namespace {
@@ -162,6 +166,10 @@ void printbyvolume(const byvolume& volumes)
 
 int main(int argc, char** argv)
 {
+    if (argc > 1 && std::string(argv[1]) == "cell") {
+        cellstudy(argc > 2 ? std::atoi(argv[2]) : 100);
+        return 0;
+    }
     const int trials = argc > 1 ? std::atoi(argv[1]) : 25;
     const double budget = argc > 2 ? std::atof(argv[2]) : 10.0;
     std::puts(

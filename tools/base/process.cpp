@@ -66,6 +66,17 @@ bool executable(const std::filesystem::path& path)
     return std::filesystem::is_regular_file(path, none) && access(path.c_str(), X_OK) == 0;
 }
 
+// Empty if there is none.
+std::filesystem::path onthepath(const std::string& name)
+{
+    const char* path = std::getenv("PATH");
+    std::istringstream folders(path == nullptr ? "" : path);
+    for (std::string folder; std::getline(folders, folder, ':');)
+        if (executable(std::filesystem::path(folder) / name))
+            return std::filesystem::path(folder) / name;
+    return {};
+}
+
 } // namespace
 
 ending runprocess(const std::filesystem::path& program, const std::vector<std::string>& arguments,
@@ -108,16 +119,17 @@ std::filesystem::path thisprogram()
     return std::filesystem::read_symlink("/proc/self/exe", none);
 }
 
-std::filesystem::path torvikprogram()
+std::filesystem::path torvikprogram(const std::string& asked)
 {
+    if (asked.find('/') != std::string::npos) return std::filesystem::absolute(asked);
+    if (!asked.empty()) {
+        if (const auto found = onthepath(asked); !found.empty()) return found;
+        throw failure("The program " + asked + " is not on the PATH.");
+    }
     const std::filesystem::path self = thisprogram();
     if (!self.empty() && executable(self.parent_path() / "Torvik"))
         return self.parent_path() / "Torvik";
-    const char* path = std::getenv("PATH");
-    std::istringstream folders(path == nullptr ? "" : path);
-    for (std::string folder; std::getline(folders, folder, ':');)
-        if (executable(std::filesystem::path(folder) / "Torvik"))
-            return std::filesystem::path(folder) / "Torvik";
+    if (const auto found = onthepath("Torvik"); !found.empty()) return found;
     throw failure("Torvik is neither beside torvik-tools nor on the PATH.");
 }
 

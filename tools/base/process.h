@@ -20,9 +20,9 @@ ending runprocess(const std::filesystem::path& program, const std::vector<std::s
 // The file of the program that runs; empty if the system does not tell.
 std::filesystem::path thisprogram();
 
-// Where Torvik is: beside this program, else on the PATH. Throws a failure that says where it was
-// looked for.
-std::filesystem::path torvikprogram();
+// Where Torvik is: what is asked for, a path or a name on the PATH; else beside this program, else on
+// the PATH. Throws a failure that says where it was looked for.
+std::filesystem::path torvikprogram(const std::string& asked = "");
 
 // A folder for temporary files that is removed with everything in it at the end.
 class temporarydirectory {

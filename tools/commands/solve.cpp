@@ -6,6 +6,7 @@
 #include "commands/command.h"
 #include "readers/reader.h"
 #include "selection/repeats.h"
+#include "solving/knownsolve.h"
 #include "solving/solutionfile.h"
 
 #include <nlohmann/json.hpp>
@@ -32,6 +33,7 @@ struct options {
     std::string output;
     std::string program;
     std::vector<double> volumes;
+    std::vector<cell6> cells;
     std::vector<double> centre;
     double wavelength = 0.0;
     double budget = 60.0;
@@ -91,7 +93,10 @@ solveoptions settings(const options& asked)
     how.budget = asked.budget;
     how.jobs = asked.jobs > 0 ? asked.jobs
                               : static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
-    how.program = asked.program.empty() ? torvikprogram() : fs::absolute(asked.program);
+    for (const cell6& cell : asked.cells) checkknown(cell);
+    how.known = asked.cells;
+    if (how.known.empty())
+        how.program = asked.program.empty() ? torvikprogram() : fs::absolute(asked.program);
     how.ladder.seed = asked.seed;
     if (asked.volumes.size() == 2) {
         if (!(asked.volumes[0] > 0.0 && asked.volumes[1] > asked.volumes[0]))
@@ -175,9 +180,18 @@ void addsolve(CLI::App& program)
                         "kind of the file, if its content does not tell");
     command->add_option("-o,--output", asked->output,
                         "what the names of the written files begin with, in place of FILE's");
-    command->add_option("--volume", asked->volumes, "limits of the volume of the primitive cell")
-        ->expected(2)
-        ->type_name("MIN MAX");
+    CLI::Option* volume =
+        command
+            ->add_option("--volume", asked->volumes, "limits of the volume of the primitive cell")
+            ->expected(2)
+            ->type_name("MIN MAX");
+    command
+        ->add_option("--cell", asked->cells,
+                     "a primitive cell that is known: only its orientation is looked for; may be "
+                     "given several times")
+        ->type_name("A B C ALPHA BETA GAMMA")
+        ->allow_extra_args(false)
+        ->excludes(volume);
     command->add_option("--centre", asked->centre, "centre of the detector, pixels")
         ->expected(2)
         ->type_name("X Y");

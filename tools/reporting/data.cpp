@@ -10,11 +10,11 @@
 #include "lattice/cell.h"
 #include "lattice/relations.h"
 #include "reporting/periodogram.h"
-#include "reporting/programrun.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <atomic>
 #include <optional>
 
 namespace torvik::tools {
@@ -114,7 +114,15 @@ std::optional<logged> runforlog(const std::string& program, const std::string& i
     writewhole(folder.path() / "a.idx", input
                                             + "\n_CreateLogFile\n1\n_SaveLePage\n0\n"
                                               "_FractionOfSupportingReflections\n1e-7\n");
-    if (!runprogram(programtorun(program), folder.path(), "a.idx")) return std::nullopt;
+    constexpr double longest = 3600.0; // seconds
+    const std::atomic<bool> never{false};
+    try {
+        if (runprocess(torvikprogram(program), {"a.idx"}, folder.path(), longest, never)
+            != ending::finished)
+            return std::nullopt;
+    } catch (const failure&) { // it cannot be started
+        return std::nullopt;
+    }
     return readlog(folder.path() / "a_idx.log");
 }
 

@@ -1,6 +1,7 @@
 #include "reporting/report.h"
 
 #include "base/failure.h"
+#include "base/process.h"
 #include "base/textfile.h"
 
 #include <system_error>
@@ -47,7 +48,7 @@ fs::path pagetofill(const fs::path& asked)
 {
     if (!asked.empty()) return asked;
     std::error_code none;
-    const fs::path folder = fs::read_symlink("/proc/self/exe", none).parent_path();
+    const fs::path folder = thisprogram().parent_path();
     const fs::path places[] = {folder / "report-page" / "report.html",
                                folder.parent_path() / "share" / "torvik" / "report.html"};
     for (const fs::path& one : places)

@@ -2,6 +2,7 @@
 
 #include "base/table.h"
 #include "lattice/relations.h"
+#include "solving/knownsolve.h"
 
 #include <algorithm>
 #include <chrono>
@@ -84,7 +85,7 @@ crystals solveall(const vectorlist& list, const solveoptions& options, int latti
         now.budget -= std::chrono::duration<double>(clock::now() - start).count();
         const vectorlist part = those(list, left);
         if (number > 1 && (part.vectors.size() < worthtrying || now.budget <= 0.0)) break;
-        const answer found = solve(part, now);
+        const answer found = now.known.empty() ? solve(part, now) : solveknown(part, now);
         if (number == 1) all.first = found;
         if (found.how == verdict::refused) break;
         crystal one = crystalof(part, left, found);
@@ -94,6 +95,8 @@ crystals solveall(const vectorlist& list, const solveoptions& options, int latti
                 misorientationof(all.each[0].found.lattices[0].basis, found.lattices[0].basis);
         if (number == 1) {
             all.remarks = diagnose(list.vectors, found.lattices[0]);
+            if (found.given > 0)
+                all.remarks.push_back(pointsneverhit(list.vectors, found.lattices[0]));
             if (found.competing > 1)
                 all.remarks.push_back(
                     whatdecides(found.lattices[0].basis, found.lattices[1].basis));

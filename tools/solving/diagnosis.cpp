@@ -2,6 +2,7 @@
 
 #include "base/table.h"
 #include "lattice/relations.h"
+#include "solving/deformation.h"
 
 #include <algorithm>
 #include <array>
@@ -177,15 +178,6 @@ void findsystematic(const std::vector<vector3>& vectors, const assessment& found
         said.push_back(
             "The errors grow with the cube of the length: the distance of the detector or "
             "the wavelength is probably wrong.");
-}
-
-// The nearest rotation to a matrix that is nearly one: three steps of Newton's iteration to the
-// orthogonal factor (Higham, 1986).
-matrix3 nearestrotation(matrix3 R)
-{
-    constexpr int steps = 12;
-    for (int i = 0; i < steps; ++i) R = scaled(R + R.inverse().transpose(), 0.5);
-    return R;
 }
 
 double degrees(double radians)

@@ -47,6 +47,7 @@ struct assessment {
     double wrong = 0.0;          // w
     int indexed = 0;             // vectors that are more likely genuine than wrong
     std::vector<double> genuine; // of each vector: how likely it is genuine
+    int known = -1;              // which of the known cells it is, from 0; -1 if none was given
 };
 
 // Refines a lattice on all vectors and gives its evidence. The errors and the fraction of wrong ones

@@ -56,6 +56,7 @@ json candidate(const assessment& one)
     entry["indexed"] = one.indexed;
     entry["sigma"] = one.sigma;
     entry["wrong"] = one.wrong;
+    if (one.known >= 0) entry["known"] = one.known;
     return entry;
 }
 
@@ -138,8 +139,12 @@ std::string coloured(verdict how, bool colourful)
     return red("Refused.", colourful);
 }
 
-std::string relationtofirst(const matrix3& first, const matrix3& other)
+std::string relationtofirst(const assessment& best, const assessment& next)
 {
+    const matrix3& first = best.basis;
+    const matrix3& other = next.basis;
+    if (next.known >= 0 && next.known == best.known)
+        if (const auto turn = misorientationof(first, other)) return sentenceof(*turn);
     const auto related = relationbetween(other, first, 0.2, 12);
     if (!related || related->how == kinship::same) return "not related to the first";
     return std::string(related->how == kinship::super ? "a superlattice" : "a sublattice")
@@ -199,6 +204,7 @@ nlohmann::ordered_json solutionjson(const vectorlist& list, const crystals& all,
     file["interrupted"] = all.first.interrupted;
     file["remarks"] = all.remarks;
     file["runs"] = all.first.runs.size();
+    if (all.first.given > 0) file["known"] = nullptr;
     file["cell"] = nullptr;
     file["basis"] = nullptr;
     file["lattices"] = json::array();
@@ -214,6 +220,7 @@ nlohmann::ordered_json solutionjson(const vectorlist& list, const crystals& all,
     if (!all.each.empty()) {
         file["cell"] = file["lattices"][0]["cell"];
         file["basis"] = file["lattices"][0]["basis"];
+        if (all.first.given > 0) file["known"] = file["lattices"][0]["known"];
     }
     file["competing"] = all.first.competing;
     file["candidates"] = json::array();
@@ -236,8 +243,9 @@ std::string screenful(const vectorlist& list, const crystals& all, bool colourfu
         for (std::size_t i = 0; i < all.first.competing; ++i) {
             const assessment& one = all.first.lattices[i];
             page += "  " + std::to_string(i + 1) + "  " + lineof(one) + "\n";
-            if (i > 0)
-                page += "     " + relationtofirst(all.first.lattices[0].basis, one.basis) + "\n";
+            if (all.first.given > 1)
+                page += "     known cell " + std::to_string(one.known + 1) + "\n";
+            if (i > 0) page += "     " + relationtofirst(all.first.lattices[0], one) + "\n";
         }
     }
     if (all.first.how == verdict::refused && !all.first.lattices.empty())

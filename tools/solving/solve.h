@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/linear.h"
+#include "lattice/cell.h"
 #include "solving/evidence.h"
 #include "solving/ladder.h"
 
@@ -15,6 +16,7 @@ namespace torvik::tools {
 
 struct solveoptions {
     ladderoptions ladder;
+    std::vector<cell6> known;      // the cells that the crystal may have; empty if none is known
     double budget = 60.0;          // seconds
     int jobs = 1;                  // runs at a time
     std::filesystem::path program; // Torvik
@@ -40,6 +42,7 @@ struct answer {
     std::vector<runmade> runs;        // in the order of the ladder
     int winner = -1;                  // the run that led to the best lattice
     bool interrupted = false;         // stopped, or out of time
+    int given = 0;                    // how many cells were known
 };
 
 // An answer needs this evidence (natural logarithm), and this lead on the next lattice; see

@@ -1,11 +1,15 @@
 #include "solving/uncertainty.h"
 
 #include "base/table.h"
+#include "solving/deformation.h"
+#include "solving/knowncell.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <limits>
+#include <optional>
 
 namespace torvik::tools {
 
@@ -22,15 +26,39 @@ std::array<double, 7> parametersof(const matrix3& UB)
     return all;
 }
 
-matrix3 covarianceof(const std::vector<vector3>& vectors, const assessment& found)
+// Of the six strains and three turns. Where the vectors do not fix a lattice there is none.
+std::optional<ninebynine> covarianceof(const std::vector<vector3>& vectors, const assessment& found)
 {
-    matrix3 HH(0.0);
+    const matrix3 UB = found.basis.inverse();
+    matrix3 gg(0.0);
     for (std::size_t n = 0; n < vectors.size(); ++n) {
-        const std::array<int, 3> h = nearestindices(found.basis.multiply(vectors[n]));
-        for (std::size_t i = 0; i < 3; ++i)
-            for (std::size_t j = 0; j < 3; ++j) HH.a[i][j] += found.genuine[n] * h[i] * h[j];
+        const auto h = nearestindices(found.basis.multiply(vectors[n]));
+        const vector3 g = UB.multiply(vector3(h[0], h[1], h[2]));
+        for (int i = 0; i < 3; ++i)
+            for (int j = 0; j < 3; ++j) gg.a[i][j] += found.genuine[n] * g.at(i) * g.at(j);
     }
-    return scaled(HH.inverse(), found.sigma * found.sigma);
+    ninebynine precision = squaresof(scaled(gg, 1.0 / (found.sigma * found.sigma)));
+    if (found.known >= 0) addprior(precision, usualstrain);
+    const auto split = splitmatrix::of(precision);
+    if (!split) return std::nullopt;
+    return split->inverse();
+}
+
+// How each parameter changes with each of the six strains.
+std::array<std::array<double, 7>, 6> slopesof(const matrix3& UB)
+{
+    constexpr double step = 1e-6;
+    std::array<std::array<double, 7>, 6> slopes = {};
+    for (std::size_t i = 0; i < slopes.size(); ++i) {
+        nine strain = {};
+        strain[3 + i] = step;
+        const matrix3 E = deformationof(strain);
+        const auto above = parametersof((matrix3() + E).multiply(UB));
+        const auto below = parametersof((matrix3() - E).multiply(UB));
+        for (std::size_t k = 0; k < above.size(); ++k)
+            slopes[i][k] = (above[k] - below[k]) / (2.0 * step);
+    }
+    return slopes;
 }
 
 } // namespace
@@ -38,25 +66,16 @@ matrix3 covarianceof(const std::vector<vector3>& vectors, const assessment& foun
 uncertaincell uncertaintyof(const std::vector<vector3>& vectors, const assessment& found)
 {
     const matrix3 UB = found.basis.inverse();
-    const matrix3 covariance = covarianceof(vectors, found);
-    const double step = 1e-6 * std::cbrt(std::fabs(UB.determinant()));
+    const auto covariance = covarianceof(vectors, found);
+    const auto slopes = slopesof(UB);
     std::array<double, 7> variance = {};
-    for (int row = 0; row < 3; ++row) {
-        std::array<std::array<double, 7>, 3> slope = {};
-        for (int column = 0; column < 3; ++column) {
-            matrix3 more = UB;
-            matrix3 less = UB;
-            more.a[row][column] += step;
-            less.a[row][column] -= step;
-            const auto above = parametersof(more);
-            const auto below = parametersof(less);
-            for (std::size_t k = 0; k < above.size(); ++k)
-                slope[static_cast<std::size_t>(column)][k] = (above[k] - below[k]) / (2.0 * step);
-        }
-        for (std::size_t k = 0; k < variance.size(); ++k)
-            for (std::size_t i = 0; i < 3; ++i)
-                for (std::size_t j = 0; j < 3; ++j)
-                    variance[k] += slope[i][k] * covariance.a[i][j] * slope[j][k];
+    for (std::size_t k = 0; k < variance.size(); ++k) {
+        if (!covariance)
+            variance[k] = std::numeric_limits<double>::infinity();
+        else
+            for (std::size_t i = 0; i < 6; ++i)
+                for (std::size_t j = 0; j < 6; ++j)
+                    variance[k] += slopes[i][k] * (*covariance)[3 + i][3 + j] * slopes[j][k];
     }
     uncertaincell result;
     const auto values = parametersof(UB);

@@ -17,9 +17,9 @@ struct uncertaincell {
     double volumeerror = 0.0;
 };
 
-// Propagates the errors of the vectors to the cell: the rows of UB are independent, each with the
-// covariance s^2 (sum of g h h^T)^-1, g being how likely a vector is genuine; the cell depends on
-// their elements by numerical derivatives.
+// Propagates the errors of the vectors to the cell: the strains of the lattice have the precision A / s^2
+// (deformation.h), each vector counting as much as it is likely to be genuine, and that of their prior
+// (knowncell.h) in addition if the cell was known; the cell depends on them by numerical derivatives.
 uncertaincell uncertaintyof(const std::vector<vector3>& vectors, const assessment& found);
 
 // A value with its uncertainty in units of the last digit: "7.713(2)", "90.00(14)". Two digits of the

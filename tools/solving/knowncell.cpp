@@ -1,0 +1,246 @@
+#include "solving/knowncell.h"
+
+#include "lattice/shortvectors.h"
+#include "solving/deformation.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <numbers>
+
+namespace torvik::tools {
+
+namespace {
+
+constexpr double none = -std::numeric_limits<double>::infinity();
+constexpr double twopi = 2.0 * std::numbers::pi;
+
+// As for lattices that are not known: errors of more than this part of the mean distance of points
+// would hide any lattice, and errors of less than this part of the usual length are those of digits.
+constexpr double largestsigma = 0.12;
+constexpr double firstsigma = 0.05;
+constexpr double smallestsigma = 1e-4;
+
+// Strains beyond this many standard deviations are those of another lattice.
+constexpr double beyond = 6.0;
+
+std::vector<matrix3> turnsof(const matrix3& basis)
+{
+    const double longest = beyond * usualstrain;
+    std::array<std::vector<latticevector>, 3> rows;
+    const double length = rowof(basis, 2).length() * (1.0 + longest);
+    for (const latticevector& one : shortvectors(basis, length))
+        for (std::size_t i = 0; i < 3; ++i) {
+            const double square = rowof(basis, static_cast<int>(i)).length_sq();
+            if (std::fabs(one.square / square - 1.0) > 2.0 * longest) continue;
+            rows[i].push_back(one);
+            rows[i].push_back({one.factors * -1.0, one.value * -1.0, one.square});
+        }
+    std::vector<matrix3> turns;
+    const matrix3 UB = basis.inverse();
+    for (const latticevector& a : rows[0])
+        for (const latticevector& b : rows[1])
+            for (const latticevector& c : rows[2]) {
+                const matrix3 T = fromrows(a.factors, b.factors, c.factors);
+                if (std::round(T.determinant()) != 1.0) continue;
+                const matrix3 F = UB.multiply(fromrows(a.value, b.value, c.value));
+                if (strainsquare(F) < longest * longest) turns.push_back(T);
+            }
+    return turns;
+}
+
+struct state {
+    matrix3 R;
+    matrix3 strain{0.0}; // e
+    matrix3 crystal;     // (1 + e) UB0
+    matrix3 basis;       // inverse of R (1 + e) UB0
+    double volume = 0.0;
+    double sigma = 0.0;
+    double wrong = 0.4;
+    double leastsigma = 0.0;
+};
+
+void set(state& now, const givencell& cell)
+{
+    now.crystal = (matrix3() + now.strain).multiply(cell.UB);
+    const matrix3 inverse = now.crystal.inverse();
+    now.volume = std::fabs(inverse.determinant());
+    now.basis = inverse.multiply(now.R.transpose());
+}
+
+// What the vectors say with the lattice as it is. Points and their distances are in the frame of
+// the upright cell.
+struct expectation {
+    double likelihood = 0.0;
+    double weight = 0.0;  // expected number of genuine ones
+    double squares = 0.0; // their squared distances from the points
+    matrix3 gg{0.0};      // sum of g g^T
+    matrix3 dg{0.0};      // sum of d g^T
+    std::vector<double> genuine;
+};
+
+void addproduct(matrix3& sum, const vector3& x, const vector3& y, double weight)
+{
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j) sum.a[i][j] += weight * x.at(i) * y.at(j);
+}
+
+expectation expected(const std::vector<vector3>& vectors, const state& now)
+{
+    expectation sums;
+    sums.genuine.reserve(vectors.size());
+    const double variance = now.sigma * now.sigma;
+    const double peak = (1.0 - now.wrong) / now.volume / std::pow(twopi * variance, 1.5);
+    const matrix3 upright = now.R.transpose();
+    for (const vector3& q : vectors) {
+        const vector3 x = now.basis.multiply(q);
+        const vector3 h = {std::round(x.x), std::round(x.y), std::round(x.z)};
+        const vector3 g = now.crystal.multiply(h);
+        const vector3 d = upright.multiply(q) - g;
+        const double square = d.length_sq();
+        // The origin is a point of every lattice: a vector near to it says nothing.
+        const bool origin = h.length_sq() == 0.0;
+        const double chance = origin ? 0.0 : peak * std::exp(-0.5 * square / variance);
+        const double part = chance / (chance + now.wrong);
+        sums.likelihood += std::log(chance + now.wrong);
+        sums.weight += part;
+        sums.squares += part * square;
+        addproduct(sums.gg, g, g, part);
+        addproduct(sums.dg, d, g, part);
+        sums.genuine.push_back(part);
+    }
+    return sums;
+}
+
+ninebynine precisionof(const expectation& sums, const state& now)
+{
+    ninebynine M = squaresof(scaled(sums.gg, 1.0 / (now.sigma * now.sigma)));
+    addprior(M, usualstrain);
+    return M;
+}
+
+// Says whether the vectors fix the turns: it takes two that are genuine, and a posterior that is narrow
+// against all rotations.
+bool oriented(const expectation& sums, const ninebynine& variance)
+{
+    constexpr double widest = 0.1; // radians
+    for (std::size_t k = 0; k < 3; ++k)
+        if (!(variance[k][k] < widest * widest)) return false;
+    return sums.weight >= 2.0;
+}
+
+// How many of the nine components the vectors fix, rather than the prior.
+double fixedby(const ninebynine& variance)
+{
+    double count = 9.0;
+    for (std::size_t k = 3; k < 9; ++k) count -= variance[k][k] / (usualstrain * usualstrain);
+    return count;
+}
+
+void improve(state& now, const givencell& cell, const expectation& sums, const splitmatrix& M,
+             double parameters, std::size_t count)
+{
+    nine b = productsof(scaled(sums.dg, 1.0 / (now.sigma * now.sigma)));
+    const nine pull = productsof(now.strain);
+    for (std::size_t k = 3; k < 9; ++k) b[k] -= pull[k] / (usualstrain * usualstrain);
+    nine x = M.solve(b);
+    now.R = now.R.multiply(rotationby({x[0], x[1], x[2]}));
+    x[0] = x[1] = x[2] = 0.0;
+    now.strain = now.strain + deformationof(x);
+    set(now, cell);
+    const double freedom = std::max(3.0 * sums.weight - parameters, 3.0);
+    now.sigma = std::clamp(std::sqrt(sums.squares / freedom), now.leastsigma,
+                           std::max(now.leastsigma, largestsigma / std::cbrt(now.volume)));
+    const double total = static_cast<double>(count);
+    now.wrong = (total - sums.weight + 1.0) / (total + 2.0);
+}
+
+// The logarithm of the sum over all turns of the density of the strain.
+double logstrains(const state& now, const givencell& cell)
+{
+    const double variance = usualstrain * usualstrain;
+    double sum = 0.0;
+    for (const matrix3& T : cell.turns) {
+        // The refined lattice, its axes in the order of T, against the known one.
+        const matrix3 UB = now.crystal.multiply(T.inverse());
+        sum += std::exp(-0.5 * strainsquare(UB.multiply(cell.basis)) / variance);
+    }
+    return std::log(sum) - 3.0 * std::log(twopi * variance);
+}
+
+double evidenceof(const expectation& sums, const state& now, const givencell& cell,
+                  const splitmatrix& M, int cells)
+{
+    return sums.likelihood + 4.5 * std::log(twopi) - 0.5 * M.logdeterminant()
+           - std::log(2.0 * twopi * twopi) + logstrains(now, cell) - std::log(cells);
+}
+
+double usuallength(const std::vector<vector3>& vectors)
+{
+    double squares = 0.0;
+    for (const vector3& q : vectors) squares += q.length_sq();
+    return std::sqrt(squares / std::max(1.0, static_cast<double>(vectors.size())));
+}
+
+} // namespace
+
+givencell::givencell(const cell6& cell)
+{
+    const matrix3 given = basisof(cell);
+    shortbasis shortest = shortestbasis(given);
+    if (shortest.T.determinant() < 0.0) {
+        shortest.T = scaled(shortest.T, -1.0);
+        shortest.basis = scaled(shortest.basis, -1.0);
+    }
+    basis = shortest.basis;
+    UB = basis.inverse();
+    back = shortest.T.inverse();
+    for (auto& row : back.a)
+        for (double& x : row) x = std::round(x);
+    volume = basis.determinant();
+    turns = turnsof(basis);
+}
+
+matrix3 givencell::orientationof(const matrix3& given) const
+{
+    return nearestrotation(given.inverse().multiply(back.multiply(basis)));
+}
+
+assessment assessknown(const std::vector<vector3>& vectors, const givencell& cell, const matrix3& R,
+                       int cells, double least)
+{
+    state now;
+    now.R = R;
+    set(now, cell);
+    const assessment nothing = {now.basis, none, 0.0, 1.0, 0, {}};
+    assessment found = nothing;
+    now.sigma = firstsigma / std::cbrt(now.volume);
+    now.leastsigma = smallestsigma * usuallength(vectors);
+    if (!(now.leastsigma < largestsigma / std::cbrt(now.volume))) return nothing;
+    constexpr int mostrounds = 40;
+    double before = none;
+    for (int round = 0; round < mostrounds; ++round) {
+        const expectation sums = expected(vectors, now);
+        const auto M = splitmatrix::of(precisionof(sums, now));
+        if (!M) return nothing;
+        const ninebynine variance = M->inverse();
+        if (!oriented(sums, variance)) return nothing;
+        found.basis = now.basis;
+        found.evidence = evidenceof(sums, now, cell, *M, cells);
+        found.sigma = now.sigma;
+        found.wrong = now.wrong;
+        found.genuine = sums.genuine;
+        constexpr double settled = 1e-4;
+        if (round > 3 && std::fabs(sums.likelihood - before) < settled) break;
+        // The first rounds find most of it; what they leave is far less than one for each vector.
+        if (round == 4 && found.evidence + static_cast<double>(vectors.size()) < least) break;
+        before = sums.likelihood;
+        improve(now, cell, sums, *M, fixedby(variance), vectors.size());
+    }
+    found.indexed = static_cast<int>(std::count_if(found.genuine.begin(), found.genuine.end(),
+                                                   [](double g) { return g > 0.5; }));
+    return found;
+}
+
+} // namespace torvik::tools

@@ -1,0 +1,180 @@
+#include "solving/knownsolve.h"
+
+#include "base/failure.h"
+#include "base/table.h"
+#include "lattice/notation.h"
+#include "lattice/relations.h"
+#include "lattice/shortvectors.h"
+#include "solving/knowncell.h"
+#include "solving/orientations.h"
+
+#include <algorithm>
+#include <chrono>
+#include <optional>
+
+namespace torvik::tools {
+
+namespace {
+
+using clock = std::chrono::steady_clock;
+
+// Three vectors at most make an orientation, so that a fourth one is the least that can speak for it.
+constexpr std::size_t fewestvectors = 4;
+
+// The lattices that are named in the end.
+constexpr std::size_t mostnamed = 12;
+
+std::string percent(double part)
+{
+    return fixed(100.0 * part, 0) + " %";
+}
+
+bool onelattice(const matrix3& D, const matrix3& E)
+{
+    constexpr double nearly = 0.03; // of an index
+    const auto found = relationbetween(D, E, nearly, 1);
+    return found && found->how == kinship::same;
+}
+
+// Takes the orientations of a cell among those of the others, the most evident first, each lattice
+// once: of two cells that are nearly the same the better one counts.
+void merge(const std::vector<assessment>& found, const givencell& cell, int known,
+           std::vector<assessment>& all)
+{
+    for (assessment one : found) {
+        one.known = known;
+        one.basis = cell.back.multiply(one.basis);
+        const auto same = std::find_if(all.begin(), all.end(), [&](const assessment& other) {
+            return other.known != known && onelattice(other.basis, one.basis);
+        });
+        if (same != all.end() && same->evidence >= one.evidence) continue;
+        if (same != all.end()) all.erase(same);
+        const auto place = std::find_if(all.begin(), all.end(), [&](const assessment& other) {
+            return other.evidence < one.evidence;
+        });
+        all.insert(place, one);
+    }
+    if (all.size() > mostnamed) all.resize(mostnamed);
+}
+
+// Whether a lattice is there beside the best one: it has enough evidence in what that leaves.
+bool besides(const std::vector<vector3>& vectors, const assessment& best, const assessment& other,
+             const std::vector<givencell>& cells)
+{
+    std::vector<vector3> left;
+    for (std::size_t i = 0; i < vectors.size(); ++i)
+        if (best.genuine[i] < 0.5) left.push_back(vectors[i]);
+    const givencell& cell = cells[static_cast<std::size_t>(other.known)];
+    const int count = static_cast<int>(cells.size());
+    return assessknown(left, cell, cell.orientationof(other.basis), count).evidence
+           >= evidenceneeded;
+}
+
+void judge(const std::vector<vector3>& vectors, const std::vector<givencell>& cells, answer& found)
+{
+    const bool several = cells.size() > 1;
+    if (found.lattices.empty() || found.lattices[0].evidence < evidenceneeded) {
+        found.reason = several ? "None of the known cells has an orientation that is better than "
+                                 "chance could make one."
+                               : "The known cell has no orientation that is better than chance "
+                                 "could make one.";
+        return;
+    }
+    const assessment best = found.lattices[0];
+    bool second = false;
+    found.competing = 1;
+    // Those that compete come first, then those that are there beside the best one, and the others.
+    for (std::size_t i = 1; i < found.lattices.size(); ++i) {
+        if (found.lattices[i].evidence <= best.evidence - leadneeded) break;
+        if (besides(vectors, best, found.lattices[i], cells)) {
+            second = true;
+            continue;
+        }
+        const auto place = found.lattices.begin() + static_cast<std::ptrdiff_t>(i);
+        std::rotate(found.lattices.begin() + static_cast<std::ptrdiff_t>(found.competing), place,
+                    place + 1);
+        ++found.competing;
+    }
+    found.how = found.competing == 1 ? verdict::solved : verdict::ambiguous;
+    if (found.how == verdict::ambiguous) {
+        found.reason =
+            std::to_string(found.competing)
+            + (several ? " orientations of the known cells" : " orientations of the known cell")
+            + " explain the reflections alike.";
+        return;
+    }
+    const double part =
+        static_cast<double>(best.indexed) / static_cast<double>(best.genuine.size());
+    const std::string cell =
+        several ? "known cell " + std::to_string(best.known + 1) : std::string("the known cell");
+    found.reason = "One orientation of " + cell + " takes " + percent(part) + " of the reflections"
+                   + (second ? "; another crystal takes others." : ", and no other comes near.");
+}
+
+} // namespace
+
+void checkknown(const cell6& cell)
+{
+    constexpr double least = 1.0;
+    constexpr double most = 10000.0;
+    const matrix3 shortest = shortestbasis(basisof(cell)).basis;
+    for (int i = 0; i < 3; ++i) {
+        const double length = rowof(shortest, i).length();
+        if (length >= least && length <= most) continue;
+        throw failure("The cell " + celltext(cell, 4, 3) + " has an axis of " + fixed(length, 4)
+                      + " angstroms, or may be described by such a one: from 1 to 10000 is what a "
+                        "crystal can have.");
+    }
+}
+
+answer solveknown(const vectorlist& list, const solveoptions& options)
+{
+    answer found;
+    found.given = static_cast<int>(options.known.size());
+    if (list.vectors.size() < fewestvectors) {
+        found.reason = "There are " + std::to_string(list.vectors.size())
+                       + " reflections; no orientation is sure with fewer than "
+                       + std::to_string(fewestvectors) + ".";
+        return found;
+    }
+    const auto end = clock::now()
+                     + std::chrono::duration_cast<clock::duration>(
+                         std::chrono::duration<double>(options.budget));
+    const auto over = [&] {
+        return (options.stop != nullptr && *options.stop) || clock::now() >= end;
+    };
+    std::vector<givencell> cells;
+    for (const cell6& cell : options.known) cells.emplace_back(cell);
+    for (int i = 0; i < found.given && !over(); ++i) {
+        if (options.progress)
+            options.progress("Cell " + std::to_string(i + 1) + " of "
+                             + std::to_string(found.given));
+        const givencell& cell = cells[static_cast<std::size_t>(i)];
+        merge(orientationsof(list, cell, found.given, over), cell, i, found.lattices);
+    }
+    found.interrupted = over();
+    judge(list.vectors, cells, found);
+    return found;
+}
+
+std::string pointsneverhit(const std::vector<vector3>& vectors, const assessment& found)
+{
+    std::optional<assessment> best;
+    int parts = 0;
+    for (const int index : {2, 3})
+        for (const matrix3& H : hermiteforms(index)) {
+            const matrix3 basis = H.inverse().multiply(found.basis);
+            const givencell cell(cellof(basis));
+            const assessment one = assessknown(vectors, cell, cell.orientationof(basis));
+            if (best && one.evidence <= best->evidence) continue;
+            best = one;
+            parts = index;
+        }
+    if (!best || best->evidence < found.evidence + leadneeded) return "";
+    return "The reflections lie on every " + std::string(parts == 2 ? "second" : "third")
+           + " point of the known lattice: a cell of " + (parts == 2 ? "half" : "a third of")
+           + " the volume, " + celltext(cellof(niggli(best->basis).basis), 2, 1) + ", takes "
+           + std::to_string(best->indexed) + " of them.";
+}
+
+} // namespace torvik::tools

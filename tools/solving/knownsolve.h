@@ -1,0 +1,25 @@
+// From measured vectors to the orientation of a crystal whose cell is known.
+#pragma once
+
+#include "solving/solve.h"
+
+#include <string>
+#include <vector>
+
+namespace torvik::tools {
+
+// Looks for the orientation of one of the cells of the options, all of them primitive, that the
+// vectors are best explained by. No run is made: orientations are proposed by pairs of vectors, and
+// judged by their evidence (knowncell.h). An answer needs the evidence, and the lead on the next
+// orientation or cell, that `solve` needs. The bases of the answer are right-handed, in the setting of
+// the cell that was given.
+answer solveknown(const vectorlist& list, const solveoptions& options);
+
+// Throws a failure, as a sentence, for what is no cell or not that of a crystal.
+void checkknown(const cell6& cell);
+
+// A remark on the best lattice, if a part of its points alone is hit: the smaller cell, of a half or a
+// third of the volume, that explains the vectors better by as much as an answer needs. Else empty.
+std::string pointsneverhit(const std::vector<vector3>& vectors, const assessment& found);
+
+} // namespace torvik::tools
