@@ -7,9 +7,9 @@
 #include "solving/knownsolve.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <ctime>
 #include <functional>
 #include <optional>
 #include <string>
@@ -82,10 +82,9 @@ void add(tally& sums, const trial& one, const std::optional<matrix3>& truth)
 {
     solveoptions options;
     options.known = {one.given};
-    const auto start = std::chrono::steady_clock::now();
+    const std::clock_t start = std::clock();
     const answer found = solveknown(one.list, options);
-    const double seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    const double seconds = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
     sums.seconds += seconds;
     sums.longest = std::max(sums.longest, seconds);
     ++sums.trials;

@@ -215,7 +215,9 @@ void addsolve(CLI::App& program)
     command->footer("Writes FILE.solution.json, and the files of the run that led to the answer.\n"
                     "The exit status is 1 if the answer is refused.\n\n"
                     "Example:\n"
-                    "  $ torvik-tools solve 5_kyanite_difficult.idx");
+                    "  $ torvik-tools solve 5_kyanite_difficult.idx\n"
+                    "  $ torvik-tools solve 5_kyanite_difficult.idx --cell 7.126 7.852 5.572 "
+                    "89.99 101.11 106.03");
     command->callback([asked = asked] { work(*asked); });
 }
 

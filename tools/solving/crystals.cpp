@@ -39,9 +39,25 @@ crystal crystalof(const vectorlist& list, const std::vector<std::size_t>& positi
     return one;
 }
 
-std::string indices(const vector3& h)
+// The shortest reflection of a lattice that lies between the points of another, as "1 0 2, at a
+// spacing of 5.31 angstroms"; empty if there is none with low indices.
+std::string onlyin(const matrix3& basis, const matrix3& other)
 {
-    return fixed(h.x, 0) + " " + fixed(h.y, 0) + " " + fixed(h.z, 0);
+    const matrix3 UB = basis.inverse();
+    std::string deciding;
+    double shortest = std::numeric_limits<double>::infinity();
+    constexpr int most = 3;
+    for (int h = -most; h <= most; ++h)
+        for (int k = -most; k <= most; ++k)
+            for (int l = -most; l <= most; ++l) {
+                const vector3 q = UB.multiply(vector3(h, k, l));
+                constexpr double whole = 0.15;
+                if (offwhole(other.multiply(q)) < whole || q.length() >= shortest) continue;
+                shortest = q.length();
+                deciding = std::to_string(h) + " " + std::to_string(k) + " " + std::to_string(l)
+                           + ", at a spacing of " + fixed(1.0 / shortest, 2) + " angstroms";
+            }
+    return deciding;
 }
 
 } // namespace
@@ -51,26 +67,20 @@ std::string whatdecides(const matrix3& first, const matrix3& second)
     const auto related = relationbetween(first, second, 0.2, 12);
     if (!related || related->how == kinship::same) return "";
     const bool firstlarger = related->how == kinship::super;
-    const matrix3& large = firstlarger ? first : second;
-    const matrix3& small = firstlarger ? second : first;
-    const matrix3 UB = large.inverse();
-    vector3 deciding;
-    double shortest = std::numeric_limits<double>::infinity();
-    constexpr int most = 3;
-    for (int h = -most; h <= most; ++h)
-        for (int k = -most; k <= most; ++k)
-            for (int l = -most; l <= most; ++l) {
-                const vector3 q = UB.multiply(vector3(h, k, l));
-                constexpr double whole = 0.15;
-                if (offwhole(small.multiply(q)) < whole || q.length() >= shortest) continue;
-                shortest = q.length();
-                deciding = {static_cast<double>(h), static_cast<double>(k), static_cast<double>(l)};
-            }
-    if (!std::isfinite(shortest)) return "";
+    const std::string deciding = firstlarger ? onlyin(first, second) : onlyin(second, first);
+    if (deciding.empty()) return "";
     return "Lattice " + std::string(firstlarger ? "1 has a cell " : "2 has a cell ")
-           + std::to_string(related->index) + " times as large. Measure its reflection "
-           + indices(deciding) + ", at a spacing of " + fixed(1.0 / shortest, 2)
-           + " angstroms: only it has one there.";
+           + std::to_string(related->index) + " times as large. Measure its reflection " + deciding
+           + ": only it has one there.";
+}
+
+std::string whatdecidesofknown(const matrix3& first, const matrix3& second)
+{
+    const std::string related = whatdecides(first, second);
+    if (!related.empty()) return related;
+    const std::string deciding = onlyin(first, second);
+    if (deciding.empty()) return "";
+    return "Measure the reflection " + deciding + ", of lattice 1: lattice 2 has none there.";
 }
 
 crystals solveall(const vectorlist& list, const solveoptions& options, int lattices)
@@ -97,9 +107,9 @@ crystals solveall(const vectorlist& list, const solveoptions& options, int latti
             all.remarks = diagnose(list.vectors, found.lattices[0]);
             if (found.given > 0)
                 all.remarks.push_back(pointsneverhit(list.vectors, found.lattices[0]));
+            const auto decide = found.given > 0 ? whatdecidesofknown : whatdecides;
             if (found.competing > 1)
-                all.remarks.push_back(
-                    whatdecides(found.lattices[0].basis, found.lattices[1].basis));
+                all.remarks.push_back(decide(found.lattices[0].basis, found.lattices[1].basis));
         }
         std::erase_if(left, [&](std::size_t i) { return all.latticeof[i] != 0; });
         all.each.push_back(one);

@@ -34,4 +34,8 @@ crystals solveall(const vectorlist& list, const solveoptions& options, int latti
 // reciprocal-lattice vector that only the larger cell has. A sentence; empty if they are not related.
 std::string whatdecides(const matrix3& first, const matrix3& second);
 
+// The same of orientations or cells that are known: where they are not related, the shortest reflection
+// of the first that lies between the points of the second.
+std::string whatdecidesofknown(const matrix3& first, const matrix3& second);
+
 } // namespace torvik::tools

@@ -22,7 +22,7 @@ constexpr std::size_t mostjudging = 48;
 // judged.
 constexpr double mostpoints = 1e6;
 constexpr double mostchoices = 6e7;
-constexpr double mostproposals = 4e5;
+constexpr double mostproposals = 8e5;
 
 // Orientations that are kept by the score; refined on the judging vectors; refined on all; given.
 constexpr std::size_t mostkept = 1000;
@@ -179,11 +179,17 @@ public:
         }
     }
 
-    [[nodiscard]] double scoreof(const matrix3& R) const
+    // Those that are poor after a third of the vectors, against what is to be reached, are not judged to
+    // the end.
+    [[nodiscard]] double scoreof(const matrix3& R, double least) const
     {
+        constexpr double poor = 0.2;
+        const std::size_t third = terms_.size() / 3;
         const matrix3 basis = cell_.basis.multiply(R.transpose());
         std::array<double, errors.size()> sums = {};
-        for (const term& one : terms_) {
+        for (std::size_t i = 0; i < terms_.size(); ++i) {
+            const term& one = terms_[i];
+            if (i == third && std::max(sums[0], sums[1]) < poor * least) return 0.0;
             const vector3 x = basis.multiply(one.q);
             const vector3 off = {fromwhole(x.x), fromwhole(x.y), fromwhole(x.z)};
             const double square = cell_.UB.multiply(off).length_sq();
@@ -224,6 +230,12 @@ bool better(const proposal& p, const proposal& q)
 // The best of all that are offered.
 class shortlist {
 public:
+    // The score that is to be exceeded.
+    [[nodiscard]] double least() const
+    {
+        return least_;
+    }
+
     void offer(const proposal& one)
     {
         if (one.score <= least_) return;
@@ -274,7 +286,7 @@ double tryall(const vectorpair& pair, const givencell& cell, const judge& judgin
             if (std::fabs(c - cosine) > room || std::fabs(c) > 1.0 - 1e-6) continue;
             const matrix3 own = framebetween(g->direction, k->direction, c);
             const matrix3 R = measured.multiply(own.transpose());
-            list.offer({R, judging.scoreof(R)});
+            list.offer({R, judging.scoreof(R, list.least())});
             count += 1.0;
         }
     return count;

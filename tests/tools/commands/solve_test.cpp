@@ -111,6 +111,104 @@ TEST(Solve, FindsASecondLatticeAndTheTurnBetweenTheTwo)
     EXPECT_NE(run.output.find("a likely twin law"), std::string::npos);
 }
 
+// Of 20 reflections 12 are wrong: without the cell there is no answer.
+simulationrequest mostlywrong()
+{
+    simulationrequest asked = usual();
+    asked.reflections = 20;
+    asked.wrong = 12;
+    asked.smallestd = 1.0;
+    asked.noise = 0.02;
+    asked.seed = 3;
+    return asked;
+}
+
+const std::vector<std::string> knowncell = {"--cell", "7", "8", "10", "85", "100", "95"};
+
+runresult solveknown(std::vector<std::string> arguments, const std::vector<std::string>& cell)
+{
+    arguments.insert(arguments.end(), cell.begin(), cell.end());
+    return solvewith(arguments, {{"a.txt", listof(mostlywrong())}});
+}
+
+TEST(SolveWithACell, FindsTheOrientationWithoutARun)
+{
+    const runresult run = solveknown({"a.txt"}, knowncell);
+    EXPECT_EQ(run.status, 0) << run.output;
+    EXPECT_TRUE(run.output.starts_with("Solved. One orientation of the known cell takes 40 % of "
+                                       "the reflections, and no other comes near."))
+        << run.output;
+    ASSERT_EQ(run.files.size(), 1U); // no input and results of a run
+    const json file = json::parse(run.files.at("a.solution.json"));
+    EXPECT_EQ(file["runs"], 0);
+    EXPECT_EQ(file["known"], 0);
+    EXPECT_EQ(file["lattices"][0]["known"], 0);
+    EXPECT_EQ(file["run"]["idx"], "");
+    EXPECT_NEAR(file["cell"]["alpha"].get<double>(), 85.0, 0.5);
+    EXPECT_NEAR(file["cell"]["beta"].get<double>(), 100.0, 0.5);
+    EXPECT_NEAR(file["cell"]["gamma"].get<double>(), 95.0, 0.5);
+    // As the basis of the truth, or turned by nothing that a triclinic cell has.
+    const matrix3 truth = simulate(mostlywrong()).truth().conventional;
+    for (int i = 0; i < 3; ++i)
+        for (int k = 0; k < 3; ++k) {
+            const double found =
+                file["basis"][static_cast<std::size_t>(i)][static_cast<std::size_t>(k)]
+                    .get<double>();
+            EXPECT_NEAR(found, truth.a[i][k], 0.1);
+        }
+}
+
+TEST(SolveWithACell, TakesSeveralAndSaysWhichItIs)
+{
+    std::vector<std::string> cells = {"--cell", "6.5", "8.9", "9.6", "92", "96", "98"};
+    cells.insert(cells.end(), knowncell.begin(), knowncell.end());
+    const runresult run = solveknown({"a.txt"}, cells);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_NE(run.output.find("known cell 2"), std::string::npos) << run.output;
+    EXPECT_EQ(json::parse(run.files.at("a.solution.json"))["known"], 1);
+}
+
+TEST(SolveWithACell, MayNameTheFileBehindIt)
+{
+    std::vector<std::string> arguments = knowncell;
+    arguments.emplace_back("a.txt");
+    EXPECT_EQ(solveknown(arguments, {}).status, 0);
+}
+
+TEST(SolveWithACell, RefusesACellThatIsNotThatOfTheCrystal)
+{
+    const runresult run = solveknown({"a.txt"}, {"--cell", "6.5", "8.9", "9.6", "92", "96", "98"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(run.output.starts_with(
+        "Refused. The known cell has no orientation that is better than chance could make one."))
+        << run.output;
+    const json file = json::parse(run.files.at("a.solution.json"));
+    EXPECT_EQ(file["verdict"], "refused");
+    EXPECT_TRUE(file["known"].is_null());
+    EXPECT_FALSE(file["candidates"].empty());
+}
+
+TEST(SolveWithACell, RefusesWhatIsNoCellWithASentence)
+{
+    const runresult flat = solveknown({"a.txt"}, {"--cell", "7", "8", "10", "30", "40", "90"});
+    EXPECT_EQ(flat.status, 1);
+    EXPECT_EQ(flat.errors, "Error: The angles 30.000, 40.000 and 90.000 belong to no cell: its "
+                           "three axes lie in a plane, or cannot meet.\n");
+    EXPECT_TRUE(flat.files.empty());
+    const runresult negative =
+        solveknown({"a.txt"}, {"--cell", "-7", "8", "10", "85", "100", "95"});
+    EXPECT_EQ(negative.errors, "Error: The cell has a = -7.0000: a length must be above 0.\n");
+    EXPECT_EQ(solveknown({"a.txt"}, {"--cell", "7", "8", "10", "85", "100"}).status, 2);
+    EXPECT_EQ(solveknown({"a.txt", "--volume", "300", "900"}, knowncell).status, 2);
+}
+
+TEST(Solve, SaysNothingOfKnownCellsIfNoneIsGiven)
+{
+    const runresult run =
+        solvewith({"a.txt", "--volume", "200", "1500"}, {{"a.txt", listof(usual())}});
+    EXPECT_EQ(run.files.at("a.solution.json").find("known"), std::string::npos);
+}
+
 TEST(Solve, RefusesWithAReasonAndEndsWithOne)
 {
     const runresult run = solvewith({"a.txt"}, {{"a.txt", "1 0 0\n0 1 0\n0 0 1\n1 1 1\n"}});

@@ -478,6 +478,11 @@ TEST(AKnownCell, IsAmbiguousForReflectionsInAPlane)
     const answer found = solved(list, {lowcell});
     EXPECT_EQ(found.how, verdict::ambiguous);
     EXPECT_EQ(found.competing, 2U) << found.reason;
+    const std::string deciding =
+        whatdecidesofknown(found.lattices[0].basis, found.lattices[1].basis);
+    EXPECT_TRUE(deciding.starts_with("Measure the reflection ")) << deciding;
+    // 0 0 1, or another one out of the plane, of lattice 1.
+    EXPECT_TRUE(deciding.ends_with(" angstroms, of lattice 1: lattice 2 has none there."));
     // The plane of a monoclinic cell at right angles to its axis is a mirror of the lattice.
     const cell6 monoclinic = {7.0, 8.0, 10.0, 90.0, 100.0, 90.0};
     const matrix3 own = basisof(monoclinic).inverse();
