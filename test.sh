@@ -2,8 +2,7 @@
 # Builds Torvik and runs all its tests.
 #
 #   ./test.sh [--long] [LABEL]      all tests, or those of one label: unit, property, golden, install,
-#                                   equivalence, structure, static, truth, faults, fuzz, manual, tools,
-#                                   workflow;
+#                                   equivalence, structure, static, truth, faults, fuzz, manual, tools, workflow;
 #                                   with --long, many more cases in those that try random ones
 #   ./test.sh --sanitize [PRESET]   the tests under AddressSanitizer, UndefinedBehaviorSanitizer and
 #                                   valgrind; or under one of them: asan, ubsan, valgrind
@@ -18,7 +17,7 @@ cd "$(dirname "$0")"
 . scripts/install.sh
 
 usage() {
-    sed -n '4,9s/^# \{0,3\}//p' "$0" >&2
+    sed -n '4,8s/^# \{0,3\}//p' "$0" >&2
     exit 1
 }
 

@@ -41,11 +41,15 @@ if(TARGET torvik-tools)
         list(APPEND torvik_tools EXCLUDE_FROM_ALL)
     endif()
     install(TARGETS torvik-tools RUNTIME DESTINATION ${torvik_bindir} ${torvik_tools})
-    install(FILES docs/tools.md docs/results.schema.json DESTINATION ${torvik_docdir}/docs
-            ${torvik_tools})
+    install(FILES docs/tools.md docs/solve.md docs/batch.md docs/results.schema.json
+            DESTINATION ${torvik_docdir}/docs ${torvik_tools})
     # The page that the report fills, where the report looks for it; if it could be built.
     install(FILES ${CMAKE_BINARY_DIR}/report-page/report.html
             DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/torvik ${torvik_tools} OPTIONAL)
+    # The workflow of batch, likewise.
+    install(DIRECTORY workflow DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/torvik ${torvik_tools}
+            FILES_MATCHING PATTERN "*.py" PATTERN "*.j2" PATTERN "Snakefile"
+            PATTERN "__pycache__" EXCLUDE)
     if(NOT WIN32)
         set(generated ${CMAKE_BINARY_DIR}/generated)
         set(share ${CMAKE_INSTALL_DATAROOTDIR})

@@ -35,7 +35,7 @@ from torvikbatch.folder import FIRST, SECOND, Pass, Unusable  # noqa: E402
 VERDICTS = ("solved", "ambiguous", "refused", "failed")
 OLDEST = 7  # version of Snakemake
 # What decides the answer for a crystal: all answers in one folder are of the same.
-FIXED = ("budget", "options", "keep")
+FIXED = ("budget", "volume", "options", "keep")
 # A file system that many machines share can show a new file late.
 LATENCY = 60  # seconds
 
@@ -129,11 +129,12 @@ def diewithparent() -> None:
 class Tally:
     """How many crystals have which verdict, as their records grow."""
 
-    def __init__(self, which: Pass, total: int) -> None:
+    def __init__(self, which: Pass, total: int, highest: int) -> None:
         self.which = which
         self.total = total
+        self.done = 0
         self.verdicts = dict.fromkeys(VERDICTS, 0)
-        self._known: dict[int, str] = {}
+        self._known = bytearray(highest + 1)  # by number: 0, or the place of the verdict from 1
         self._read: dict[str, int] = {}  # bytes of each file
 
     def look(self) -> None:
@@ -157,15 +158,13 @@ class Tally:
                     record = json.loads(line)
                 except ValueError:
                     continue
-                before = self._known.get(record["number"])
+                before = self._known[record["number"]]
                 if before:
-                    self.verdicts[before] -= 1
-                self._known[record["number"]] = record["verdict"]
+                    self.verdicts[VERDICTS[before - 1]] -= 1
+                else:
+                    self.done += 1
+                self._known[record["number"]] = 1 + VERDICTS.index(record["verdict"])
                 self.verdicts[record["verdict"]] += 1
-
-    @property
-    def done(self) -> int:
-        return len(self._known)
 
     def words(self) -> str:
         return ", ".join(f"{count} {verdict}" for verdict, count in self.verdicts.items() if count)
@@ -176,7 +175,7 @@ class Progress:
 
     def __init__(self, total: int) -> None:
         self.live = sys.stderr.isatty()
-        self.first = Tally(FIRST, total)
+        self.first = Tally(FIRST, total, total)
         self.second: Tally | None = None
         self.first.look()
         self.before = self.first.done
@@ -189,7 +188,7 @@ class Progress:
         if folder.CONSENSUS.exists() and self.first.done >= self.first.total:
             if not self.second:
                 left = sum(len(folder.readlist(SECOND.listof(group))) for group in SECOND.groups())
-                self.second = Tally(SECOND, left)
+                self.second = Tally(SECOND, left, self.first.total)
             self.second.look()
             tally = self.second
         line = self._line(tally)

@@ -156,7 +156,12 @@ TEST(TheInstalledTools, AreTheProgramItsManPageItsDocumentAndItsCompletions)
                                       "share/zsh/site-functions/_torvik-tools",
                                       "share/fish/vendor_completions.d/torvik-tools.fish",
                                       documents + "docs/tools.md",
+                                      documents + "docs/solve.md",
+                                      documents + "docs/batch.md",
                                       documents + "docs/results.schema.json"};
+    for (const auto& entry : fs::recursive_directory_iterator(project + "/workflow"))
+        if (entry.is_regular_file() && entry.path().extension() != ".pyc")
+            expected.insert("share/torvik/" + fs::relative(entry.path(), project).string());
     if (fs::exists(TORVIK_BINARY_DIR "/report-page/report.html")) // if it was made in this build
         expected.insert("share/torvik/report.html");
     EXPECT_EQ(filesin(prefix.path()), expected);
@@ -182,6 +187,19 @@ TEST(TheInstalledTools, FillTheInstalledPageOfTheReport)
         runtorvik({{"report", "a_idx.res"}, "", files, prefix.file("bin/torvik-tools")});
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_TRUE(run.files.count("a_report.html"));
+}
+
+TEST(TheInstalledTools, FindTheInstalledWorkflow)
+{
+    const temporaryfolder prefix;
+    const auto result =
+        resultof("cmake --install '" TORVIK_BINARY_DIR "' --prefix '" + prefix.path()
+                 + "' && cmake --install '" TORVIK_BINARY_DIR "' --component tools --prefix '"
+                 + prefix.path() + "'");
+    ASSERT_EQ(result.status, 0) << result.output;
+    const runresult run = runtorvik({{"batch", "nowhere"}, "", {}, prefix.file("bin/torvik-tools")});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.errors, "Error: There is no file or folder nowhere.\n"); // said by the workflow
 }
 
 // The Debian package of this build, unpacked.

@@ -65,6 +65,7 @@ class WithSlurm(InAFolder):
         after = recordlines("out")
         for line in before:
             self.assertIn(line, after)
+        self.assertIn("Trying to restart job", Path("out/batch.log").read_text(encoding="utf-8"))
 
     def test_ctrl_c_takes_the_jobs_out_of_the_queue_and_the_same_call_goes_on(self) -> None:
         started = self.begin()

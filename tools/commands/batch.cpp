@@ -66,7 +66,6 @@ std::vector<std::string> solving(const options& asked)
         words.push_back(name);
         words.insert(words.end(), values.begin(), values.end());
     };
-    add("--volume", asked.volumes);
     add("--centre", asked.centre);
     if (asked.wavelength > 0.0) add("--wavelength", {nlohmann::json(asked.wavelength).dump()});
     if (asked.lattices > 1) add("--lattices", {std::to_string(asked.lattices)});
@@ -100,6 +99,7 @@ nlohmann::ordered_json request(const options& asked)
     all["tools"] = thisprogram().string();
     all["torvik"] =
         (asked.program.empty() ? torvikprogram() : fs::absolute(asked.program)).string();
+    all["volume"] = asked.volumes;
     all["options"] = solving(asked);
     return all;
 }

@@ -137,9 +137,9 @@ def fill(database: sqlite3.Connection, consensus: dict, settings: dict) -> None:
         insert(database, "cluster", clusterrow(entry, len(consensus["tried"])))
     for row in rows(consensus["tried"]):
         insert(database, "crystal", row)
+    database.executescript(INDICES)
     database.execute("UPDATE cluster SET later = (SELECT count(*) FROM crystal "
                      "WHERE crystal.cluster = cluster.number AND crystal.pass = 2)")
-    database.executescript(INDICES)
 
 
 def writetable(database: sqlite3.Connection, path: Path) -> None:

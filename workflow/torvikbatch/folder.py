@@ -68,7 +68,7 @@ class Unusable(Exception):
     """Something that the user has to change. The text is a sentence."""
 
 
-@dataclass(frozen=True)
+@dataclass(frozen=True, slots=True)
 class Input:
     """A measurement, as it was when it was listed."""
 

@@ -48,6 +48,8 @@ def command(given: Input, output: Path, settings: dict, cells: list[list[float]]
             *settings["options"]]
     for other in given.others:
         line += ["--with", other]
+    if settings["volume"] and not cells:
+        line += ["--volume", *settings["volume"]]
     for cell in cells:
         line += ["--cell", *(repr(value) for value in cell)]
     return line
