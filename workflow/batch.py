@@ -14,7 +14,6 @@ import fcntl
 import hashlib
 import json
 import os
-import re
 import shlex
 import shutil
 import signal
@@ -33,7 +32,6 @@ from torvikbatch import folder, inputs  # noqa: E402
 from torvikbatch.folder import FIRST, SECOND, Pass, Unusable  # noqa: E402
 
 VERDICTS = ("solved", "ambiguous", "refused", "failed")
-OLDEST = 7  # version of Snakemake
 # What decides the answer for a crystal: all answers in one folder are of the same.
 FIXED = ("budget", "volume", "options", "keep")
 # A file system that many machines share can show a new file late.
@@ -82,10 +80,6 @@ def snakemake() -> str:
     found = shutil.which("snakemake")
     if not found:
         raise Unusable("Snakemake is missing. On Debian: apt-get install snakemake python3-gemmi.")
-    said = subprocess.run([found, "--version"], capture_output=True, text=True, check=False).stdout
-    version = re.match(r"(\d+)\.", said)
-    if not version or int(version.group(1)) != OLDEST:
-        raise Unusable(f"The workflow needs Snakemake {OLDEST}, but {found} is {said.strip() or 'broken'}.")
     return found
 
 

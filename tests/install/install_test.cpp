@@ -197,7 +197,8 @@ TEST(TheInstalledTools, FindTheInstalledWorkflow)
                  + "' && cmake --install '" TORVIK_BINARY_DIR "' --component tools --prefix '"
                  + prefix.path() + "'");
     ASSERT_EQ(result.status, 0) << result.output;
-    const runresult run = runtorvik({{"batch", "nowhere"}, "", {}, prefix.file("bin/torvik-tools")});
+    const runresult run =
+        runtorvik({{"batch", "nowhere"}, "", {}, prefix.file("bin/torvik-tools")});
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.errors, "Error: There is no file or folder nowhere.\n"); // said by the workflow
 }
