@@ -17,7 +17,7 @@
 #include <system_error>
 #include <thread>
 
-extern char** environ;
+extern char** environ; // NOLINT(readability-redundant-declaration): not all systems declare it
 
 namespace torvik::tools {
 
@@ -87,6 +87,7 @@ ending runprocess(const std::filesystem::path& program, const std::vector<std::s
     std::vector<std::string> words = {program.string()};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> argv;
+    argv.reserve(words.size() + 1);
     for (std::string& word : words) argv.push_back(word.data());
     argv.push_back(nullptr);
 
@@ -123,13 +124,13 @@ std::filesystem::path torvikprogram(const std::string& asked)
 {
     if (asked.find('/') != std::string::npos) return std::filesystem::absolute(asked);
     if (!asked.empty()) {
-        if (const auto found = onthepath(asked); !found.empty()) return found;
+        if (auto found = onthepath(asked); !found.empty()) return found;
         throw failure("The program " + asked + " is not on the PATH.");
     }
     const std::filesystem::path self = thisprogram();
     if (!self.empty() && executable(self.parent_path() / "Torvik"))
         return self.parent_path() / "Torvik";
-    if (const auto found = onthepath("Torvik"); !found.empty()) return found;
+    if (auto found = onthepath("Torvik"); !found.empty()) return found;
     throw failure("Torvik is neither beside torvik-tools nor on the PATH.");
 }
 

@@ -180,18 +180,17 @@ void addsolve(CLI::App& program)
                         "kind of the file, if its content does not tell");
     command->add_option("-o,--output", asked->output,
                         "what the names of the written files begin with, in place of FILE's");
-    CLI::Option* volume =
-        command
-            ->add_option("--volume", asked->volumes, "limits of the volume of the primitive cell")
-            ->expected(2)
-            ->type_name("MIN MAX");
+    command
+        ->add_option("--volume", asked->volumes,
+                     "limits of the volume of the primitive cell, where no cell is given")
+        ->expected(2)
+        ->type_name("MIN MAX");
     command
         ->add_option("--cell", asked->cells,
                      "a primitive cell that is known: only its orientation is looked for; may be "
                      "given several times")
         ->type_name("A B C ALPHA BETA GAMMA")
-        ->allow_extra_args(false)
-        ->excludes(volume);
+        ->allow_extra_args(false);
     command->add_option("--centre", asked->centre, "centre of the detector, pixels")
         ->expected(2)
         ->type_name("X Y");

@@ -76,12 +76,27 @@ std::string whatdecides(const matrix3& first, const matrix3& second)
 
 std::string whatdecidesofknown(const matrix3& first, const matrix3& second)
 {
-    const std::string related = whatdecides(first, second);
+    std::string related = whatdecides(first, second);
     if (!related.empty()) return related;
     const std::string deciding = onlyin(first, second);
     if (deciding.empty()) return "";
     return "Measure the reflection " + deciding + ", of lattice 1: lattice 2 has none there.";
 }
+
+namespace {
+
+std::vector<std::string> remarkson(const std::vector<vector3>& vectors, const answer& found)
+{
+    std::vector<std::string> said = diagnose(vectors, found.lattices[0]);
+    if (found.given > 0) said.push_back(pointsneverhit(vectors, found));
+    const auto decide = found.given > 0 ? whatdecidesofknown : whatdecides;
+    if (found.competing > 1)
+        said.push_back(decide(found.lattices[0].basis, found.lattices[1].basis));
+    std::erase(said, std::string());
+    return said;
+}
+
+} // namespace
 
 crystals solveall(const vectorlist& list, const solveoptions& options, int lattices)
 {
@@ -103,18 +118,10 @@ crystals solveall(const vectorlist& list, const solveoptions& options, int latti
         if (number > 1)
             one.turn =
                 misorientationof(all.each[0].found.lattices[0].basis, found.lattices[0].basis);
-        if (number == 1) {
-            all.remarks = diagnose(list.vectors, found.lattices[0]);
-            if (found.given > 0)
-                all.remarks.push_back(pointsneverhit(list.vectors, found.lattices[0]));
-            const auto decide = found.given > 0 ? whatdecidesofknown : whatdecides;
-            if (found.competing > 1)
-                all.remarks.push_back(decide(found.lattices[0].basis, found.lattices[1].basis));
-        }
+        if (number == 1) all.remarks = remarkson(list.vectors, found);
         std::erase_if(left, [&](std::size_t i) { return all.latticeof[i] != 0; });
         all.each.push_back(one);
     }
-    std::erase(all.remarks, std::string());
     return all;
 }
 

@@ -12,17 +12,21 @@ constexpr std::size_t size = 9;
 constexpr double half = std::numbers::sqrt2 / 2.0;
 
 // The change that each of the nine components stands for.
-const std::array<matrix3, size> units = {{
-    {0, 0, 0, 0, 0, -1, 0, 1, 0},
-    {0, 0, 1, 0, 0, 0, -1, 0, 0},
-    {0, -1, 0, 1, 0, 0, 0, 0, 0},
-    {1, 0, 0, 0, 0, 0, 0, 0, 0},
-    {0, 0, 0, 0, 1, 0, 0, 0, 0},
-    {0, 0, 0, 0, 0, 0, 0, 0, 1},
-    {0, 0, 0, 0, 0, half, 0, half, 0},
-    {0, 0, half, 0, 0, 0, half, 0, 0},
-    {0, half, 0, half, 0, 0, 0, 0, 0},
-}};
+const std::array<matrix3, size>& units()
+{
+    static const std::array<matrix3, size> all = {{
+        {0, 0, 0, 0, 0, -1, 0, 1, 0},
+        {0, 0, 1, 0, 0, 0, -1, 0, 0},
+        {0, -1, 0, 1, 0, 0, 0, 0, 0},
+        {1, 0, 0, 0, 0, 0, 0, 0, 0},
+        {0, 0, 0, 0, 1, 0, 0, 0, 0},
+        {0, 0, 0, 0, 0, 0, 0, 0, 1},
+        {0, 0, 0, 0, 0, half, 0, half, 0},
+        {0, 0, half, 0, 0, 0, half, 0, 0},
+        {0, half, 0, half, 0, 0, 0, 0, 0},
+    }};
+    return all;
+}
 
 // The sum of the products of corresponding elements.
 double inner(const matrix3& A, const matrix3& B)
@@ -38,7 +42,7 @@ double inner(const matrix3& A, const matrix3& B)
 matrix3 deformationof(const nine& x)
 {
     matrix3 E(0.0);
-    for (std::size_t k = 0; k < size; ++k) E = E + scaled(units[k], x[k]);
+    for (std::size_t k = 0; k < size; ++k) E = E + scaled(units()[k], x[k]);
     return E;
 }
 
@@ -46,8 +50,8 @@ ninebynine squaresof(const matrix3& G)
 {
     ninebynine A;
     for (std::size_t k = 0; k < size; ++k) {
-        const matrix3 product = units[k].multiply(G);
-        for (std::size_t l = 0; l < size; ++l) A[k][l] = inner(product, units[l]);
+        const matrix3 product = units()[k].multiply(G);
+        for (std::size_t l = 0; l < size; ++l) A[k][l] = inner(product, units()[l]);
     }
     return A;
 }
@@ -55,7 +59,7 @@ ninebynine squaresof(const matrix3& G)
 nine productsof(const matrix3& D)
 {
     nine b;
-    for (std::size_t k = 0; k < size; ++k) b[k] = inner(units[k], D);
+    for (std::size_t k = 0; k < size; ++k) b[k] = inner(units()[k], D);
     return b;
 }
 

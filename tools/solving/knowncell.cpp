@@ -152,7 +152,7 @@ void improve(state& now, const givencell& cell, const expectation& sums, const s
     const double freedom = std::max(3.0 * sums.weight - parameters, 3.0);
     now.sigma = std::clamp(std::sqrt(sums.squares / freedom), now.leastsigma,
                            std::max(now.leastsigma, largestsigma / std::cbrt(now.volume)));
-    const double total = static_cast<double>(count);
+    const auto total = static_cast<double>(count);
     now.wrong = (total - sums.weight + 1.0) / (total + 2.0);
 }
 
@@ -213,7 +213,7 @@ assessment assessknown(const std::vector<vector3>& vectors, const givencell& cel
     state now;
     now.R = R;
     set(now, cell);
-    const assessment nothing = {now.basis, none, 0.0, 1.0, 0, {}};
+    assessment nothing = {now.basis, none, 0.0, 1.0, 0, {}};
     assessment found = nothing;
     now.sigma = firstsigma / std::cbrt(now.volume);
     now.leastsigma = smallestsigma * usuallength(vectors);

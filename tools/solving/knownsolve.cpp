@@ -157,20 +157,22 @@ answer solveknown(const vectorlist& list, const solveoptions& options)
     return found;
 }
 
-std::string pointsneverhit(const std::vector<vector3>& vectors, const assessment& found)
+std::string pointsneverhit(const std::vector<vector3>& vectors, const answer& found)
 {
+    const assessment& known = found.lattices[0];
     std::optional<assessment> best;
     int parts = 0;
     for (const int index : {2, 3})
         for (const matrix3& H : hermiteforms(index)) {
-            const matrix3 basis = H.inverse().multiply(found.basis);
+            const matrix3 basis = H.inverse().multiply(known.basis);
             const givencell cell(cellof(basis));
-            const assessment one = assessknown(vectors, cell, cell.orientationof(basis));
+            const assessment one =
+                assessknown(vectors, cell, cell.orientationof(basis), found.given);
             if (best && one.evidence <= best->evidence) continue;
             best = one;
             parts = index;
         }
-    if (!best || best->evidence < found.evidence + leadneeded) return "";
+    if (!best || best->evidence < known.evidence + leadneeded) return "";
     return "The reflections lie on every " + std::string(parts == 2 ? "second" : "third")
            + " point of the known lattice: a cell of " + (parts == 2 ? "half" : "a third of")
            + " the volume, " + celltext(cellof(niggli(best->basis).basis), 2, 1) + ", takes "

@@ -18,8 +18,8 @@ answer solveknown(const vectorlist& list, const solveoptions& options);
 // Throws a failure, as a sentence, for what is no cell or not that of a crystal.
 void checkknown(const cell6& cell);
 
-// A remark on the best lattice, if a part of its points alone is hit: the smaller cell, of a half or a
+// A remark on the best lattice of an answer, if a part of its points alone is hit: the smaller cell, of a half or a
 // third of the volume, that explains the vectors better by as much as an answer needs. Else empty.
-std::string pointsneverhit(const std::vector<vector3>& vectors, const assessment& found);
+std::string pointsneverhit(const std::vector<vector3>& vectors, const answer& found);
 
 } // namespace torvik::tools

@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <set>
 #include <vector>
 
@@ -84,6 +85,15 @@ TEST(Processes, EndAsTheyDoOrAreEnded)
     stop = true;
     EXPECT_EQ(runprocess("/bin/sleep", {"20"}, folder.path(), 10.0, stop), ending::stopped);
     EXPECT_THROW(runprocess("/no/such/program", {}, folder.path(), 1.0, stop), failure);
+}
+
+TEST(Programs, AreFoundByAPathOrByANameOnThePath)
+{
+    EXPECT_EQ(torvikprogram("/bin/sh"), "/bin/sh");
+    EXPECT_EQ(torvikprogram("a/b"), std::filesystem::current_path() / "a/b");
+    EXPECT_TRUE(std::filesystem::exists(torvikprogram("sh")));
+    EXPECT_EQ(torvikprogram("sh").filename(), "sh");
+    EXPECT_THROW(torvikprogram("no-such-program-anywhere"), failure);
 }
 
 solveoptions quick()
