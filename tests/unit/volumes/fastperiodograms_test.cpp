@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 
 namespace torvik {
@@ -21,6 +22,24 @@ TEST(BoundsOnRayleighsPeriodogram, AreNoneWhereTheDivisorVanishesAndTheSumMay)
     const interval x = rayleighbounds({0.0, 0.5, 1.0}, 0.0);
     EXPECT_EQ(x.least, -std::numeric_limits<double>::infinity());
     EXPECT_EQ(x.most, std::numeric_limits<double>::infinity());
+}
+
+// The sum may be 1 - 1.5, whose angle is pi.
+TEST(BoundsOnTheAngleOfASum, AreNoneWhereTheSumMayVanish)
+{
+    const interval x = anglebounds({0.0, 1.0, 1.5});
+    EXPECT_EQ(x.least, -std::numeric_limits<double>::infinity());
+    EXPECT_EQ(x.most, std::numeric_limits<double>::infinity());
+}
+
+// A sum off by up to half its length turns by up to 30 degrees.
+TEST(BoundsOnTheAngleOfASum, HoldTheAnglesThatItMayHave)
+{
+    const interval x = anglebounds({1.0, 1.0, 0.5 * std::sqrt(2.0)});
+    EXPECT_LT(x.least, 15.0);
+    EXPECT_GT(x.least, -5.0);
+    EXPECT_GT(x.most, 75.0);
+    EXPECT_LT(x.most, 95.0);
 }
 
 } // namespace
