@@ -1,6 +1,7 @@
 #include "numeric/functions.h"
 
 #include "support/fresh.h"
+#include "support/longdoubles.h"
 
 #include <gtest/gtest.h>
 
@@ -25,15 +26,6 @@ protected:
 private:
     std::mt19937_64 random_{20261121};
 };
-
-// Says whether long doubles have 64 bits, which valgrind, for one, does not give them.
-bool longdoublesarelonger()
-{
-    volatile long double one = 1.0L;
-    return one + 0x1p-63L != one;
-}
-
-constexpr const char* shortlongdoubles = "long doubles are no longer than doubles here";
 
 // The library's answer in the 64 bits of a long double is off by less than one unit of its last
 // place, a 2048th of the place of a double; whoever gives the nearest double is off by half a unit

@@ -265,6 +265,17 @@ TEST_F(Folding, ValueFallsLinearlyOnBothSidesOfAMultiple)
     EXPECT_EQ(computed(folding_periodogram), (periodogram{0.5, 0.5, 0.5, 0.25, 0.5}));
 }
 
+// The whole part of a quotient is at most 2147483647; the rest is taken for the fraction. So many
+// periods are worked on side by side, where quotients allow it.
+TEST_F(Folding, QuotientsBeyondA32BitIntegerLeaveAllThatIsBeyondIt)
+{
+    setoneproduct(1.0);
+    testperiods.number_of_test_periods = 31;
+    for (int i = 0; i <= 31; ++i) testperiods.tableoftestperiods(i) = 0x1p-32;
+    // f = 2^32 - 2147483647 = 2147483649, and 2f - 1 = 4294967297.
+    EXPECT_EQ(computed(folding_periodogram), periodogram(32, 4294967297.0));
+}
+
 TEST_F(Scargle, OneTripleGivesTwoWhereItsSineIsNotExactlyZero)
 {
     // Of a single event each term is 1 whatever the phase, unless the offset meets the phase to the
