@@ -5,8 +5,9 @@
 #include "driver/write_log_file.h"
 #include "inputs.h"
 #include "plain/plain.h"
+#include "search/batchfitting.h"
+#include "search/batchreduction.h"
 #include "search/fitting.h"
-#include "search/reduction.h"
 #include "search/searchdriver.h"
 #include "store/savedbases.h"
 #include "support/runs.h"
@@ -24,16 +25,76 @@ namespace torvik {
 
 namespace {
 
+// Bases on their way to the store.
+struct offeredbases {
+    std::vector<matrix3> bases;
+    std::vector<indexcounts> counts;
+    std::vector<double> qualities;
+};
+
+void saveall(offeredbases& offered)
+{
+    vectorcolumns reflections;
+    setcolumns(reflections, recorded_reflections.numberofreflections,
+               recorded_reflections.reflections);
+    storeknowledge known = knowledgeofstore();
+    for (std::size_t i = 0; i < offered.bases.size(); ++i) {
+        matrix3& D = offered.bases[i];
+        if (withinvolumelimits(reflections, D, offered.counts[i], offered.qualities[i]))
+            offerbasis(D, offered.counts[i], offered.qualities[i], known);
+    }
+}
+
+void saveallplainly(offeredbases& offered)
+{
+    for (std::size_t i = 0; i < offered.bases.size(); ++i)
+        plain::savethebasis(offered.bases[i], offered.counts[i], offered.qualities[i]);
+}
+
+void growall(std::vector<triplebasis>& triples)
+{
+    vectorcolumns columns;
+    setcolumns(columns, recorded_reflections.numberofreflections, recorded_reflections.reflections);
+    std::vector<fitting> fits;
+    for (const triplebasis& basis : triples) {
+        fits.emplace_back();
+        fits.back().R = basis.R;
+        fits.back().start = basis.start;
+    }
+    sequentialfits(fits, columns, 0.5 * estimatedvolumes.currentlyinvestigatedvolume,
+                   otherglobalvariables.themaincriterion);
+    for (std::size_t i = 0; i < fits.size(); ++i) triples[i].R = fits[i].R;
+}
+
+void growallplainly(std::vector<triplebasis>& triples)
+{
+    int status = done;
+    for (triplebasis& basis : triples)
+        plain::sequentialfittingrlbasis(basis.R, recorded_reflections.numberofreflections,
+                                        recorded_reflections.reflections, basis.start, status);
+}
+
+void reduceallplainly(std::vector<matrix3>& bases)
+{
+    for (matrix3& D : bases) plain::simplereduction(D);
+}
+
+void fullyreduceallplainly(std::vector<matrix3>& bases)
+{
+    for (matrix3& D : bases) plain::buergerreduction(D);
+}
+
 // The procedures of a run, fast or plain.
 struct procedures {
     void (*estimatevolumes)(const inputfilename&);
     void (*rank)(int);
     void (*grow)(matrix3&, int, const vectorlist&, const numbered<int, 3>&, int&);
-    void (*reduce)(matrix3&);
-    void (*reducefully)(matrix3&);
+    void (*growall)(std::vector<triplebasis>&);
+    void (*reduce)(std::vector<matrix3>&);
+    void (*reducefully)(std::vector<matrix3>&);
     void (*score)(const matrix3&, indexcounts&, double&);
     void (*refit)(double, matrix3&, int&);
-    void (*save)(matrix3&, indexcounts&, double&);
+    void (*save)(offeredbases&);
     void (*search)();
     std::string (*fixed)(int, int, double);
     std::string (*scientific)(int, int, double);
@@ -43,11 +104,12 @@ struct procedures {
 constexpr procedures fastones = {estimate_true_rvolumes,
                                  rank_trial_vectors,
                                  sequentialfittingrlbasis,
-                                 simplereduction,
-                                 buergerreduction,
+                                 growall,
+                                 simplereductions,
+                                 buergerreductions,
                                  basisquality,
                                  fittingabovethreshold,
-                                 savethebasis,
+                                 saveall,
                                  getthebasis,
                                  F,
                                  ES,
@@ -56,11 +118,12 @@ constexpr procedures fastones = {estimate_true_rvolumes,
 constexpr procedures plainones = {plain::estimate_true_rvolumes,
                                   plain::rank_trial_vectors,
                                   plain::sequentialfittingrlbasis,
-                                  plain::simplereduction,
-                                  plain::buergerreduction,
+                                  growallplainly,
+                                  reduceallplainly,
+                                  fullyreduceallplainly,
                                   plain::basisquality,
                                   plain::fittingabovethreshold,
-                                  plain::savethebasis,
+                                  saveallplainly,
                                   plain::getthebasis,
                                   plain::F,
                                   plain::ES,
@@ -69,9 +132,7 @@ constexpr procedures plainones = {plain::estimate_true_rvolumes,
 // What a stage works on, made before it, and what it gives.
 struct workpieces {
     std::vector<triplebasis> triples;
-    std::vector<matrix3> bases;
-    std::vector<indexcounts> counts;
-    std::vector<double> qualities;
+    offeredbases offered;
     std::vector<int> lists;
     std::unique_ptr<temporaryfolder> folder;
 };
@@ -201,9 +262,9 @@ void addfits(std::vector<stage>& stages, const benchmarksize& size, int N)
         readsimulated(N, 2);
         estimatedvolumes.currentlyinvestigatedvolume = truervolume;
         pieces.triples = triplebases(many);
-        pieces.bases = directbases(10 * many);
-        pieces.counts.resize(pieces.bases.size());
-        pieces.qualities.resize(pieces.bases.size());
+        pieces.offered.bases = directbases(10 * many);
+        pieces.offered.counts.resize(pieces.offered.bases.size());
+        pieces.offered.qualities.resize(pieces.offered.bases.size());
     };
     const auto grow = [](const procedures& with, workpieces& pieces) {
         const auto& recorded = recorded_reflections;
@@ -212,26 +273,34 @@ void addfits(std::vector<stage>& stages, const benchmarksize& size, int N)
             with.grow(basis.R, recorded.numberofreflections, recorded.reflections, basis.start,
                       status);
     };
-    stages.push_back(madeof("sequential fitting", N, -1, counted(many, "basis"), before, grow,
-                            [](const workpieces& pieces) {
-                                std::uint64_t hash = emptyhash;
-                                for (const triplebasis& basis : pieces.triples)
-                                    hash = hashed(&basis.R, sizeof basis.R, hash);
-                                return hash;
-                            }));
+    const auto hashoffits = [](const workpieces& pieces) {
+        std::uint64_t hash = emptyhash;
+        for (const triplebasis& basis : pieces.triples)
+            hash = hashed(&basis.R, sizeof basis.R, hash);
+        return hash;
+    };
+    stages.push_back(
+        madeof("sequential fitting", N, -1, counted(many, "basis"), before, grow, hashoffits));
+    const auto growtogether = [](const procedures& with, workpieces& pieces) {
+        with.growall(pieces.triples);
+    };
+    stages.push_back(madeof("fits side by side", N, -1, counted(many, "basis"), before,
+                            growtogether, hashoffits));
     const auto refit = [](const procedures& with, workpieces& pieces) {
         int status = done;
-        for (matrix3& D : pieces.bases) with.refit(0.12, D, status);
+        for (matrix3& D : pieces.offered.bases) with.refit(0.12, D, status);
     };
     stages.push_back(madeof("refit", N, -1, counted(10 * many, "basis"), before, refit,
-                            [](const workpieces& pieces) { return hashed(pieces.bases); }));
+                            [](const workpieces& pieces) { return hashed(pieces.offered.bases); }));
     const auto score = [](const procedures& with, workpieces& pieces) {
-        for (std::size_t i = 0; i < pieces.bases.size(); ++i)
-            with.score(pieces.bases[i], pieces.counts[i], pieces.qualities[i]);
+        for (std::size_t i = 0; i < pieces.offered.bases.size(); ++i)
+            with.score(pieces.offered.bases[i], pieces.offered.counts[i],
+                       pieces.offered.qualities[i]);
     };
     stages.push_back(madeof(
-        "score", N, -1, counted(10 * many, "basis"), before, score,
-        [](const workpieces& pieces) { return hashed(pieces.counts, hashed(pieces.qualities)); }));
+        "score", N, -1, counted(10 * many, "basis"), before, score, [](const workpieces& pieces) {
+            return hashed(pieces.offered.counts, hashed(pieces.offered.qualities));
+        }));
 }
 
 // The reductions do not depend on the number of reflections.
@@ -240,14 +309,14 @@ void addreductions(std::vector<stage>& stages, const benchmarksize& size)
     const int many = size.seconds < 0.1 ? 200 : 20000;
     const auto before = [=](workpieces& pieces) {
         readsimulated(20, 2);
-        pieces.bases = directbases(many);
+        pieces.offered.bases = directbases(many);
     };
-    const auto hash = [](const workpieces& pieces) { return hashed(pieces.bases); };
+    const auto hash = [](const workpieces& pieces) { return hashed(pieces.offered.bases); };
     const auto simply = [](const procedures& with, workpieces& pieces) {
-        for (matrix3& D : pieces.bases) with.reduce(D);
+        with.reduce(pieces.offered.bases);
     };
     const auto fully = [](const procedures& with, workpieces& pieces) {
-        for (matrix3& D : pieces.bases) with.reducefully(D);
+        with.reducefully(pieces.offered.bases);
     };
     const std::string bases = counted(many, "basis");
     stages.push_back(madeof("simple reduction", 0, -1, bases, before, simply, hash));
@@ -269,19 +338,18 @@ void addstore(std::vector<stage>& stages, const benchmarksize& size, int N)
     const int many = size.seconds < 0.1 ? 200 : 5000;
     const auto before = [=](workpieces& pieces) {
         readsimulated(N, 2);
-        pieces.bases = directbases(many);
-        for (matrix3& D : pieces.bases) {
+        pieces.offered.bases = directbases(many);
+        for (matrix3& D : pieces.offered.bases) {
             plain::buergerreduction(D);
             indexcounts counts;
             double quality = 0.0;
             plain::basisquality(D, counts, quality);
-            pieces.counts.push_back(counts);
-            pieces.qualities.push_back(quality);
+            pieces.offered.counts.push_back(counts);
+            pieces.offered.qualities.push_back(quality);
         }
     };
     const auto offer = [](const procedures& with, workpieces& pieces) {
-        for (std::size_t i = 0; i < pieces.bases.size(); ++i)
-            with.save(pieces.bases[i], pieces.counts[i], pieces.qualities[i]);
+        with.save(pieces.offered);
     };
     stages.push_back(madeof("offers to the store", N, -1, counted(many, "basis"), before, offer,
                             [](const workpieces&) { return hashofstore(); }));

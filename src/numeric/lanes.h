@@ -1,10 +1,13 @@
 // Four doubles worked on at once.
 #pragma once
 
+#include "numeric/nint.h"
 #include "numeric/unfused.h"
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 
 // A kernel that does the same to many numbers is written once, with these types, as an inline
 // function marked TORVIK_INLINED, and compiled twice: for any processor, and (marked TORVIK_AVX2)
@@ -67,10 +70,38 @@ inline bool hasavx512()
 #endif
 }
 
-// Takes four numbers from memory, and puts them there. The place need not be aligned.
+// What lanes a processor has: any processor, those with AVX2, those with AVX-512.
+constexpr int lanesanywhere = 1, lanesofavx2 = 2, lanesofavx512 = 3;
+
+// Gives the best lanes of this processor.
+inline int bestlanes()
+{
+    if (hasavx512()) return lanesofavx512;
+    return hasavx2() ? lanesofavx2 : lanesanywhere;
+}
+
+// So many numbers, or integers or masks, one in each lane. (In a template, only typedef keeps the
+// attribute with gcc.)
+template <int width>
+struct side {
+    // NOLINTBEGIN(modernize-use-using)
+    typedef double numbers __attribute__((vector_size(8 * width)));
+    typedef std::int64_t wholes __attribute__((vector_size(8 * width)));
+    // NOLINTEND(modernize-use-using)
+};
+
+// Takes four numbers from memory, or so many, and puts them there. The place need not be aligned.
 TORVIK_INLINED lanes fourfrom(const double* place)
 {
     lanes x;
+    std::memcpy(&x, place, sizeof x);
+    return x;
+}
+
+template <int width>
+TORVIK_INLINED typename side<width>::numbers numbersfrom(const double* place)
+{
+    typename side<width>::numbers x;
     std::memcpy(&x, place, sizeof x);
     return x;
 }
@@ -80,11 +111,23 @@ TORVIK_INLINED void putfour(double* place, const lanes& x)
     std::memcpy(place, &x, sizeof x);
 }
 
-// Gives |x| in each lane, of any number of lanes.
+// Gives |x| in each lane, of any number of lanes: x without its sign bit.
 template <class Lanes>
 TORVIK_INLINED Lanes magnitude(const Lanes& x)
 {
-    return x < 0.0 ? -x : x;
+    using bits = decltype(x < 0.0);
+    const bits magnitudebits = std::bit_cast<bits>(x) & std::int64_t{0x7fffffffffffffff};
+    return std::bit_cast<Lanes>(magnitudebits);
+}
+
+// Gives |x| with the sign of y.
+constexpr std::int64_t signbit = std::numeric_limits<std::int64_t>::min();
+template <class Lanes>
+TORVIK_INLINED Lanes withsign(const Lanes& x, const Lanes& y)
+{
+    using bits = decltype(x < 0.0);
+    const bits sign = std::bit_cast<bits>(y) & signbit;
+    return std::bit_cast<Lanes>(std::bit_cast<bits>(magnitude(x)) | sign);
 }
 
 // Rounds each lane to a whole number, halves to even, by adding a number so large that fractions
@@ -94,6 +137,49 @@ TORVIK_INLINED Lanes nearestwhole(const Lanes& x)
 {
     constexpr double roundingaway = 0x1.8p52;
     return (x + roundingaway) - roundingaway;
+}
+
+// Gives a mask: all bits of the lanes in which a < b, none of the others. With AVX-512, g++ takes
+// lanes apart to use one comparison for several choices; these it does not.
+template <class Lanes>
+TORVIK_INLINED auto maskbelow(const Lanes& a, const Lanes& b)
+{
+    using mask = decltype(a < b);
+    const auto all = std::bit_cast<Lanes>(mask{} - 1);
+    return std::bit_cast<mask>(a < b ? all : Lanes{});
+}
+
+// Gives x in the lanes of a mask, y in the others.
+template <class Mask, class Lanes>
+TORVIK_INLINED Lanes chosen(const Mask& where, const Lanes& x, const Lanes& y)
+{
+    return std::bit_cast<Lanes>((std::bit_cast<Mask>(x) & where)
+                                | (std::bit_cast<Mask>(y) & ~where));
+}
+
+// Gives the bits that are set in any lane.
+template <int width>
+TORVIK_INLINED std::int64_t unionof(const typename side<width>::wholes& bits)
+{
+    if constexpr (width == 2) {
+        return bits[0] | bits[1];
+    } else {
+        typename side<width / 2>::wholes halves[2];
+        std::memcpy(halves, &bits, sizeof bits);
+        return unionof<width / 2>(halves[0] | halves[1]);
+    }
+}
+
+// Rounds each lane as nint does: halves away from zero, to no more than its limit.
+template <class Lanes>
+TORVIK_INLINED Lanes nearestinteger(const Lanes& x)
+{
+    const Lanes limit = Lanes{} + largestinteger;
+    const Lanes size = magnitude(x);
+    Lanes whole = nearestwhole(size);
+    whole = size - whole >= 0.5 ? whole + 1.0 : whole;
+    whole = whole < limit ? whole : limit;
+    return withsign(whole, x);
 }
 
 // Gives the same number in all lanes.

@@ -3,7 +3,12 @@
 #include "numeric/constants.h"
 #include "search/scanning.h"
 
+#include <algorithm>
 #include <limits>
+
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
 namespace torvik {
 
@@ -11,31 +16,30 @@ namespace {
 
 constexpr double infinite = std::numeric_limits<double>::infinity();
 
-// So many numbers, one in each lane. (In a template, only typedef keeps the attribute with gcc.)
+// Fits, one in each lane. Matrices stand with their nine elements in the order of rows.
 template <int width>
-struct side {
-    // NOLINTBEGIN(modernize-use-using)
-    typedef double numbers __attribute__((vector_size(8 * width)));
-    typedef std::int64_t wholes __attribute__((vector_size(8 * width)));
-    // NOLINTEND(modernize-use-using)
-};
-
-// The fits that are under way. Matrices stand with their nine elements in the order of rows.
-template <int width>
-struct fitlanes {
+struct fitstate {
     using numbers = typename side<width>::numbers;
     using wholes = typename side<width>::wholes;
 
     numbers R[9], G[9], P[9], Q[6];
     numbers smallestregular, largestsingular; // see inversions
     numbers x, y, z;                          // the vectors that are taken in
-    numbers lowest;                           // the qualities of those
-    wholes best;                              // and their numbers
-    wholes fitted;                            // the sums gave a basis
-    wholes regular;                           // and it could be inverted
+    wholes unfitted;                          // mask: the sums gave no basis
+    wholes singular;                          // mask: the basis was not inverted
     numbers size;                             // sum of the |elements| of G
-    numbers penalty[maxreflections];          // infinite for the vectors taken already
-    int task[width];                          // number of the fit, or -1
+};
+
+// Those that are under way.
+template <int width>
+struct fitlanes : fitstate<width> {
+    using numbers = typename side<width>::numbers;
+    using wholes = typename side<width>::wholes;
+
+    numbers lowest;                  // the qualities of the vectors found
+    wholes best;                     // and their numbers
+    numbers penalty[maxreflections]; // infinite for the vectors taken already
+    int task[width];                 // number of the fit, or -1
     int passes[width];
 };
 
@@ -71,14 +75,14 @@ TORVIK_INLINED void scan(fitlanes<width>& lane, const vectorcolumns& V)
 
 // Takes a vector into the sums of each lane.
 template <int width>
-TORVIK_INLINED void addvectors(fitlanes<width>& lane)
+TORVIK_INLINED void addvectors(fitstate<width>& lane)
 {
     using numbers = typename side<width>::numbers;
     const numbers v[3] = {lane.x, lane.y, lane.z};
     numbers h[3];
     for (int j = 0; j < 3; ++j) {
         const numbers x = v[0] * lane.G[j] + v[1] * lane.G[3 + j] + v[2] * lane.G[6 + j];
-        h[j] = nearestwhole(x); // within the tolerance: no halves
+        h[j] = nearestinteger(x);
     }
     for (int i = 0; i < 3; ++i)
         for (int j = 0; j < 3; ++j) lane.P[3 * i + j] = lane.P[3 * i + j] + h[i] * v[j];
@@ -90,7 +94,7 @@ TORVIK_INLINED void addvectors(fitlanes<width>& lane)
 // Solves the sums of each lane for its basis, as fitfromsums does. Q is symmetric, to the bit, and
 // so is its inverse. Where Q is singular, the basis stays.
 template <int width>
-TORVIK_INLINED void solve(fitlanes<width>& lane)
+TORVIK_INLINED void solve(fitstate<width>& lane)
 {
     using numbers = typename side<width>::numbers;
     const numbers q11 = lane.Q[0];
@@ -109,7 +113,7 @@ TORVIK_INLINED void solve(fitlanes<width>& lane)
     const numbers i22 = (q11 * q33 - q13 * q13) / d;
     const numbers i23 = (q13 * q12 - q11 * q23) / d;
     const numbers i33 = (q11 * q22 - q12 * q12) / d;
-    const auto singular = machineepsilon > magnitude(d);
+    lane.unfitted = maskbelow(magnitude(d), numbers{} + machineepsilon);
     numbers R[9];
     for (int j = 0; j < 3; ++j) {
         const numbers p1 = lane.P[j];
@@ -119,15 +123,15 @@ TORVIK_INLINED void solve(fitlanes<width>& lane)
         R[3 + j] = i12 * p1 + i22 * p2 + i23 * p3;
         R[6 + j] = i13 * p1 + i23 * p2 + i33 * p3;
     }
-    for (int e = 0; e < 9; ++e) lane.R[e] = singular ? lane.R[e] : R[e];
-    lane.fitted = ~singular;
+    for (int e = 0; e < 9; ++e) lane.R[e] = chosen(lane.unfitted, lane.R[e], R[e]);
 }
 
 // Inverts the basis of each lane and takes note of the outcome, as notedinverse does.
 template <int width>
-TORVIK_INLINED void invert(fitlanes<width>& lane, double threshold)
+TORVIK_INLINED void invert(fitstate<width>& lane, double threshold)
 {
     using numbers = typename side<width>::numbers;
+    const numbers nowhere = numbers{} + inversions::largestdeterminant;
     numbers R[9];
     for (int e = 0; e < 9; ++e) R[e] = lane.R[e];
     const numbers c1 = R[4] * R[8] - R[5] * R[7];
@@ -138,28 +142,85 @@ TORVIK_INLINED void invert(fitlanes<width>& lane, double threshold)
                           c2 / d, (R[0] * R[8] - R[2] * R[6]) / d, (R[2] * R[3] - R[0] * R[5]) / d,
                           c3 / d, (R[1] * R[6] - R[0] * R[7]) / d, (R[0] * R[4] - R[1] * R[3]) / d};
     const numbers volume = magnitude(d);
-    const auto singular = threshold > volume;
+    lane.singular = maskbelow(volume, numbers{} + threshold);
     numbers size = {};
     for (int e = 0; e < 9; ++e) {
-        lane.G[e] = singular ? lane.G[e] : G[e]; // Deliberate: a failure keeps G
+        lane.G[e] = chosen(lane.singular, lane.G[e], G[e]); // Deliberate: a failure keeps G
         size += magnitude(lane.G[e]);
     }
     lane.size = size;
-    lane.regular = ~singular;
-    const auto smaller = lane.fitted & ~singular & (volume < lane.smallestregular);
-    const auto larger = lane.fitted & singular & (volume > lane.largestsingular);
-    lane.smallestregular = smaller ? volume : lane.smallestregular;
-    lane.largestsingular = larger ? volume : lane.largestsingular;
+    // What did not end in this way is put where it changes nothing.
+    const numbers regular = chosen(lane.unfitted | lane.singular, nowhere, volume);
+    const numbers singular = chosen(~lane.unfitted & lane.singular, volume, -nowhere);
+    lane.smallestregular = regular < lane.smallestregular ? regular : lane.smallestregular;
+    lane.largestsingular = singular > lane.largestsingular ? singular : lane.largestsingular;
+}
+
+// Begins fits: the inverse of each basis, and the sums over the three vectors that come first.
+template <int width>
+TORVIK_INLINED void beginfits(fitstate<width>& lane, const fitting* const* fits,
+                              const vectorcolumns& V, double threshold)
+{
+    lane = fitstate<width>{};
+    for (int k = 0; k < width; ++k)
+        for (int e = 0; e < 9; ++e) lane.R[e][k] = fits[k]->R.element[e / 3][e % 3];
+    lane.smallestregular = lane.smallestregular + inversions::largestdeterminant;
+    lane.largestsingular = -lane.smallestregular;
+    invert(lane, threshold);
+    for (int j = 0; j < 3; ++j) {
+        for (int k = 0; k < width; ++k) {
+            const int taken = fits[k]->start.element[j] - 1;
+            lane.x[k] = V.x[taken];
+            lane.y[k] = V.y[taken];
+            lane.z[k] = V.z[taken];
+        }
+        addvectors(lane);
+    }
 }
 
 // Takes a vector into the fit of each lane: sums, basis, inverse.
 template <int width>
-TORVIK_INLINED void grow(fitlanes<width>& lane, double threshold)
+TORVIK_INLINED void grow(fitstate<width>& lane, double threshold)
 {
     addvectors(lane);
     solve(lane);
     invert(lane, threshold);
 }
+
+#if defined(__x86_64__)
+// The same with two instructions for what takes fourteen otherwise: one gives the distance from the
+// nearest whole number, the other the larger |x| of two.
+TORVIK_AVX512 void scan_avx512(fitlanes<8>& lane, const vectorcolumns& V)
+{
+    constexpr int tonearest = 0x08;
+    constexpr int largermagnitude = 0x0b;
+    __m512d G[9];
+    for (int e = 0; e < 9; ++e) G[e] = _mm512_loadu_pd(&lane.G[e]);
+    __m512d lowest = _mm512_set1_pd(largestdouble);
+    __m512i best = _mm512_setzero_si512();
+    for (int i = 0; i < V.n; ++i) {
+        const __m512d x = _mm512_set1_pd(V.x[i]);
+        const __m512d y = _mm512_set1_pd(V.y[i]);
+        const __m512d z = _mm512_set1_pd(V.z[i]);
+        const __m512d a = _mm512_reduce_pd(x * G[0] + y * G[3] + z * G[6], tonearest);
+        const __m512d b = _mm512_reduce_pd(x * G[1] + y * G[4] + z * G[7], tonearest);
+        const __m512d c = _mm512_reduce_pd(x * G[2] + y * G[5] + z * G[8], tonearest);
+        const __m512d ab = _mm512_range_pd(a, b, largermagnitude);
+        const __m512d q =
+            _mm512_range_pd(ab, c, largermagnitude) + _mm512_loadu_pd(&lane.penalty[i]);
+        const __mmask8 better = _mm512_cmp_pd_mask(q, lowest, _CMP_LT_OQ);
+        best = _mm512_mask_set1_epi64(best, better, i + 1);
+        lowest = _mm512_mask_mov_pd(lowest, better, q);
+    }
+    _mm512_storeu_pd(&lane.lowest, lowest);
+    _mm512_storeu_si512(&lane.best, best);
+}
+#else
+void scan_avx512(fitlanes<8>& lane, const vectorcolumns& V)
+{
+    scan<8>(lane, V);
+}
+#endif
 
 struct anywhere {
     static constexpr int width = 4;
@@ -167,7 +228,12 @@ struct anywhere {
     {
         scan<width>(lane, V);
     }
-    static void growlanes(fitlanes<width>& lane, double threshold)
+    static void beginlanes(fitstate<width>& lane, const fitting* const* fits,
+                           const vectorcolumns& V, double threshold)
+    {
+        beginfits<width>(lane, fits, V, threshold);
+    }
+    static void growlanes(fitstate<width>& lane, double threshold)
     {
         grow<width>(lane, threshold);
     }
@@ -179,7 +245,12 @@ struct withavx2 {
     {
         scan<width>(lane, V);
     }
-    TORVIK_AVX2 static void growlanes(fitlanes<width>& lane, double threshold)
+    TORVIK_AVX2 static void beginlanes(fitstate<width>& lane, const fitting* const* fits,
+                                       const vectorcolumns& V, double threshold)
+    {
+        beginfits<width>(lane, fits, V, threshold);
+    }
+    TORVIK_AVX2 static void growlanes(fitstate<width>& lane, double threshold)
     {
         grow<width>(lane, threshold);
     }
@@ -189,9 +260,14 @@ struct withavx512 {
     static constexpr int width = 8;
     TORVIK_AVX512 static void scanlanes(fitlanes<width>& lane, const vectorcolumns& V)
     {
-        scan<width>(lane, V);
+        scan_avx512(lane, V);
     }
-    TORVIK_AVX512 static void growlanes(fitlanes<width>& lane, double threshold)
+    TORVIK_AVX512 static void beginlanes(fitstate<width>& lane, const fitting* const* fits,
+                                         const vectorcolumns& V, double threshold)
+    {
+        beginfits<width>(lane, fits, V, threshold);
+    }
+    TORVIK_AVX512 static void growlanes(fitstate<width>& lane, double threshold)
     {
         grow<width>(lane, threshold);
     }
@@ -211,38 +287,60 @@ void fitalone(fitting& fit, const fitconditions& given)
                   fit.seen);
 }
 
-// Lays the start of a fit into a lane. Gives false if the fit is done then.
+// The next fits, begun, as many as there are lanes or fewer.
 template <int width>
-bool begin(fitlanes<width>& lane, int k, int number, fitting& fit, const fitconditions& given)
+struct begunfits {
+    fitstate<width> lane;
+    int first = 0; // number of the first of them
+    int count = 0;
+    int next = 0; // number of the first that has no lane yet
+};
+
+template <class Kind>
+void beginnext(begunfits<Kind::width>& begun, const std::vector<fitting>& fits,
+               const fitconditions& given)
 {
-    const vectorcolumns& V = given.V;
-    fit.seen = {};
-    matrix3 G = {};
-    notedinverse(fit.R, G, given.threshold, fit.status, fit.seen);
-    if (fit.status == failed || V.n <= 3) return false;
-    if (!surelysmall(V, G)) {
-        fitalone(fit, given);
-        return false;
-    }
-    fitsums sums;
-    for (int i = 0; i < V.n; ++i) lane.penalty[i][k] = 0.0;
-    for (const int taken : fit.start.element) {
-        lane.penalty[taken - 1][k] = infinite;
-        addtosums(sums, vectorof(V, taken), G);
-    }
+    begun.first += begun.count;
+    begun.count = std::min(Kind::width, static_cast<int>(fits.size()) - begun.first);
+    const fitting* places[Kind::width];
+    for (int k = 0; k < Kind::width; ++k)
+        places[k] = fits.data() + begun.first + std::min(k, begun.count - 1);
+    Kind::beginlanes(begun.lane, places, given.V, given.threshold);
+}
+
+template <int width>
+void copylane(const fitstate<width>& from, int j, fitstate<width>& lane, int k)
+{
     for (int e = 0; e < 9; ++e) {
-        lane.R[e][k] = fit.R.element[e / 3][e % 3];
-        lane.G[e][k] = G.element[e / 3][e % 3];
-        lane.P[e][k] = sums.P.element[e / 3][e % 3];
+        lane.R[e][k] = from.R[e][j];
+        lane.G[e][k] = from.G[e][j];
+        lane.P[e][k] = from.P[e][j];
     }
-    const matrix3& Q = sums.Q;
-    const double upper[6] = {Q(1, 1), Q(1, 2), Q(1, 3), Q(2, 2), Q(2, 3), Q(3, 3)};
-    for (int e = 0; e < 6; ++e) lane.Q[e][k] = upper[e];
-    lane.smallestregular[k] = fit.seen.smallestregular;
-    lane.largestsingular[k] = fit.seen.largestsingular;
-    lane.task[k] = number;
+    for (int e = 0; e < 6; ++e) lane.Q[e][k] = from.Q[e][j];
+    lane.smallestregular[k] = from.smallestregular[j];
+    lane.largestsingular[k] = from.largestsingular[j];
+}
+
+// Lays the next begun fit into a lane, unless it is done then.
+template <int width>
+void begin(fitlanes<width>& lane, int k, const begunfits<width>& begun, fitting& fit,
+           const fitconditions& given)
+{
+    const int j = begun.next - begun.first;
+    fit.status = begun.lane.singular[j] != 0 ? failed : done;
+    if (fit.status == failed || given.V.n <= 3) {
+        fit.seen = {begun.lane.smallestregular[j], begun.lane.largestsingular[j]};
+        return;
+    }
+    if (!(begun.lane.size[j] * given.V.largest < safeindex)) {
+        fitalone(fit, given);
+        return;
+    }
+    copylane<width>(begun.lane, j, lane, k);
+    for (int i = 0; i < given.V.n; ++i) lane.penalty[i][k] = 0.0;
+    for (const int taken : fit.start.element) lane.penalty[taken - 1][k] = infinite;
+    lane.task[k] = begun.next;
     lane.passes[k] = 0;
-    return true;
 }
 
 template <int width>
@@ -275,7 +373,7 @@ void takebest(fitlanes<width>& lane, int k, fitting& fit, const fitconditions& g
 template <int width>
 void endpass(fitlanes<width>& lane, int k, fitting& fit, const fitconditions& given)
 {
-    if (lane.fitted[k] == 0) {
+    if (lane.unfitted[k] != 0) {
         finish(lane, k, fit, failed);
         return;
     }
@@ -284,9 +382,34 @@ void endpass(fitlanes<width>& lane, int k, fitting& fit, const fitconditions& gi
         lane.task[k] = -1;
         return;
     }
-    fit.status = lane.regular[k] != 0 ? done : failed;
+    fit.status = lane.singular[k] != 0 ? failed : done;
     ++lane.passes[k];
     if (lane.passes[k] == given.V.n - 3) finish(lane, k, fit, fit.status);
+}
+
+template <int width>
+void clearlanes(fitlanes<width>& lane, int n)
+{
+    static_cast<fitstate<width>&>(lane) = fitstate<width>{};
+    for (int i = 0; i < n; ++i) lane.penalty[i] = typename side<width>::numbers{};
+    for (int& task : lane.task) task = -1;
+}
+
+// Gives free lanes to the fits that follow, and says whether any lane has one.
+template <class Kind>
+bool filllanes(fitlanes<Kind::width>& lane, begunfits<Kind::width>& begun,
+               std::vector<fitting>& fits, const fitconditions& given)
+{
+    const int count = static_cast<int>(fits.size());
+    bool busy = false;
+    for (int k = 0; k < Kind::width; ++k) {
+        for (; lane.task[k] < 0 && begun.next < count; ++begun.next) {
+            if (begun.next == begun.first + begun.count) beginnext<Kind>(begun, fits, given);
+            begin(lane, k, begun, fits[static_cast<std::size_t>(begun.next)], given);
+        }
+        busy = busy || lane.task[k] >= 0;
+    }
+    return busy;
 }
 
 template <class Kind>
@@ -294,39 +417,21 @@ void fitinlanes(std::vector<fitting>& fits, const fitconditions& given)
 {
     constexpr int width = Kind::width;
     const double tol = 1.15 * given.criterion;
-    const int count = static_cast<int>(fits.size());
-    fitlanes<width> lane = {};
-    for (int& task : lane.task) task = -1;
-    int next = 0;
-    for (;;) {
-        int busy = 0;
-        for (int k = 0; k < width; ++k) {
-            while (lane.task[k] < 0 && next < count) {
-                begin(lane, k, next, fits[static_cast<std::size_t>(next)], given);
-                ++next;
-            }
-            if (lane.task[k] >= 0) ++busy;
-        }
-        if (busy == 0) return;
-        const auto fitof = [&](int k) -> fitting& {
-            return fits[static_cast<std::size_t>(lane.task[k])];
-        };
+    const auto fitof = [&](int task) -> fitting& { return fits[static_cast<std::size_t>(task)]; };
+    fitlanes<width> lane;
+    clearlanes(lane, given.V.n);
+    begunfits<width> begun;
+    while (filllanes<Kind>(lane, begun, fits, given)) {
         Kind::scanlanes(lane, given.V);
         for (int k = 0; k < width; ++k)
-            if (lane.task[k] >= 0) takebest(lane, k, fitof(k), given, tol);
+            if (lane.task[k] >= 0) takebest(lane, k, fitof(lane.task[k]), given, tol);
         Kind::growlanes(lane, given.threshold);
         for (int k = 0; k < width; ++k)
-            if (lane.task[k] >= 0) endpass(lane, k, fitof(k), given);
+            if (lane.task[k] >= 0) endpass(lane, k, fitof(lane.task[k]), given);
     }
 }
 
 } // namespace
-
-int bestlanes()
-{
-    if (hasavx512()) return lanesofavx512;
-    return hasavx2() ? lanesofavx2 : lanesanywhere;
-}
 
 void sequentialfitsin(int whichlanes, std::vector<fitting>& fits, const vectorcolumns& V,
                       double threshold, double criterion)

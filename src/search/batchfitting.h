@@ -30,12 +30,6 @@ struct fitting {
 void sequentialfits(std::vector<fitting>& fits, const vectorcolumns& V, double threshold,
                     double criterion);
 
-// What lanes a processor has: any processor, those with AVX2, those with AVX-512.
-constexpr int lanesanywhere = 1, lanesofavx2 = 2, lanesofavx512 = 3;
-
-// Gives the best lanes of this processor.
-int bestlanes();
-
 // The same in certain lanes, which the processor must have.
 void sequentialfitsin(int whichlanes, std::vector<fitting>& fits, const vectorcolumns& V,
                       double threshold, double criterion);

@@ -27,12 +27,11 @@ std::uint64_t keyof(const tripleofreflections& what)
 
 } // namespace
 
-const tripleoutcomes* recall(const outcomememory& memory, const tripleofreflections& what,
-                             double volume)
+tripleoutcomes* recall(outcomememory& memory, const tripleofreflections& what, double volume)
 {
     const auto place = memory.triples.find(keyof(what));
     if (place == memory.triples.end()) return nullptr;
-    const tripleoutcomes& outcomes = place->second;
+    tripleoutcomes& outcomes = place->second;
     if (!endalike(outcomes.half, 0.5 * volume)) return nullptr;
     if (!endalike(outcomes.hundredth, 0.01 * volume)) return nullptr;
     return &outcomes;
@@ -46,6 +45,7 @@ void remember(outcomememory& memory, const tripleofreflections& what, tripleoutc
     memory.size += added;
     if (!place.offers.empty()) memory.size -= place.offers.size() + 1;
     place = std::move(outcomes);
+    place.offers.shrink_to_fit();
 }
 
 } // namespace torvik

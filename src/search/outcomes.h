@@ -50,8 +50,7 @@ struct outcomememory {
 //            what     the triple
 //            volume   the volume under test
 // Returned:  the outcomes, or null if there are none that hold for this volume
-const tripleoutcomes* recall(const outcomememory& memory, const tripleofreflections& what,
-                             double volume);
+tripleoutcomes* recall(outcomememory& memory, const tripleofreflections& what, double volume);
 
 // Keeps the outcomes of a triple; they take the place of older ones. A full memory is emptied
 // before.

@@ -7,10 +7,10 @@
 #include "numeric/kernel.h"
 #include "numeric/nint.h"
 #include "search/batchfitting.h"
+#include "search/batchreduction.h"
 #include "search/fitting.h"
 #include "search/outcomes.h"
 #include "search/quality.h"
-#include "search/reduction.h"
 #include "search/sequentialfitting.h"
 #include "store/savedbases.h"
 #include "superlattices/hermite.h"
@@ -204,100 +204,146 @@ void settrialvectors(trialvectors& trial)
             trial.reference(k) = recorded.list_of_trial_vectors(trial.shortest(k));
 }
 
-// Scores the dual of a reciprocal basis. What indexes enough reflections becomes an offer.
-void score(const matrix3& R, const vectorcolumns& reflections, tripleoutcomes& outcomes)
+// What is refined side by side.
+struct refinements {
+    std::vector<matrix3> bases;          // alternative bases, reduced
+    std::vector<fitting> fits;           // of each of them
+    std::vector<matrix3> duals;          // direct bases to be scored
+    std::vector<tripleoutcomes*> owners; // and whose outcomes they are
+};
+
+// Scores direct bases. What indexes enough reflections becomes an offer.
+void scoreduals(const vectorcolumns& reflections, refinements& work)
 {
-    // 1.
-    matrix3 inverse = {};
-    int status = done;
-    notedinverse(R, inverse, 0.5 * volumeundertest(), status, outcomes.half);
-    if (status == failed) return;
-    outcome found = {transposed(inverse), {}, 0.0};
     // 2.
-    buergerreduction(found.D);
-    basisquality(reflections, found.D, found.counts, found.quality);
-    // 3.
-    if (found.counts.h < leastcount()) return;
-    // With a log, what the limits do is told with every offer.
-    if (logging() || withinvolumelimits(reflections, found.D, found.counts, found.quality))
-        outcomes.offers.push_back(found);
+    buergerreductions(work.duals);
+    for (std::size_t d = 0; d < work.duals.size(); ++d) {
+        outcome found = {work.duals[d], {}, 0.0};
+        basisquality(reflections, found.D, found.counts, found.quality);
+        // 3.
+        if (found.counts.h < leastcount()) continue;
+        // With a log, what the limits do is told with every offer.
+        if (logging() || withinvolumelimits(reflections, found.D, found.counts, found.quality))
+            work.owners[d]->offers.push_back(found);
+    }
+    work.duals.clear();
+    work.owners.clear();
+}
+
+// Offers what a triple came to. Without a log, what is too weak is then dropped for good.
+void offer(tripleoutcomes& outcomes, storeknowledge& known)
+{
+    for (const outcome& found : outcomes.offers) {
+        if (!logging()) {
+            offerbasis(found.D, found.counts, found.quality, known);
+            continue;
+        }
+        outcome changing = found;
+        savethebasis(changing.D, changing.counts, changing.quality);
+    }
+    if (!logging())
+        std::erase_if(outcomes.offers,
+                      [&](const outcome& found) { return tooweak(found.quality, known); });
+}
+
+// What a search keeps from one test value to the next.
+struct searchknowledge {
+    outcomememory memory;
+    storeknowledge store = knowledgeofstore();
+    refinements work; // room for what is under way
+};
+
+// Offers what is remembered of a triple.
+void offeragain(tripleoutcomes& outcomes, searchknowledge& known)
+{
+    const std::size_t before = outcomes.offers.size();
+    offer(outcomes, known.store);
+    known.memory.size -= before - outcomes.offers.size();
 }
 
 // A triple that passed, on its way to the store.
 struct passedtriple {
     triple candidate;
-    const tripleoutcomes* recalled; // its outcomes, if they are known
-    tripleoutcomes outcomes;        // otherwise: its outcomes
-    std::size_t firstfit, lastfit;  // and the fits of its bases, the last one not included
+    tripleoutcomes* recalled;                  // its outcomes, if they are known
+    tripleoutcomes outcomes;                   // otherwise: its outcomes
+    std::size_t firstbasis = 0, lastbasis = 0; // and its alternative bases, the last not included
 };
 
 // So many triples are worked on at a time, so that the fits of their bases go side by side.
 constexpr std::size_t triplesatatime = 64;
 
-// Reduces the alternative bases of a triple, and has them wait for their fits.
-void awaitfits(passedtriple& passed, std::vector<fitting>& fits)
+// Lists the alternative bases of a triple.
+void listbases(passedtriple& passed, std::vector<matrix3>& bases)
 {
-    const triple& candidate = passed.candidate;
     alternativebases alternativerlbases;
     int count = 0;
-    getalternativerlbases(candidate.k, candidate.M, count, alternativerlbases);
-    passed.firstfit = fits.size();
-    for (int b = 1; b <= count; ++b) {
-        simplereduction(alternativerlbases(b));
-        fitting fit = {};
-        fit.R = alternativerlbases(b);
-        fit.start = extent() <= 1 ? candidate.position : candidate.reflection;
-        fits.push_back(fit);
-    }
-    passed.lastfit = fits.size();
+    getalternativerlbases(passed.candidate.k, passed.candidate.M, count, alternativerlbases);
+    passed.firstbasis = bases.size();
+    bases.insert(bases.end(), alternativerlbases.element, alternativerlbases.element + count);
+    passed.lastbasis = bases.size();
 }
 
-// Scores what the fit of a basis B came to, and for wide searches what the shortest vectors make of
-// it.
-void scorefit(const fitting& fit, const matrix3& B, const trialvectors& trial,
-              tripleoutcomes& outcomes)
+// Has the bases of a triple wait for their fits.
+void awaitfits(const passedtriple& passed, refinements& work)
+{
+    const triple& candidate = passed.candidate;
+    fitting fit = {};
+    fit.start = extent() <= 1 ? candidate.position : candidate.reflection;
+    for (std::size_t b = passed.firstbasis; b < passed.lastbasis; ++b) {
+        fit.R = work.bases[b];
+        work.fits.push_back(fit);
+    }
+}
+
+// Has the dual of a reciprocal basis wait for its score.
+void awaitscore(const matrix3& R, tripleoutcomes& outcomes, refinements& work)
+{
+    matrix3 inverse = {};
+    int status = done;
+    notedinverse(R, inverse, 0.5 * volumeundertest(), status, outcomes.half);
+    if (status == failed) return;
+    work.duals.push_back(transposed(inverse));
+    work.owners.push_back(&outcomes);
+}
+
+// Does so with what the fit of a basis B came to, and for wide searches with what the shortest
+// vectors make of it.
+void awaitscores(const fitting& fit, const matrix3& B, const trialvectors& trial,
+                 tripleoutcomes& outcomes, refinements& work)
 {
     addinversions(outcomes.half, fit.seen);
     if (fit.status == failed) return;
-    score(fit.R, trial.reflections, outcomes);
+    awaitscore(fit.R, outcomes, work);
     if (extent() <= 2) return;
     matrix3 R = B; // Deliberate: afresh, and only after the first refinement succeeded
     int status = done;
     rebuildonshortest(R, trial.shortest, trial.P, status, outcomes.hundredth);
-    if (status == done) score(R, trial.reflections, outcomes);
-}
-
-void offer(const tripleoutcomes& outcomes)
-{
-    bool worstknown = false;
-    for (const outcome& found : outcomes.offers) {
-        outcome changing = found;
-        if (logging())
-            savethebasis(changing.D, changing.counts, changing.quality);
-        else
-            offerbasis(found.D, found.counts, found.quality, worstknown);
-    }
+    if (status == done) awaitscore(R, outcomes, work);
 }
 
 // Refines and scores the bases of the triples that are not known.
-void workout(std::vector<passedtriple>& triples, const trialvectors& trial)
+void workout(std::vector<passedtriple>& triples, const trialvectors& trial, refinements& work)
 {
-    std::vector<fitting> fits;
+    work.bases.clear();
+    work.fits.clear();
     for (passedtriple& passed : triples)
-        if (passed.recalled == nullptr) awaitfits(passed, fits);
-    const std::vector<fitting> before = fits;
-    sequentialfits(fits, trial.columns, 0.5 * volumeundertest(),
+        if (passed.recalled == nullptr) listbases(passed, work.bases);
+    simplereductions(work.bases);
+    for (const passedtriple& passed : triples)
+        if (passed.recalled == nullptr) awaitfits(passed, work);
+    sequentialfits(work.fits, trial.columns, 0.5 * volumeundertest(),
                    otherglobalvariables.themaincriterion);
     for (passedtriple& passed : triples) {
         if (passed.recalled != nullptr) continue;
-        for (std::size_t f = passed.firstfit; f < passed.lastfit; ++f)
-            scorefit(fits[f], before[f].R, trial, passed.outcomes);
+        for (std::size_t b = passed.firstbasis; b < passed.lastbasis; ++b)
+            awaitscores(work.fits[b], work.bases[b], trial, passed.outcomes, work);
     }
+    scoreduals(trial.reflections, work);
 }
 
 // Brings triples to the store: what their bases come to is recalled or worked out, offered in the
 // order of the triples, and remembered.
-void settle(std::vector<passedtriple>& triples, const trialvectors& trial, outcomememory& memory)
+void settle(std::vector<passedtriple>& triples, const trialvectors& trial, searchknowledge& known)
 {
     const bool remembered = extent() >= 2;
     const auto what = [&](const passedtriple& passed) -> tripleofreflections {
@@ -305,21 +351,24 @@ void settle(std::vector<passedtriple>& triples, const trialvectors& trial, outco
     };
     if (remembered)
         for (passedtriple& passed : triples)
-            passed.recalled = recall(memory, what(passed), volumeundertest());
-    workout(triples, trial);
-    for (const passedtriple& passed : triples) {
+            passed.recalled = recall(known.memory, what(passed), volumeundertest());
+    workout(triples, trial, known.work);
+    for (passedtriple& passed : triples) {
         const int k = passed.candidate.k;
         if (logging()) logtriple(passed.candidate, matricesforalternativebases.icounterofhnf(k));
-        offer(passed.recalled != nullptr ? *passed.recalled : passed.outcomes);
+        if (passed.recalled == nullptr)
+            offer(passed.outcomes, known.store);
+        else
+            offeragain(*passed.recalled, known);
     }
     for (passedtriple& passed : triples)
         if (remembered && passed.recalled == nullptr)
-            remember(memory, what(passed), std::move(passed.outcomes));
+            remember(known.memory, what(passed), std::move(passed.outcomes));
     triples.clear();
 }
 
 // The search at the volume under test.
-void searchtriples(outcomememory& memory)
+void searchtriples(searchknowledge& known)
 {
     // 1., 2.
     trialvectors trial;
@@ -332,10 +381,10 @@ void searchtriples(outcomememory& memory)
          knatorx(first, trial.nt, 3, positions)) {
         const triple candidate = formtriple(positions, trial.P);
         if (!passesprimarytests(candidate)) continue;
-        triples.push_back({candidate, nullptr, {}, 0, 0});
-        if (triples.size() == triplesatatime) settle(triples, trial, memory);
+        triples.push_back({candidate, nullptr, {}});
+        if (triples.size() == triplesatatime) settle(triples, trial, known);
     }
-    settle(triples, trial, memory);
+    settle(triples, trial, known);
 }
 
 } // namespace
@@ -348,7 +397,7 @@ void getthebasis()
     writeline(terminalunit, " Number of volumes to be tested : ", X(18),
               I(10, estimatedvolumes.number_of_estimatedvolumes));
     const int minimum = numbertoremove();
-    outcomememory memory;
+    searchknowledge known;
     // 4.
     for (int t = 1; t <= estimatedvolumes.number_of_estimatedvolumes; ++t) {
         const double T = estimatedvolumes.table_of_estimatedvolumes(t);
@@ -359,7 +408,7 @@ void getthebasis()
             if (logging()) logtestvalue(n + j + 1, volumeundertest());
             resettriallist();
             rank_trial_vectors(minimum);
-            searchtriples(memory);
+            searchtriples(known);
         }
     }
     // 5. Deliberate: the progress line is closed by a line of its own without figures.
@@ -368,8 +417,8 @@ void getthebasis()
 
 void fitting5()
 {
-    outcomememory memory;
-    searchtriples(memory);
+    searchknowledge known;
+    searchtriples(known);
 }
 
 void indexing(const matrix3& R)
@@ -378,8 +427,11 @@ void indexing(const matrix3& R)
     setcolumns(reflections, recorded_reflections.numberofreflections,
                recorded_reflections.reflections);
     tripleoutcomes outcomes;
-    score(R, reflections, outcomes);
-    offer(outcomes);
+    refinements work;
+    awaitscore(R, outcomes, work); // 1.
+    scoreduals(reflections, work); // 2., 3.
+    storeknowledge known = knowledgeofstore();
+    offer(outcomes, known);
 }
 
 void sequentialfittingrlbasis(matrix3& R, int n, const vectorlist& V, const numbered<int, 3>& start,

@@ -7,7 +7,6 @@
 #include "search/fitting.h"
 #include "search/reduction.h"
 #include "search/scanning.h"
-#include "store/similarity.h"
 #include "text/units.h"
 
 #include <algorithm>
@@ -49,13 +48,13 @@ void dividecolumn(matrix3& D, int column, int divisor)
 }
 
 // Gives the first slot that holds the lattice of D, or 0.
-int similarslot(const matrix3& D)
+int similarslot(const matrix3& D, const slotcolumns& slots)
 {
     matrix3 Dinv = {};
     int status = done;
     invmat(D, Dinv, hundredtimestiny, status);
     if (status == failed) return 0;
-    return firstsimilarslot(Dinv);
+    return firstsimilarslot(slots, Dinv);
 }
 
 // Gives the lowest of n numbers, of which none is NaN. Four running minima do not wait for each
@@ -79,11 +78,19 @@ void logsavedbasis(int slot, const indexcounts& counts, double quality)
               "vectors, quality :", F(13, 3, quality));
 }
 
+void putintoslot(int slot, const matrix3& D, const indexcounts& counts, double quality,
+                 storeknowledge& known)
+{
+    fillslot(slot, D, counts, quality);
+    noteslot(known.slots, slot);
+}
+
 // Looks for a basis of the same lattice, and replaces it by the candidate unless it is better. Gives
 // false if there is none. A change of a quality makes the worst slot unknown.
-bool meetssimilar(const matrix3& D, const indexcounts& counts, double quality, bool& worstknown)
+bool meetssimilar(const matrix3& D, const indexcounts& counts, double quality,
+                  storeknowledge& known)
 {
-    const int k = similarslot(D);
+    const int k = similarslot(D, known.slots);
     if (k == 0) return false;
     const int log = write_log_file.log_file_number;
     if (logging()) writeline(log, X(1), "  Similar to solution", I(4, k));
@@ -91,8 +98,8 @@ bool meetssimilar(const matrix3& D, const indexcounts& counts, double quality, b
     if (quality < saved) return true;
     // Deliberate: an equal quality replaces.
     if (logging()) writeline(log, X(1), "    and replaced it");
-    fillslot(k, D, counts, quality);
-    if (quality != saved) worstknown = false;
+    putintoslot(k, D, counts, quality, known);
+    if (quality != saved) known.worstknown = false;
     return true;
 }
 
@@ -129,36 +136,45 @@ void savethebasis(matrix3& D, indexcounts& counts, double& quality)
     setcolumns(reflections, recorded_reflections.numberofreflections,
                recorded_reflections.reflections);
     if (!withinvolumelimits(reflections, D, counts, quality)) return;
-    bool worstknown = false;
-    offerbasis(D, counts, quality, worstknown);
+    storeknowledge known = knowledgeofstore();
+    offerbasis(D, counts, quality, known);
 }
 
-void offerbasis(const matrix3& D, const indexcounts& counts, double quality, bool& worstknown)
+storeknowledge knowledgeofstore()
+{
+    storeknowledge known;
+    for (int k = 1; k <= modofsavedbases.numberofsavedbases; ++k) noteslot(known.slots, k);
+    return known;
+}
+
+bool tooweak(double quality, storeknowledge& known)
+{
+    const auto& store = modofsavedbases;
+    // Deliberate: the store holds 128 bases, however many are to be reported.
+    if (store.numberofsavedbases < maxsavedbases) return false;
+    if (!known.worstknown) indicatecurrentlyworstsavedbasis();
+    known.worstknown = true;
+    // Deliberate: an equal one goes on.
+    return store.aqualityofsavedbases(store.icurrentlyworstsavedbasis) > quality;
+}
+
+void offerbasis(const matrix3& D, const indexcounts& counts, double quality, storeknowledge& known)
 {
     auto& store = modofsavedbases;
-    // 4. Deliberate: the store holds 128 bases, however many are to be reported.
-    int slot = 0;
-    if (store.numberofsavedbases >= maxsavedbases) {
-        if (!worstknown) indicatecurrentlyworstsavedbasis();
-        worstknown = true;
-        slot = store.icurrentlyworstsavedbasis;
-        if (store.aqualityofsavedbases(slot) > quality) return; // Deliberate: an equal one goes on
-        if (meetssimilar(D, counts, quality, worstknown)) return;
-    } else {
-        if (meetssimilar(D, counts, quality, worstknown)) return;
-        ++store.numberofsavedbases;
-        slot = store.numberofsavedbases;
-    }
+    // 4.
+    if (tooweak(quality, known) || meetssimilar(D, counts, quality, known)) return;
+    const int slot = store.numberofsavedbases < maxsavedbases ? ++store.numberofsavedbases
+                                                              : store.icurrentlyworstsavedbasis;
     // 5., 6.
-    fillslot(slot, D, counts, quality);
+    putintoslot(slot, D, counts, quality, known);
     logsavedbasis(slot, counts, quality);
-    worstknown = false;
+    known.worstknown = false;
 }
 
 int itissimilartoalreadysaved(const matrix3& D, const indexcounts& counts, double quality)
 {
-    bool worstknown = false;
-    return meetssimilar(D, counts, quality, worstknown) ? 1 : 0;
+    storeknowledge known = knowledgeofstore();
+    return meetssimilar(D, counts, quality, known) ? 1 : 0;
 }
 
 void indicatecurrentlyworstsavedbasis()

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "numeric/columns.h"
-#include "store/modofsavedbases.h"
+#include "store/similarity.h"
 
 // One lattice takes one slot: a basis of a lattice already held replaces it if it is at least as
 // good, and is dropped otherwise. A full store gives up its worst basis for a better one.
@@ -28,12 +28,25 @@ void savethebasis(matrix3& D, indexcounts& counts, double& quality);
 bool withinvolumelimits(const vectorcolumns& reflections, matrix3& D, indexcounts& counts,
                         double& quality);
 
+// What is known of the store from one offer to the next.
+struct storeknowledge {
+    slotcolumns slots;       // of all bases held
+    bool worstknown = false; // icurrentlyworstsavedbasis holds: the worst slot is looked for only
+                             // after a quality has changed
+};
+
+// Takes note of the store as it stands.
+storeknowledge knowledgeofstore();
+
+// Says whether a basis is too weak to change the store: it is full of better ones. What is too weak
+// once remains so, since a basis only gives way to one at least as good.
+bool tooweak(double quality, storeknowledge& known);
+
 // Its second half: offers a basis that lies within them.
 //
 // Given:               D, counts, quality   the basis
-// Given and returned:  worstknown           whether icurrentlyworstsavedbasis holds: the worst slot
-//                                           is looked for only after a quality has changed
-void offerbasis(const matrix3& D, const indexcounts& counts, double quality, bool& worstknown);
+// Given and returned:  known                of the store, which only offers have changed since
+void offerbasis(const matrix3& D, const indexcounts& counts, double quality, storeknowledge& known);
 
 // Looks for a basis of the same lattice, and replaces it by the candidate unless it is better.
 //

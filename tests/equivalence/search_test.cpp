@@ -3,6 +3,7 @@
 #include "plain/plain.h"
 #include "property/randomlattices.h"
 #include "search/batchfitting.h"
+#include "search/batchreduction.h"
 #include "search/fitting.h"
 #include "search/reduction.h"
 #include "search/scanning.h"
@@ -318,6 +319,68 @@ TEST_F(FastSearch, ReducesToTheSameBits)
     }
 }
 
+// Random bases, whole ones, multiples of 0.2 that go in circles, and numbers beyond what lanes take.
+matrix3 basistobereduced(randomnumbers& random)
+{
+    const double odd[] = {0.0,   -0.0,  1e-300,   3e9,       1e99,
+                          1e101, 1e160, infinite, -infinite, notanumber};
+    const int kind = random.whole(0, 7);
+    const double unit = kind == 0   ? 1.0
+                        : kind == 1 ? 0.2
+                                    : std::pow(10.0, random.between(-2.0, 2.0));
+    matrix3 M;
+    for (auto& row : M.element)
+        for (double& element : row)
+            element = unit * (kind <= 2 ? random.whole(-4, 4) : random.between(-1.0, 1.0));
+    if (kind == 3) M = matrixproduct(randomunimodular(random, 20), M); // many passes
+    if (kind == 4)
+        M(random.whole(1, 3), random.whole(1, 3)) *= std::pow(10.0, random.between(0.0, 12.0));
+    if (kind == 5 && random.whole(0, 7) == 0)
+        M(random.whole(1, 3), random.whole(1, 3)) = odd[random.whole(0, 9)];
+    return M;
+}
+
+TEST_F(FastSearch, ReducesSideBySideToTheSameBits)
+{
+    randomnumbers random(51);
+    for (int n = 1; n <= cases(60, 6000); ++n) {
+        std::vector<matrix3> bases(static_cast<std::size_t>(random.whole(0, 40)));
+        for (matrix3& M : bases) M = basistobereduced(random);
+        std::vector<matrix3> simple = bases;
+        std::vector<matrix3> full = bases;
+        for (matrix3& M : simple) plain::simplereduction(M);
+        for (matrix3& M : full) plain::buergerreduction(M);
+        for (int lanes = 1; lanes <= bestlanes(); ++lanes) {
+            std::vector<matrix3> simplyfast = bases;
+            std::vector<matrix3> fullyfast = bases;
+            simplereductionsin(lanes, simplyfast);
+            buergerreductionsin(lanes, fullyfast);
+            for (std::size_t b = 0; b < bases.size(); ++b) {
+                ASSERT_EQ(bitsof(simplyfast[b]), bitsof(simple[b]))
+                    << n << " " << lanes << " " << b;
+                ASSERT_EQ(bitsof(fullyfast[b]), bitsof(full[b])) << n << " " << lanes << " " << b;
+            }
+        }
+    }
+}
+
+// Halves are rounded away from zero: 1.5, 2.5 and their negatives as quotients.
+TEST_F(FastSearch, ReducesSideBySideByHalvesToTheSameBits)
+{
+    std::vector<matrix3> bases;
+    for (int half = -9; half <= 9; ++half)
+        bases.push_back({{{1.0, 0.0, 0.0}, {0.5 * half, 1.0, 0.0}, {0.5, 0.5 * half, 8.0}}});
+    for (int lanes = 1; lanes <= bestlanes(); ++lanes) {
+        std::vector<matrix3> simple = bases;
+        simplereductionsin(lanes, simple);
+        for (std::size_t b = 0; b < bases.size(); ++b) {
+            matrix3 plain = bases[b];
+            plain::simplereduction(plain);
+            EXPECT_EQ(bitsof(simple[b]), bitsof(plain)) << lanes << " " << b;
+        }
+    }
+}
+
 TEST_F(FastSearch, EndsReductionsThatGoInACircleAsTheGuardWould)
 {
     // Multiples of 0.2 that are equal but for rounding change places for ever.
@@ -388,11 +451,83 @@ TEST_F(FastSearch, StoresTheSameBases)
     }
 }
 
+// A matrix whose deviations from the unit matrix add up to 0.15, or whose determinant is 1.05 or 0.95,
+// but for some roundings.
+matrix3 nearalimit(randomnumbers& random)
+{
+    matrix3 M = identity();
+    if (random.whole(0, 1) == 0) {
+        M(2, 2) += random.whole(0, 1) == 0 ? 0.05 : -0.05;
+        M(3, 1) = random.whole(-2, 2);
+    } else {
+        double left = 0.15;
+        for (auto& row : M.element)
+            for (double& element : row) {
+                const double part = left * random.between(0.0, 0.3);
+                element += random.whole(0, 1) == 0 ? part : -part;
+                left -= part;
+            }
+        M(3, 2) += M(3, 2) < 0.0 ? -left : left;
+    }
+    for (int k = random.whole(0, 3); k > 0; --k) {
+        double& element = M(random.whole(1, 3), random.whole(1, 3));
+        element = std::nextafter(element, random.whole(-9, 9));
+    }
+    return M;
+}
+
+TEST_F(FastSearch, FindsTheSameSlot)
+{
+    randomnumbers random(52);
+    const double odd[] = {0.0,  1e-200, 1e30,     2147483647.0, 2147483647.125,
+                          1e60, 1e200,  infinite, notanumber};
+    auto& store = modofsavedbases;
+    int found = 0;
+    int near = 0;
+    for (int n = 1; n <= cases(4000, 400000); ++n) {
+        const bool whole = random.whole(0, 1) == 0;
+        const matrix3 D = whole ? identity() : inverseof(randombasis(random));
+        store.numberofsavedbases = random.whole(0, maxsavedbases);
+        for (int k = 1; k <= store.numberofsavedbases; ++k) {
+            matrix3& M = store.savedbases(k);
+            const int kind = random.whole(0, 9);
+            M = kind == 0 ? matrixproduct(nearalimit(random), D) : inverseof(randombasis(random));
+            if (kind == 1 && random.whole(0, 9) == 0) M = relatedbasis(random, D);
+            if (kind == 2 && whole)
+                M(random.whole(1, 3), random.whole(1, 3)) = odd[random.whole(0, 8)];
+            if (kind == 3 && whole) {
+                M = identity();
+                M(3, 1) = odd[random.whole(0, 8)];
+            }
+        }
+        storeknowledge known = knowledgeofstore();
+        // Behind the last slot stands what was there before: a lattice that is looked for, too.
+        for (int k = store.numberofsavedbases + 1; k <= maxsavedbases; ++k) {
+            store.savedbases(k) = D;
+            noteslot(known.slots, k);
+        }
+        matrix3 inverse = inverseof(D);
+        if (random.whole(0, 99) == 0)
+            inverse(random.whole(1, 3), random.whole(1, 3)) = odd[random.whole(0, 8)];
+        int expected = 0;
+        for (int k = store.numberofsavedbases; k >= 1; --k)
+            if (plain::samelattice(store.savedbases(k), inverse)) expected = k;
+        for (int lanes = 1; lanes <= bestlanes(); ++lanes)
+            ASSERT_EQ(firstsimilarslotin(lanes, known.slots, inverse), expected)
+                << n << " " << lanes;
+        found += expected > 0 ? 1 : 0;
+        near += expected > 1 ? 1 : 0;
+    }
+    EXPECT_GT(found, cases(1000, 100000));
+    EXPECT_GT(near, cases(500, 50000));
+}
+
 TEST_F(FastSearch, FindsTheSameSolutions)
 {
     getlowindexsuperlattices();
     randomnumbers random(47);
     int solutions = 0;
+    int full = 0;
     for (int n = 1; n <= cases(60, 3000); ++n) {
         auto& parameters = otherglobalvariables;
         parameters.iextentofthesearch = n % 12 < 8 ? n % 3 : n % 6;
@@ -414,8 +549,10 @@ TEST_F(FastSearch, FindsTheSameSolutions)
                         [&] { plainterminal = printedby(plain::getthebasis); });
         EXPECT_EQ(fastterminal, plainterminal);
         solutions += modofsavedbases.numberofsavedbases;
+        full += modofsavedbases.numberofsavedbases == maxsavedbases ? 1 : 0;
     }
     EXPECT_GT(solutions, cases(300, 15000));
+    EXPECT_GT(full, 0); // then what is too weak is dropped
 }
 
 TEST_F(FastSearch, WritesTheSameLog)

@@ -24,7 +24,7 @@ protected:
     }
 
     // The quality of the offers recalled; 0 without an answer.
-    double recalledquality(const tripleofreflections& what, double volume = 100.0) const
+    double recalledquality(const tripleofreflections& what, double volume = 100.0)
     {
         const tripleoutcomes* recalled = recall(memory, what, volume);
         return recalled == nullptr ? 0.0 : recalled->offers.at(0).quality;
