@@ -81,8 +81,15 @@ constexpr double step = 3.0;
 constexpr double width = 3.6;
 constexpr double narrowest = 1.6; // the program takes no less than 1.5
 
+// The fraction of its reflections that the program leaves for the search if nothing else is said.
+double usualfraction(std::size_t count)
+{
+    return std::min(0.5, 12.0 / static_cast<double>(count));
+}
+
+// `keeping` is that fraction as a part of the usual one.
 void addwindows(std::vector<rung>& ladder, const subset& chosen, int extent,
-                const volumelimits& limits)
+                const volumelimits& limits, double keeping = 1.0)
 {
     for (double volume = limits.smallest; volume < limits.largest; volume *= step) {
         rung one;
@@ -90,8 +97,13 @@ void addwindows(std::vector<rung>& ladder, const subset& chosen, int extent,
         one.largest = std::min(volume * width, std::max(limits.largest, volume * narrowest));
         one.extent = extent;
         one.reflections = chosen.reflections;
+        if (keeping != 1.0)
+            one.supporting = std::min(1.0, keeping * usualfraction(chosen.reflections.size()));
         one.name = "volumes " + fixed(one.smallest, 0) + " to " + fixed(one.largest, 0) + ", "
-                   + chosen.name + (extent == 2 ? "" : ", extent " + std::to_string(extent));
+                   + chosen.name + (extent == 2 ? "" : ", extent " + std::to_string(extent))
+                   + (keeping == 1.0  ? ""
+                      : keeping > 1.0 ? ", more of them"
+                                      : ", fewer of them");
         ladder.push_back(one);
     }
 }
@@ -130,6 +142,7 @@ std::vector<rung> ladderfor(const vectorlist& list, const ladderoptions& options
     addwindows(ladder, subsets[0], usual, large);
     for (const subset& one : subsets) addwindows(ladder, one, thorough, likely);
     addwindows(ladder, subsets[0], thorough, large);
+    for (const double keeping : {1.6, 0.6}) addwindows(ladder, subsets[0], usual, likely, keeping);
     return ladder;
 }
 

@@ -49,9 +49,10 @@ volumelimits likelyvolumes(const std::vector<vector3>& vectors);
 
 // The runs, cheap and likely ones first: windows of volume from small to large, each 3.6 times as wide
 // as it begins and overlapping the next, so that no table of test periods is cut and every window
-// has test volumes of its own, the largest tenth of the range last; at first with up to 40 reflections, then with parts of them (strong
-// ones, short ones, some by chance), then with more extent. Counts of reflections are such that the
-// program's periodogram is positive (up to 66).
+// has test volumes of its own, the largest tenth of the range last; at first with up to 40 reflections,
+// then with parts of them (strong ones, short ones, some by chance), then with more extent, then with
+// more and with fewer reflections left for the search by the ranking. Counts of reflections are such
+// that the program's periodogram is positive (up to 66).
 std::vector<rung> ladderfor(const vectorlist& list, const ladderoptions& options);
 
 // The input file of a run.

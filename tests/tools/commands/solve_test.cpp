@@ -1,11 +1,13 @@
 // solve as a user calls it: what it prints, what it writes, how it ends.
 #include "simulation/simulate.h"
 
+#include "support/commands.h"
 #include "support/runs.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <chrono>
 #include <filesystem>
 #include <sstream>
 #include <string>
@@ -43,6 +45,26 @@ simulationrequest usual()
     asked.wrong = 4;
     asked.noise = 0.01;
     return asked;
+}
+
+// Reflections of no lattice would be tried for a minute.
+TEST(Solve, GivesTheBestAnswerSoFarAfterACtrlC)
+{
+    simulationrequest asked = usual();
+    asked.wrong = asked.reflections;
+    const temporaryfolder folder;
+    writefile(folder.file("a.txt"), listof(asked));
+    const auto start = std::chrono::steady_clock::now();
+    const commandresult run =
+        resultof("cd '" + folder.path() + "' && timeout --preserve-status -s INT 2 '" TORVIK_TOOLS
+                 + "' solve a.txt --torvik '" TORVIK_PROGRAM "'");
+    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+    EXPECT_LT(passed.count(), 30.0);
+    EXPECT_EQ(run.status, 1) << run.output;
+    EXPECT_NE(run.output.find("Refused."), std::string::npos) << run.output;
+    const json file = json::parse(readfile(folder.file("a.solution.json")));
+    EXPECT_EQ(file["interrupted"], true);
+    EXPECT_EQ(file["verdict"], "refused");
 }
 
 TEST(Solve, WritesTheAnswerAndTheFilesOfTheRunThatLedToIt)

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <filesystem>
@@ -73,6 +74,21 @@ TEST(TheLadder, KeepsToTheLimitsThatTheUserGives)
         EXPECT_LE(one.smallest, 900.0);
         EXPECT_LE(one.largest, 900.0 * 1.6);
     }
+}
+
+TEST(TheLadder, EndsWithMoreAndThenFewerReflectionsLeftForTheSearch)
+{
+    // Of 30 reflections the program leaves two fifths.
+    const auto ladder = ladderfor(some(30), {});
+    EXPECT_FALSE(ladder.front().supporting);
+    ASSERT_TRUE(ladder.back().supporting);
+    EXPECT_NEAR(*ladder.back().supporting, 0.24, 1e-12);
+    const auto first = std::find_if(ladder.begin(), ladder.end(),
+                                    [](const rung& one) { return one.supporting.has_value(); });
+    EXPECT_NEAR(*first->supporting, 0.64, 1e-12);
+    for (auto one = first; one != ladder.end(); ++one) EXPECT_TRUE(one->supporting);
+    EXPECT_NE(inputof(*first, some(30).vectors).find("_FractionOfSupportingReflections\n0.6400"),
+              std::string::npos);
 }
 
 TEST(Processes, EndAsTheyDoOrAreEnded)
