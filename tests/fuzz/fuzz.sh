@@ -6,7 +6,8 @@
 #   tests/fuzz/fuzz.sh coverage                   lines of the program that the kept inputs reach
 #
 # KIND is reader or run, of the program; or a format that torvik-tools imports: idx, text, angles, p4p,
-# gve, peaks (.integrate as well), xds, dials.
+# gve, peaks (.integrate as well), xds, dials; or results, lepage, known (cells), truth (.truth.json),
+# cif, survey (the cells of which are surveyed as well).
 #
 # The last lines say how often each outcome came. New inputs gather in build/fuzz/new. What the
 # program must not do stops the fuzzer and leaves its input in build/fuzz/found: mend it, and copy
@@ -20,20 +21,22 @@ kind=${1:-}
 amount=${2:-60}
 here=$PWD/tests/fuzz
 work=$PWD/build/fuzz
-formats='idx|text|angles|p4p|gve|peaks|xds|dials'
+formats='idx|text|angles|p4p|gve|peaks|xds|dials|results|lepage|known|truth|cif|survey'
 if [[ ! $kind =~ ^(reader|run|coverage|$formats)$ || ! $amount =~ ^[0-9]+x?$ ]]; then
-    sed -n '4,9p' "$0" >&2
+    sed -n '4,10p' "$0" >&2
     exit 1
 fi
 fuzzer=$kind
 kept=$here/corpus/$kind
 words=$here/idx.dict
+longest=800
 if [[ $kind =~ ^($formats)$ ]]; then
     fuzzer=import
     kept=$here/corpus/import/$kind
     words=$here/import.dict
     export TORVIK_FUZZ_FORMAT=$kind
 fi
+[ "$kind" != results ] || longest=3000 # one solution takes 1200 bytes
 need "The fuzzer" g++=g++ make=make cmake=cmake clang=clang++ gcovr=gcovr \
     libgtest-dev=/usr/include/gtest/gtest.h nlohmann-json3-dev=/usr/include/nlohmann/json.hpp \
     libcli11-dev=/usr/include/CLI/CLI.hpp gemmi-dev=/usr/include/gemmi/math.hpp \
@@ -67,5 +70,5 @@ case $amount in
     *) limit=-max_total_time=$amount ;;
 esac
 ASAN_OPTIONS=quarantine_size_mb=16 exec "$work/tests/fuzz/torvik_fuzz_$fuzzer" "$limit" \
-    -dict="$words" -max_len=800 -timeout=120 -print_final_stats=1 \
+    -dict="$words" -max_len="$longest" -timeout=120 -print_final_stats=1 \
     -artifact_prefix="$work/found/" "$work/new/$kind" "$kept"

@@ -4,6 +4,7 @@
 #include "driver/otherglobalvariables.h"
 #include "driver/recorded_reflections.h"
 #include "fuzz/documented.h"
+#include "fuzz/latticefiles.h"
 #include "readers/dials.h"
 #include "readers/kinds.h"
 #include "readers/reader.h"
@@ -90,6 +91,14 @@ void checkmeasured(const measurement& measured)
            "the wavelength");
 }
 
+void readmeasurement(const std::string& format, std::string_view bytes)
+{
+    for (const tools::reader& one : tools::readers()) one.recognises(bytes, "a.txt");
+    measurement measured = readas(format, bytes);
+    tools::checkmeasurement(measured, "a.txt");
+    checkmeasured(measured);
+}
+
 // Angles of many turns lose their digits, and are passed over; an arc sine near 1 loses half of them.
 void demandsamevectors(const tools::idxfile& file)
 {
@@ -140,12 +149,14 @@ const std::vector<std::string>& fuzzedformats()
 std::string importharness::import(const std::string& format, std::string_view bytes)
 {
     if (format == "idx") compareinputfile(program_, bytes);
-    for (const tools::reader& one : tools::readers()) one.recognises(bytes, "a.txt");
-    std::string outcome = "measurement";
+    const auto& others = fuzzedlatticefiles();
+    const bool lattices = std::find(others.begin(), others.end(), format) != others.end();
+    std::string outcome = lattices ? "lattices" : "measurement";
     try {
-        measurement measured = readas(format, bytes);
-        tools::checkmeasurement(measured, "a.txt");
-        checkmeasured(measured);
+        if (lattices)
+            readlatticefile(format, bytes);
+        else
+            readmeasurement(format, bytes);
     } catch (const tools::failure& why) {
         demandsentence(why.what());
         outcome = "refused";

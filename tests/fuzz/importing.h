@@ -19,9 +19,9 @@ public:
     // Feeds bytes to the reader of a format. Throws misbehaviour for a measurement that has no
     // reflections, or one that is zero, not finite or without its wavelength; and for a failure
     // whose text is no sentence. Input files are read by the program as well: both refuse them, or
-    // both take the same vectors from them.
+    // both take the same vectors from them. Takes the names of fuzzedlatticefiles() too.
     //
-    // Returned:  "measurement" or "refused"
+    // Returned:  "measurement", "lattices" or "refused"
     std::string import(const std::string& format, std::string_view bytes);
 
     // How often each outcome was returned so far.

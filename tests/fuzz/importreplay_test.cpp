@@ -1,6 +1,7 @@
 // The kept inputs of the readers of torvik-tools, replayed.
 
 #include "fuzz/importing.h"
+#include "fuzz/latticefiles.h"
 #include "readers/reader.h"
 #include "support/fresh.h"
 #include "support/runs.h"
@@ -39,6 +40,19 @@ TEST_P(HostileMeasurement, IsReadOrRefusedWithASentence)
 }
 
 INSTANTIATE_TEST_SUITE_P(OfEachFormat, HostileMeasurement, ::testing::ValuesIn(fuzzedformats()),
+                         [](const auto& format) { return format.param; });
+
+class HostileCells : public HostileMeasurement {};
+
+TEST_P(HostileCells, AreReadOrRefusedWithASentence)
+{
+    for (const std::string& name : keptinputs(GetParam()))
+        EXPECT_NO_THROW(readers.import(GetParam(), readfile(name))) << name;
+    EXPECT_GE(readers.outcomes["lattices"], 3U);
+    EXPECT_GE(readers.outcomes["refused"], 3U);
+}
+
+INSTANTIATE_TEST_SUITE_P(OfEachFile, HostileCells, ::testing::ValuesIn(fuzzedlatticefiles()),
                          [](const auto& format) { return format.param; });
 
 // .integrate is read as .peaks is.

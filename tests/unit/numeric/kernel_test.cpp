@@ -265,6 +265,20 @@ TEST_F(Kernel, AVectorIsTransformedByTheRowsOfTheMatrix)
     EXPECT_EQ(x(3), 19.0); // 7 - 8 + 20
 }
 
+TEST_F(Kernel, AVectorIsTransformedFromTheOtherSideByTheColumnsOfTheMatrix)
+{
+    const vector3 x = indicesunder({{{1, 2, 3}, {4, 5, 6}, {7, 8, 10}}}, {{1, -1, 2}});
+    EXPECT_EQ(x(1), 11.0); // 1 - 4 + 14
+    EXPECT_EQ(x(2), 13.0); // 2 - 5 + 16
+    EXPECT_EQ(x(3), 17.0); // 3 - 6 + 20
+}
+
+TEST_F(Kernel, ATransposedMatrixHasItsRowsInColumns)
+{
+    expectequal(transposed({{{1, 2, 3}, {4, 5, 6}, {7, 8, 10}}}),
+                {{{1, 4, 7}, {2, 5, 8}, {3, 6, 10}}});
+}
+
 TEST_F(Kernel, RowsGoIntoAMatrixAndComeBack)
 {
     const matrix3 a = rowsmatrix({{1, 2, 3}}, {{4, 5, 6}}, {{7, 8, 9}});

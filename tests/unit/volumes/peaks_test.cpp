@@ -87,6 +87,9 @@ TEST(Peaks, BoundsAroundZeroAreDecidedByValues)
     search zero = {{{0, -1}, {1, 0.5}}, {0.0, -0.25}, {}};
     EXPECT_EQ(zero.largest(), -1);
     EXPECT_EQ(zero.computed, (periods{0, 1}));
+    search apart = {{{-1, -3}, {1, -2}}, {-0.5, -2.5}, {}};
+    EXPECT_EQ(apart.largest(), -1);
+    EXPECT_EQ(apart.computed, periods{0});
 }
 
 TEST(Peaks, WhatIsNotANumberIsNoPeak)
