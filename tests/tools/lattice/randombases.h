@@ -3,33 +3,14 @@
 
 #include "base/linear.h"
 #include "lattice/cell.h"
+#include "simulation/randomnumbers.h"
 
-#include <cstdint>
-#include <random>
 #include <utility>
 #include <vector>
 
 namespace torvik::tools {
 
-// The engine is fixed by the C++ standard; the distributions of the standard library are not, so
-// these are its own.
-class chance {
-public:
-    explicit chance(std::uint64_t seed) : engine_(seed) {}
-
-    double between(double low, double high)
-    {
-        return low + (high - low) * (static_cast<double>(engine_() >> 11) / 9007199254740992.0);
-    }
-
-    int whole(int low, int high) // both included
-    {
-        return low + static_cast<int>(engine_() % static_cast<std::uint64_t>(high - low + 1));
-    }
-
-private:
-    std::mt19937_64 engine_;
-};
+using chance = randomnumbers;
 
 // Rows with components of -10 to 10 angstroms that are far from a plane.
 inline matrix3 randombasis(chance& random)

@@ -34,12 +34,20 @@ double angle(const vector3& a, const vector3& b)
 
 std::string messageof(textreader read, const std::string& text, const readeroptions& options)
 {
-    try {
-        static_cast<void>(read(textfile("a.txt", text), options));
-    } catch (const failure& why) {
-        return why.what();
-    }
-    return "nothing";
+    return failureof([&] { static_cast<void>(read(textfile("a.txt", text), options)); });
+}
+
+vector3 firstof(const measurement& measured)
+{
+    const auto& x = measured.spots.at(0).value;
+    return {x[0], x[1], x[2]};
+}
+
+void expectnear(const vector3& found, const vector3& expected)
+{
+    EXPECT_TRUE(found.approx(expected, 1e-9))
+        << found.x << " " << found.y << " " << found.z << " instead of " << expected.x << " "
+        << expected.y << " " << expected.z;
 }
 
 std::string samplefile(const std::string& name)

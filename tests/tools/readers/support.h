@@ -6,6 +6,7 @@
 #include "readers/reader.h"
 
 #include <cstddef>
+#include <numbers>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,28 @@ using textreader = measurement (*)(const textfile&, const readeroptions&);
 
 // The message of a reader for a text by the name "a.txt", or "nothing".
 std::string messageof(textreader read, const std::string& text, const readeroptions& options = {});
+
+// The message of the failure that ends some work, or "nothing".
+template <typename procedure>
+std::string failureof(const procedure& work)
+{
+    try {
+        work();
+    } catch (const failure& why) {
+        return why.what();
+    }
+    return "nothing";
+}
+
+// The vector of the first spot.
+vector3 firstof(const measurement& measured);
+
+// Expects two vectors to be alike to 1e-9.
+void expectnear(const vector3& found, const vector3& expected);
+
+// Sine and cosine of the 45 degrees by which a spot is scattered that lies as far off the centre as the
+// detector is behind the crystal.
+constexpr double half = std::numbers::sqrt2 / 2.0;
 
 // The path of a file of the sample measurements; empty where they are not at hand.
 std::string samplefile(const std::string& name);

@@ -41,32 +41,6 @@ measurement read(const std::string& spots, const std::string& parameters = plain
     return xdsmeasurement(textfile("SPOT.XDS", spots), textfile("XDS.INP", parameters), options);
 }
 
-vector3 firstof(const measurement& measured)
-{
-    const auto& x = measured.spots.at(0).value;
-    return {x[0], x[1], x[2]};
-}
-
-std::string failureof(const auto& work)
-{
-    try {
-        work();
-    } catch (const failure& why) {
-        return why.what();
-    }
-    return "nothing";
-}
-
-void expectnear(const vector3& found, const vector3& expected)
-{
-    EXPECT_TRUE(found.approx(expected, 1e-9))
-        << found.x << " " << found.y << " " << found.z << " instead of " << expected.x << " "
-        << expected.y << " " << expected.z;
-}
-
-// 100 mm off the centre, 100 mm behind: scattered by 45 degrees.
-const double half = std::sqrt(0.5);
-
 TEST(XdsSpots, AreTheScatteredBeamLessTheIncidentOne)
 {
     expectnear(firstof(read("1500 500 0 7\n")), {half, 0, half - 1});
