@@ -98,6 +98,8 @@ TEST(Peaks, WhatIsNotANumberIsNoPeak)
     search unknown = {{{-infinite, 1}, {infinite, 2}}, {none, 1.5}, {}};
     EXPECT_EQ(unknown.largest(), 1);
     EXPECT_EQ(unknown.computed, (periods{0}));
+    EXPECT_EQ(unknown.bounds.least[0], -infinite); // known now, and below all others
+    EXPECT_EQ(unknown.bounds.most[0], -infinite);
     search nothing = {{{-infinite, -infinite}, {infinite, infinite}}, {none, none}, {}};
     EXPECT_EQ(nothing.largest(), -1);
 }
