@@ -9,6 +9,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 
 namespace torvik {
@@ -30,8 +31,10 @@ constexpr double safeindex = 2e9;
 // A lattice that is looked for.
 struct soughtlattice {
     matrix3 inverse;
-    double volume;    // |det inverse|
-    double uncertain; // times the size of a slot: how far volumes may be off
+    double volume;       // |det inverse|
+    double uncertain;    // times the size of a slot: how far volumes may be off
+    float rounded[3][3]; // the inverse
+    float spread;        // times the reach of a slot: how far deviations may be off
 };
 
 soughtlattice soughtby(const matrix3& inverse)
@@ -39,39 +42,78 @@ soughtlattice soughtby(const matrix3& inverse)
     double s = 0.0;
     for (const auto& row : inverse.element)
         for (const double element : row) s = std::max(s, std::fabs(element));
-    return {inverse, std::fabs(deter(inverse)), s <= safesize ? 0x1p-42 * s * s * s : infinite};
+    soughtlattice sought = {inverse,
+                            std::fabs(deter(inverse)),
+                            s <= safesize ? 0x1p-42 * s * s * s : infinite,
+                            {},
+                            static_cast<float>(0x1.9p-20 * s)};
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j)
+            sought.rounded[i][j] = static_cast<float>(inverse.element[i][j]);
+    return sought;
+}
+
+// Single-precision numbers, and masks, one in each lane.
+template <int width>
+struct singles {
+    // NOLINTBEGIN(modernize-use-using)
+    typedef float numbers __attribute__((vector_size(4 * width)));
+    typedef std::uint32_t masks __attribute__((vector_size(4 * width)));
+    // NOLINTEND(modernize-use-using)
+};
+
+template <int width>
+TORVIK_INLINED typename singles<width>::numbers singlesfrom(const float* place)
+{
+    typename singles<width>::numbers x;
+    std::memcpy(&x, place, sizeof x);
+    return x;
+}
+
+// The distance from the nearest whole number, of numbers below 2^22.
+template <int width>
+TORVIK_INLINED typename singles<width>::numbers distance(const typename singles<width>::numbers& x)
+{
+    using numbers = typename singles<width>::numbers;
+    using masks = typename singles<width>::masks;
+    constexpr float roundingaway = 0x1.8p23F;
+    const numbers whole = (x + roundingaway) - roundingaway;
+    return std::bit_cast<numbers>(std::bit_cast<masks>(x - whole) & 0x7fffffffU);
 }
 
 // So many slots are compared at a time; the bits of a mask say which of them pass.
 constexpr int atatime = 32;
 static_assert(maxsavedbases % atatime == 0);
 
-// Gives the mask of the slots from place on whose first vectors pass.
+// Gives the mask of the slots from place on whose first two vectors pass.
 template <int width>
 TORVIK_INLINED std::uint32_t nearslots(const slotcolumns& slots, int place,
                                        const soughtlattice& sought)
 {
-    using numbers = typename side<width>::numbers;
-    const matrix3& inverse = sought.inverse;
-    typename side<width>::wholes bit;
-    for (int k = 0; k < width; ++k) bit[k] = std::int64_t{1} << k;
-    typename side<width>::wholes near = {};
+    using numbers = typename singles<width>::numbers;
+    using masks = typename singles<width>::masks;
+    const auto& G = sought.rounded;
+    masks bit;
+    for (int k = 0; k < width; ++k) bit[k] = 1U << k;
+    masks far = {};
     for (int i = place; i < place + atatime; i += width) {
-        const auto x = numbersfrom<width>(slots.x + i);
-        const auto y = numbersfrom<width>(slots.y + i);
-        const auto z = numbersfrom<width>(slots.z + i);
-        const numbers T1 = x * inverse(1, 1) + y * inverse(2, 1) + z * inverse(3, 1);
-        const numbers T2 = x * inverse(1, 2) + y * inverse(2, 2) + z * inverse(3, 2);
-        const numbers T3 = x * inverse(1, 3) + y * inverse(2, 3) + z * inverse(3, 3);
-        const numbers dev = magnitude(T1 - nearestwhole(T1)) + magnitude(T2 - nearestwhole(T2))
-                            + magnitude(T3 - nearestwhole(T3));
-        const numbers off = magnitude(numbersfrom<width>(slots.volume + i) * sought.volume - 1.0);
-        const numbers least = off - numbersfrom<width>(slots.size + i) * sought.uncertain;
-        const numbers limit = numbers{} + similaritylimit;
-        near |= bit & maskbelow(dev, limit) & ~maskbelow(numbers{} + determinantlimit, least);
+        numbers dev = {};
+        for (int v = 0; v < 6; v += 3) {
+            const numbers x = singlesfrom<width>(slots.vectors[v] + i);
+            const numbers y = singlesfrom<width>(slots.vectors[v + 1] + i);
+            const numbers z = singlesfrom<width>(slots.vectors[v + 2] + i);
+            dev += distance<width>(x * G[0][0] + y * G[1][0] + z * G[2][0])
+                   + distance<width>(x * G[0][1] + y * G[1][1] + z * G[2][1])
+                   + distance<width>(x * G[0][2] + y * G[1][2] + z * G[2][2]);
+        }
+        const numbers limit = singlesfrom<width>(slots.reach + i) * sought.spread + (0.15F + 1e-5F);
+        const numbers above = std::bit_cast<numbers>(bit);
+        far |= std::bit_cast<masks>(limit < dev ? above : numbers{});
         bit = bit << width;
     }
-    return static_cast<std::uint32_t>(unionof<width>(near));
+    const auto all = static_cast<std::uint64_t>(
+        unionof<width / 2>(std::bit_cast<typename side<width / 2>::wholes>(far)));
+    return ~static_cast<std::uint32_t>(all | all >> 32);
 }
 
 // How far a sum of nine deviations below 1 may be off if they are added in another order, and more.
@@ -82,6 +124,9 @@ enum class verdict { same, different, unsure };
 // Compares the lattice of a slot with the one that is looked for.
 TORVIK_INLINED verdict compare(const slotcolumns& slots, int place, const soughtlattice& sought)
 {
+    const double off = std::fabs(slots.volume[place] * sought.volume - 1.0);
+    const double wrong = slots.size[place] * sought.uncertain;
+    if (off - wrong >= determinantlimit) return verdict::different;
     const matrix3& inverse = sought.inverse;
     const lanes row1 = {inverse(1, 1), inverse(1, 2), inverse(1, 3), 0.0};
     const lanes row2 = {inverse(2, 1), inverse(2, 2), inverse(2, 3), 0.0};
@@ -95,9 +140,7 @@ TORVIK_INLINED verdict compare(const slotcolumns& slots, int place, const sought
     }
     const double dev = devs[0] + devs[1] + devs[2];
     if (dev >= similaritylimit + margin) return verdict::different;
-    const double off = std::fabs(slots.volume[place] * sought.volume - 1.0);
-    const bool surely = dev < similaritylimit - margin
-                        && off + slots.size[place] * sought.uncertain < determinantlimit
+    const bool surely = dev < similaritylimit - margin && off + wrong < determinantlimit
                         && largest[0] + largest[1] + largest[2] < safeindex;
     return surely ? verdict::same : verdict::unsure;
 }
@@ -107,7 +150,7 @@ template <int width>
 TORVIK_INLINED int firstsimilar(const slotcolumns& slots, int n, const soughtlattice& sought)
 {
     for (int place = 0; place < n; place += atatime) {
-        std::uint32_t near = nearslots<width>(slots, place, sought);
+        std::uint32_t near = nearslots<2 * width>(slots, place, sought);
         for (; near != 0; near &= near - 1) {
             const int candidate = place + std::countr_zero(near);
             if (candidate >= n) return 0;
@@ -153,9 +196,13 @@ void noteslot(slotcolumns& slots, int slot)
 {
     const matrix3& D = modofsavedbases.savedbases(slot);
     const int place = slot - 1;
-    slots.x[place] = D(1, 1);
-    slots.y[place] = D(1, 2);
-    slots.z[place] = D(1, 3);
+    double reach = 0.0;
+    for (int v = 0; v < 6; ++v) {
+        const double component = D.element[v / 3][v % 3];
+        slots.vectors[v][place] = static_cast<float>(component);
+        reach += std::fabs(component);
+    }
+    slots.reach[place] = static_cast<float>(reach);
     slots.volume[place] = std::fabs(deter(D));
     slots.size[place] = 1.0;
     for (int i = 1; i <= 3; ++i) {

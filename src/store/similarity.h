@@ -16,11 +16,10 @@ bool samelattice(const matrix3& M, const matrix3& inverse);
 
 // What a lattice is first compared with, of each slot of the store: place k - 1 belongs to slot k.
 struct slotcolumns {
-    alignas(64) double x[maxsavedbases] = {}; // the first vector of the basis
-    alignas(64) double y[maxsavedbases] = {};
-    alignas(64) double z[maxsavedbases] = {};
-    alignas(64) double volume[maxsavedbases] = {}; // of the cell
-    alignas(64) double size[maxsavedbases] = {};   // bounds the products of three elements
+    alignas(64) float vectors[6][maxsavedbases] = {}; // the first two vectors, by component
+    alignas(64) float reach[maxsavedbases] = {};      // their |components|, added up
+    double volume[maxsavedbases] = {};                // of the cell
+    double size[maxsavedbases] = {};                  // bounds the products of three elements
 };
 
 // Takes note of the basis in a slot.
@@ -31,12 +30,21 @@ void noteslot(slotcolumns& slots, int slot);
 // Given:     slots     all of them
 //            inverse   of a basis of the lattice
 //
-// A lattice is compared with all slots in turn, and nearly all of them differ in the first vector or
-// in volume already. Both are compared for several slots at once; samelattice decides on those that
-// pass.
+// A lattice is compared with all slots in turn, and nearly all of them differ in the first two vectors
+// already. These are compared for many slots at once in single precision; then all three vectors, and
+// the volume, of a slot that passes; and where that does not decide, samelattice does.
 //
-// Vectors: the sum of deviations only grows, so once it reaches its limit the rest need not be
-// known. The first three deviations come from the same products and sums in the same order.
+// Single precision: an index is a sum of three products of elements that were rounded before; so it is
+// wrong by no more than 5.1 v ri s, where v = 2^-24, ri is the sum of |elements| in row i of the basis,
+// and s the largest |element| of the inverse. Its distance from the nearest whole number is exact, and
+// so wrong by no more than that, if the index is below 2^22; beyond, 8 v ri s is more than any distance
+// that comes out. The six together are wrong by less than 24 v (r1 + r2) s, and their sum in its own
+// roundings, and by what underflows, by less than 1e-5. So a slot is left out only if the sum is above
+// its limit by more than both. (Not finite numbers leave none out.) The deviations of the third vector
+// could only add to the sum.
+//
+// Double precision: the same indices as those of samelattice, but their deviations are added in another
+// order, which makes a difference of less than 1e-12 to a sum near the limit.
 //
 // Volumes: det T = det M det inverse, but for roundings. Let r be the sums of |elements| of the rows
 // of M, s the largest |element| of the inverse, Z = r1 r2 r3 s^3, and u = 2^-53. The elements of T in
@@ -45,7 +53,7 @@ void noteslot(slotcolumns& slots, int slot);
 // each, wrong by 31 u of r1 r2 r3 and of s^3; times the other determinant that is 186 u Z each. Their
 // product is rounded once more, 36 u Z. All in all the two differ by less than 500 u Z, for which
 // 2^-42 Z is taken, 2048 u. (What underflows is no more than 1e-100, as long as no r or s is beyond
-// 1e50; otherwise volumes exclude nothing.)
+// 1e50; otherwise volumes decide nothing.)
 int firstsimilarslot(const slotcolumns& slots, const matrix3& inverse);
 
 // The same in certain lanes (see lanes.h), which the processor must have.
