@@ -140,7 +140,7 @@ std::vector<vectorpair> pairsof(const std::vector<vector3>& vectors, const given
         for (std::size_t j = 0; j < i; ++j) {
             const vector3& q = vectors[i];
             const vector3& r = vectors[j];
-            if (q.cross(r).length() < leastsine * q.length() * r.length()) continue;
+            if (!(q.cross(r).length() > leastsine * q.length() * r.length())) continue;
             const vectorpair one = {q, r, shells[i], shells[j]};
             if (one.choices() > 0.0) pairs.push_back(one);
         }

@@ -419,6 +419,29 @@ TEST(AKnownCell, IsRefusedForFewerThanFourReflections)
     EXPECT_EQ(found.reason, "There are 3 reflections; no orientation is sure with fewer than 4.");
 }
 
+// The origin has no direction, and one vector twice makes no plane.
+TEST(AKnownCell, IsNotLedAstrayByTheOriginOrByVectorsThatAreThereTwice)
+{
+    const simulated made = simulate(requestof(lowcell, 20, 8, 0.02, 2));
+    vectorlist list = listof(made);
+    list.vectors.emplace_back(0.0, 0.0, 0.0);
+    list.vectors.push_back(list.vectors[3]);
+    const answer found = solved(list, {lowcell});
+    EXPECT_EQ(found.how, verdict::solved);
+    EXPECT_TRUE(same(found.lattices[0].basis, made.truth().primitive));
+    EXPECT_EQ(found.lattices[0].genuine[20], 0.0);
+    list.vectors.assign(8, vector3(0.1, 0.2, 0.3));
+    EXPECT_EQ(solved(list, {lowcell}).how, verdict::refused);
+    list.vectors.assign(8, vector3(0.0, 0.0, 0.0));
+    EXPECT_EQ(solved(list, {lowcell}).how, verdict::refused);
+    // Far shorter than all points, and far longer than those that are listed.
+    for (const double factor : {1e-6, 1e6}) {
+        vectorlist scaledlist = listof(made);
+        for (vector3& q : scaledlist.vectors) q *= factor;
+        EXPECT_EQ(solved(scaledlist, {lowcell}).how, verdict::refused);
+    }
+}
+
 TEST(AKnownCell, IsNamedAmongSeveral)
 {
     const simulated made = simulate(requestof(lowcell, 20, 8, 0.02, 2));
