@@ -170,7 +170,7 @@ TORVIK_INLINED void watchsize(reducedlanes<width>& v)
 }
 
 template <int width>
-TORVIK_INLINED void simplepass(reducedlanes<width>& v)
+TORVIK_INLINED void simplepasses(reducedlanes<width>& v)
 {
     using numbers = typename side<width>::numbers;
     watchsize<width>(v);
@@ -208,7 +208,7 @@ TORVIK_INLINED typename side<width>::wholes diagonalstep(const typename side<wid
 }
 
 template <int width>
-TORVIK_INLINED void buergerpass(reducedlanes<width>& v)
+TORVIK_INLINED void buergerpasses(reducedlanes<width>& v)
 {
     using numbers = typename side<width>::numbers;
     // What is reduced keeps its vectors, and needs its products no more.
@@ -230,7 +230,7 @@ struct simple {
     {
         computeproducts<width>(v);
         for (int pass = 0; pass < mostpasses && unionof<width>(v.active) != 0; ++pass)
-            simplepass<width>(v);
+            simplepasses<width>(v);
     }
     static void reducealone(matrix3& M)
     {
@@ -243,7 +243,7 @@ struct buerger {
     TORVIK_INLINED static void reduce(reducedlanes<width>& v)
     {
         for (int pass = 0; pass < mostpasses && unionof<width>(v.active) != 0; ++pass)
-            buergerpass<width>(v);
+            buergerpasses<width>(v);
     }
     static void reducealone(matrix3& M)
     {

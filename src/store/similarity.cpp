@@ -22,11 +22,11 @@ constexpr double similaritylimit = 0.15;
 // So near to 1 must their determinant be.
 constexpr double determinantlimit = 0.05;
 
-constexpr double infinite = std::numeric_limits<double>::infinity();
+constexpr double nolimit = std::numeric_limits<double>::infinity();
 constexpr double safesize = 1e50;
 
 // Below it indices are rounded alike by nint and by lanes, but for halves.
-constexpr double safeindex = 2e9;
+constexpr double alikebelow = 2e9;
 
 // A lattice that is looked for.
 struct soughtlattice {
@@ -44,7 +44,7 @@ soughtlattice soughtby(const matrix3& inverse)
         for (const double element : row) s = std::max(s, std::fabs(element));
     soughtlattice sought = {inverse,
                             std::fabs(deter(inverse)),
-                            s <= safesize ? 0x1p-42 * s * s * s : infinite,
+                            s <= safesize ? 0x1p-42 * s * s * s : nolimit,
                             {},
                             static_cast<float>(0x1.9p-20 * s)};
     for (int i = 0; i < 3; ++i)
@@ -107,7 +107,7 @@ TORVIK_INLINED std::uint32_t nearslots(const slotcolumns& slots, int place,
                    + distance<width>(x * G[0][2] + y * G[1][2] + z * G[2][2]);
         }
         const numbers limit = singlesfrom<width>(slots.reach + i) * sought.spread + (0.15F + 1e-5F);
-        const numbers above = std::bit_cast<numbers>(bit);
+        const auto above = std::bit_cast<numbers>(bit);
         far |= std::bit_cast<masks>(limit < dev ? above : numbers{});
         bit = bit << width;
     }
@@ -117,7 +117,7 @@ TORVIK_INLINED std::uint32_t nearslots(const slotcolumns& slots, int place,
 }
 
 // How far a sum of nine deviations below 1 may be off if they are added in another order, and more.
-constexpr double margin = 1e-12;
+constexpr double ordermargin = 1e-12;
 
 enum class verdict { same, different, unsure };
 
@@ -139,9 +139,9 @@ TORVIK_INLINED verdict compare(const slotcolumns& slots, int place, const sought
         largest += magnitude(T);
     }
     const double dev = devs[0] + devs[1] + devs[2];
-    if (dev >= similaritylimit + margin) return verdict::different;
-    const bool surely = dev < similaritylimit - margin && off + wrong < determinantlimit
-                        && largest[0] + largest[1] + largest[2] < safeindex;
+    if (dev >= similaritylimit + ordermargin) return verdict::different;
+    const bool surely = dev < similaritylimit - ordermargin && off + wrong < determinantlimit
+                        && largest[0] + largest[1] + largest[2] < alikebelow;
     return surely ? verdict::same : verdict::unsure;
 }
 
@@ -207,7 +207,7 @@ void noteslot(slotcolumns& slots, int slot)
     slots.size[place] = 1.0;
     for (int i = 1; i <= 3; ++i) {
         const double r = std::fabs(D(i, 1)) + std::fabs(D(i, 2)) + std::fabs(D(i, 3));
-        slots.size[place] *= r <= safesize ? r : infinite;
+        slots.size[place] *= r <= safesize ? r : nolimit;
     }
 }
 
