@@ -16,9 +16,9 @@ namespace {
 constexpr double none = -std::numeric_limits<double>::infinity();
 constexpr double twopi = 2.0 * std::numbers::pi;
 
-// As for lattices that are not known: errors of more than this part of the mean distance of points
-// would hide any lattice, and errors of less than this part of the usual length are those of digits.
-constexpr double largestsigma = 0.12;
+// Errors of more than this part of the mean distance of points would make any similar cell fit; and
+// errors of less than this part of the usual length are those of digits.
+constexpr double largestsigma = 0.08;
 constexpr double firstsigma = 0.05;
 constexpr double smallestsigma = 1e-4;
 

@@ -9,7 +9,9 @@
 #include "solving/orientations.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
+#include <numeric>
 #include <optional>
 
 namespace torvik::tools {
@@ -36,12 +38,51 @@ bool onelattice(const matrix3& D, const matrix3& E)
     return found && found->how == kinship::same;
 }
 
+int determinantof(const std::array<int, 3>& a, const std::array<int, 3>& b,
+                  const std::array<int, 3>& c)
+{
+    return a[0] * (b[1] * c[2] - b[2] * c[1]) - a[1] * (b[0] * c[2] - b[2] * c[0])
+           + a[2] * (b[0] * c[1] - b[1] * c[0]);
+}
+
+// The index of the part of all points that whole multiples of the points which are hit make up; 0 if
+// these lie in a plane.
+int indexofspan(const std::vector<std::array<int, 3>>& hits)
+{
+    int common = 0;
+    for (std::size_t i = 0; i < hits.size(); ++i)
+        for (std::size_t j = 0; j < i; ++j)
+            for (std::size_t k = 0; k < j; ++k) {
+                common = std::gcd(common, determinantof(hits[i], hits[j], hits[k]));
+                if (common == 1) return 1;
+            }
+    return common;
+}
+
+// Whether a lattice is more than a coincidence. A lattice that is not that of the crystal can share a
+// part of its points, as a row or a plane of them: the reflections in that part are then taken all
+// together, though each is counted as a hit by itself. Of a lattice that takes but a part of
+// the reflections, those must make up all of its points, or as many of them as they do where a
+// centred cell was given.
+bool nocoincidence(const std::vector<vector3>& vectors, const assessment& one)
+{
+    constexpr double most = 2.0 / 3.0;
+    constexpr int centred = 4; // an F cell has four primitive ones
+    if (one.indexed >= most * static_cast<double>(vectors.size())) return true;
+    std::vector<std::array<int, 3>> hits;
+    for (std::size_t i = 0; i < vectors.size(); ++i)
+        if (one.genuine[i] > 0.5) hits.push_back(nearestindices(one.basis.multiply(vectors[i])));
+    const int index = indexofspan(hits);
+    return index >= 1 && index <= centred;
+}
+
 // Takes the orientations of a cell among those of the others, the most evident first, each lattice
 // once: of two cells that are nearly the same the better one counts.
-void merge(const std::vector<assessment>& found, const givencell& cell, int known,
-           std::vector<assessment>& all)
+void merge(const std::vector<vector3>& vectors, const std::vector<assessment>& found,
+           const givencell& cell, int known, std::vector<assessment>& all)
 {
     for (assessment one : found) {
+        if (!nocoincidence(vectors, one)) continue;
         one.known = known;
         one.basis = cell.back.multiply(one.basis);
         const auto same = std::find_if(all.begin(), all.end(), [&](const assessment& other) {
@@ -150,7 +191,7 @@ answer solveknown(const vectorlist& list, const solveoptions& options)
             options.progress("Cell " + std::to_string(i + 1) + " of "
                              + std::to_string(found.given));
         const givencell& cell = cells[static_cast<std::size_t>(i)];
-        merge(orientationsof(list, cell, found.given, over), cell, i, found.lattices);
+        merge(list.vectors, orientationsof(list, cell, found.given, over), cell, i, found.lattices);
     }
     found.interrupted = over();
     judge(list.vectors, cells, found);
