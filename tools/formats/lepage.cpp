@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace torvik::tools {
 
@@ -53,6 +54,11 @@ private:
             source_.fail(line_, 0, "expected CELL, six numbers and a letter");
         for (std::size_t i = 1; i < 7; ++i)
             static_cast<void>(source_.number(items_[i], line_, "a length or an angle"));
+        constexpr std::string_view centrings = "PABCIFR";
+        if (items_.size() == 8
+            && (items_[7].text.size() != 1
+                || centrings.find(items_[7].text[0]) == std::string_view::npos))
+            source_.fail(line_, items_[7].column, "expected one of P, A, B, C, I, F and R");
         try {
             cell_ = cellfrom(std::string(source_.line(line_).substr(items_[1].column - 1)));
         } catch (const failure& why) {

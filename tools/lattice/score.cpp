@@ -32,6 +32,8 @@ json parsed(const textfile& source)
         return json::parse(source.text());
     } catch (const json::parse_error& fault) {
         failatbyte(source, fault.byte);
+    } catch (const json::exception&) { // of a number, without its place
+        source.fail(0, 0, "the JSON text has a number that is too large");
     }
 }
 

@@ -57,8 +57,9 @@ TEST(LePageFiles, WithFaultsAreRefusedWithTheirPlace)
               "LePage.inp, line 1: expected CELL, six numbers and a letter.");
     EXPECT_EQ(messageof("CELL 1 2 x 4 5 6 P\n"),
               "LePage.inp, line 1, column 10: expected a length or an angle, found 'x'.");
-    EXPECT_EQ(messageof("CELL 1 2 3 90 90 90 X\n"),
-              "LePage.inp, line 1, column 6: The centring 'X' is none of P, A, B, C, I, F and R.");
+    for (const char* letter : {"X", "CC", "\x01", "P,1"})
+        EXPECT_EQ(messageof(std::string("CELL 5 6 7 90 90 90 ") + letter),
+                  "LePage.inp, line 1, column 21: expected one of P, A, B, C, I, F and R.");
     EXPECT_EQ(messageof("QUIT\nCALC\n"), "LePage.inp, line 2: CALC without a CELL before it.");
     EXPECT_EQ(messageof("HELLO\n"),
               "LePage.inp, line 1, column 1: expected NOSCREEN, METR, CELL, CALC or QUIT.");
