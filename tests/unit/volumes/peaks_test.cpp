@@ -124,6 +124,23 @@ TEST(Peaks, BoundsThatAreWideEverywhereAreSettledTogether)
     EXPECT_EQ(std::count(wide.computed.begin(), wide.computed.end(), 70999), 0);
 }
 
+TEST(Peaks, ThoseThatCouldWinAreSettledInOrderOnceManyWereComputed)
+{
+    constexpr int n = 100;
+    search wide = {{std::vector<double>(n, -1.0), std::vector<double>(n, 0.0)},
+                   std::vector<double>(n, 0.5),
+                   {}};
+    for (int i = 0; i < n; ++i) wide.bounds.most[static_cast<std::size_t>(i)] = 1000.0 + i;
+    wide.bounds.most[10] = 0.25; // below the value of others
+    wide.values[50] = 0.75;
+    EXPECT_EQ(wide.largest(), 50);
+    periods expected;
+    for (int i = 99; i >= 68; --i) expected.push_back(i); // 32 times the highest
+    for (int i = 0; i <= 67; ++i)
+        if (i != 10) expected.push_back(i);
+    EXPECT_EQ(wide.computed, expected);
+}
+
 TEST(Peaks, OnlyTheStretchIsLookedAt)
 {
     periodogrambounds bounds = {{9, 1, 3, 2, 9}, {9, 1, 3, 2, 9}};
