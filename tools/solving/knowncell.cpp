@@ -18,7 +18,7 @@ constexpr double twopi = 2.0 * std::numbers::pi;
 
 // Errors of more than this part of the mean distance of points would make any similar cell fit; and
 // errors of less than this part of the usual length are those of digits.
-constexpr double largestsigma = 0.08;
+constexpr double largestsigma = 0.06;
 constexpr double firstsigma = 0.05;
 constexpr double smallestsigma = 1e-4;
 

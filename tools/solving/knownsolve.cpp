@@ -31,6 +31,14 @@ std::string percent(double part)
     return fixed(100.0 * part, 0) + " %";
 }
 
+// The evidence that an answer needs. Reflections of another lattice are not independent, since it shares
+// rows and planes of points with the known one, nearly or by chance: more of them make more hits of one
+// coincidence, and evidence grows as their number. Up to 20 it was seldom beyond that of chance.
+double evidenceneededof(std::size_t reflections)
+{
+    return evidenceneeded * std::max(1.0, static_cast<double>(reflections) / 20.0);
+}
+
 bool onelattice(const matrix3& D, const matrix3& E)
 {
     constexpr double nearly = 0.03; // of an index
@@ -59,21 +67,32 @@ int indexofspan(const std::vector<std::array<int, 3>>& hits)
     return common;
 }
 
+// Whether all but one at most lie in a plane through the origin.
+bool nearlyinaplane(const std::vector<std::array<int, 3>>& hits)
+{
+    for (std::size_t left = 0; left < hits.size(); ++left) {
+        std::vector<std::array<int, 3>> others = hits;
+        others.erase(others.begin() + static_cast<std::ptrdiff_t>(left));
+        if (indexofspan(others) == 0) return true;
+    }
+    return hits.size() < 4;
+}
+
 // Whether a lattice is more than a coincidence. A lattice that is not that of the crystal can share a
 // part of its points, as a row or a plane of them: the reflections in that part are then taken all
-// together, though each is counted as a hit by itself. Of a lattice that takes but a part of
-// the reflections, those must make up all of its points, or as many of them as they do where a
-// centred cell was given.
+// together, though each is counted as a hit by itself. Of a lattice that takes but a part of the
+// reflections, those must make up all of its points; or half of them, as some six of the true one do
+// by chance.
 bool nocoincidence(const std::vector<vector3>& vectors, const assessment& one)
 {
     constexpr double most = 2.0 / 3.0;
-    constexpr int centred = 4; // an F cell has four primitive ones
+    constexpr int largest = 2;
     if (one.indexed >= most * static_cast<double>(vectors.size())) return true;
     std::vector<std::array<int, 3>> hits;
     for (std::size_t i = 0; i < vectors.size(); ++i)
         if (one.genuine[i] > 0.5) hits.push_back(nearestindices(one.basis.multiply(vectors[i])));
     const int index = indexofspan(hits);
-    return index >= 1 && index <= centred;
+    return index >= 1 && index <= largest && !nearlyinaplane(hits);
 }
 
 // Takes the orientations of a cell among those of the others, the most evident first, each lattice
@@ -108,13 +127,13 @@ bool besides(const std::vector<vector3>& vectors, const assessment& best, const 
     const givencell& cell = cells[static_cast<std::size_t>(other.known)];
     const int count = static_cast<int>(cells.size());
     return assessknown(left, cell, cell.orientationof(other.basis), count).evidence
-           >= evidenceneeded;
+           >= evidenceneededof(left.size());
 }
 
 void judge(const std::vector<vector3>& vectors, const std::vector<givencell>& cells, answer& found)
 {
     const bool several = cells.size() > 1;
-    if (found.lattices.empty() || found.lattices[0].evidence < evidenceneeded) {
+    if (found.lattices.empty() || found.lattices[0].evidence < evidenceneededof(vectors.size())) {
         found.reason = several ? "None of the known cells has an orientation that is better than "
                                  "chance could make one."
                                : "The known cell has no orientation that is better than chance "

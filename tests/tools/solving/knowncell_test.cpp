@@ -410,6 +410,40 @@ TEST(AKnownCell, IsRefusedForReflectionsOfAnotherCellOrOfNone)
     }
 }
 
+// Crystals and cells by chance, one volume for both. In some of these a fit with errors of an eighth of
+// the distance of points, or six or seven reflections on every sixth or twelfth point, were better than
+// reflections by chance make them.
+TEST(AKnownCell, IsRefusedForCellsThatAreSimilarOrShareAPartOfTheirPoints)
+{
+    for (const int i : {24, 26, 85, 93}) {
+        simulationrequest asked = requestof(lowcell, 20, 0, 0.01, 5000U + static_cast<unsigned>(i));
+        asked.cell.reset();
+        asked.volume = 200.0 * std::pow(50.0, (i + 0.5) / 150.0);
+        const simulated made = simulate(asked);
+        randomnumbers random(77U + static_cast<unsigned>(i));
+        const matrix3 other = randomcell(random, latticetypes[0]);
+        const double ratio = std::fabs(made.truth().primitive.determinant() / other.determinant());
+        const cell6 cell = cellof(scaled(other, std::cbrt(ratio)));
+        const answer found = solved(listof(made), {cell});
+        EXPECT_EQ(found.how, verdict::refused) << i << ": " << found.reason;
+    }
+}
+
+// The plane h k 0 is one of both lattices: what lies in it is not evidence of the third axis.
+TEST(AKnownCell, IsRefusedWhereItSharesAPlaneOfPointsAlone)
+{
+    const matrix3 UB = basisof(lowcell).inverse();
+    vectorlist list;
+    for (const int l : {0, 1, 2})
+        for (int h = 0; h <= 2; ++h)
+            for (int k = h == 0 && l == 0 ? 1 : -2; k <= 2; ++k)
+                list.vectors.push_back(UB.multiply(vector3(h, k, l)));
+    matrix3 other = UB;
+    for (int i = 0; i < 3; ++i) other.a[i][2] = 1.31 * UB.a[i][2] + 0.37 * UB.a[i][0];
+    const answer found = solved(list, {cellof(other.inverse())});
+    EXPECT_EQ(found.how, verdict::refused) << found.reason;
+}
+
 TEST(AKnownCell, IsRefusedForFewerThanFourReflections)
 {
     vectorlist list = listof(simulate(requestof(lowcell, 20, 0, 0.0, 1)));
