@@ -139,6 +139,18 @@ TEST_F(Store, FullReplacesASimilarBasisRatherThanItsWorst)
     EXPECT_EQ(modofsavedbases.aqualityofsavedbases(7), 4.0);
 }
 
+TEST_F(Store, FullFindsItsWorstBasisAnewOnceThatHasBecomeBetter)
+{
+    fill(128);
+    modofsavedbases.aqualityofsavedbases(7) = 4.0;
+    modofsavedbases.aqualityofsavedbases(9) = 5.0;
+    storeknowledge known = knowledgeofstore();
+    offerbasis(cell(7), {8, 9}, 8.0, known); // slot 7 holds this very cell
+    offerbasis(cell(200), {8, 9}, 6.0, known);
+    EXPECT_EQ(modofsavedbases.aqualityofsavedbases(7), 8.0);
+    EXPECT_EQ(bitsof(modofsavedbases.savedbases(9)), bitsof(cell(200)));
+}
+
 TEST_F(Store, FullOfEqualBasesGivesUpItsLast)
 {
     fill(128);
