@@ -130,6 +130,7 @@ bool besides(const std::vector<vector3>& vectors, const assessment& best, const 
            >= evidenceneededof(left.size());
 }
 
+// A lattice that is free to differ has less evidence than a known one, unless it is not that one.
 void judge(const std::vector<vector3>& vectors, const std::vector<givencell>& cells, answer& found)
 {
     const bool several = cells.size() > 1;
@@ -141,6 +142,12 @@ void judge(const std::vector<vector3>& vectors, const std::vector<givencell>& ce
         return;
     }
     const assessment best = found.lattices[0];
+    const assessment loose = assess(vectors, best.basis);
+    if (loose.evidence > best.evidence + leadneeded) {
+        found.reason = "Not the known cell, but one like it explains the reflections: "
+                       + celltext(cellof(loose.basis), 2, 1) + ".";
+        return;
+    }
     bool second = false;
     found.competing = 1;
     // Those that compete come first, then those that are there beside the best one, and the others.

@@ -429,6 +429,19 @@ TEST(AKnownCell, IsRefusedForCellsThatAreSimilarOrShareAPartOfTheirPoints)
     }
 }
 
+// By more than a cell may differ from another crystal's; its orientation is right.
+TEST(AKnownCell, IsRefusedWhereOneLikeItExplainsTheReflections)
+{
+    const simulated made = simulate(requestof(lowcell, 30, 0, 0.01, 4));
+    cell6 longer = lowcell;
+    longer[0] *= 1.03;
+    const answer found = solved(listof(made), {longer});
+    EXPECT_EQ(found.how, verdict::refused);
+    EXPECT_TRUE(found.reason.starts_with("Not the known cell, but one like it explains the "
+                                         "reflections: 7.0"))
+        << found.reason;
+}
+
 // The plane h k 0 is one of both lattices: what lies in it is not evidence of the third axis.
 TEST(AKnownCell, IsRefusedWhereItSharesAPlaneOfPointsAlone)
 {
