@@ -3,7 +3,8 @@
 
     batch.py REQUEST
 
-torvik-tools batch calls it, with what was asked for as JSON. Needs Python alone; Snakemake and its jobs need
+torvik-tools batch calls it, with what was asked for in a file of JSON; each letter of a file's name there is
+a byte of it. Needs Python alone; Snakemake and its jobs need
 gemmi's Python module as well.
 """
 
@@ -57,10 +58,25 @@ def start(asked: dict) -> IO:
     return lock
 
 
+def named(text: str) -> str:
+    """The name of a file from its bytes."""
+    return os.fsdecode(text.encode("latin-1"))
+
+
+def readrequest(file: str) -> dict:
+    with open(file, encoding="utf-8") as text:
+        asked = json.load(text)
+    for key in ("output", "shown", "tools", "torvik"):
+        asked[key] = named(asked[key])
+    for key in ("places", "lists"):
+        asked[key] = [named(text) for text in asked[key]]
+    return asked
+
+
 def settle(asked: dict) -> None:
-    """Writes the settings, or holds those that are asked for against those of the folder."""
+    """Writes the settings; where there are answers, holds what is asked for against theirs."""
     new = {key: asked[key] for key in (*FIXED, "tools", "torvik")}
-    if folder.SETTINGS.exists():
+    if folder.SETTINGS.exists() and any(FIRST.solved.glob("*.jsonl")):
         old = folder.settings()
         for key in FIXED:
             if old[key] != new[key]:
@@ -123,9 +139,12 @@ def diewithparent() -> None:
 class Tally:
     """How many crystals have which verdict, as their records grow."""
 
-    def __init__(self, which: Pass, total: int, highest: int) -> None:
+    def __init__(self, which: Pass, total: int, highest: int, cells: list | None = None,
+                 stale: frozenset[int] = frozenset()) -> None:
         self.which = which
         self.total = total
+        self.cells = cells or []  # records that were made with others do not count
+        self.stale = stale        # numbers whose records of before do not count
         self.done = 0
         self.verdicts = dict.fromkeys(VERDICTS, 0)
         self._known = bytearray(highest + 1)  # by number: 0, or the place of the verdict from 1
@@ -152,6 +171,8 @@ class Tally:
                     record = json.loads(line)
                 except ValueError:
                     continue
+                if record["number"] in self.stale or record.get("cells", []) != self.cells:
+                    continue
                 before = self._known[record["number"]]
                 if before:
                     self.verdicts[VERDICTS[before - 1]] -= 1
@@ -167,34 +188,51 @@ class Tally:
 class Progress:
     """A line on a terminal, overwritten as the work goes on; else a line now and then."""
 
-    def __init__(self, total: int) -> None:
+    def __init__(self, total: int, changed: set[int]) -> None:
         self.live = sys.stderr.isatty()
-        self.first = Tally(FIRST, total, total)
+        self.first = Tally(FIRST, total, total, stale=frozenset(changed))
         self.second: Tally | None = None
         self.first.look()
+        self.first.stale = frozenset()
         self.before = self.first.done
         self.start = time.monotonic()
-        self.said = -1
+        self.said = (0, 0)  # pass, and tenths of it
 
     def show(self) -> None:
         self.first.look()
-        tally = self.first
-        if folder.CONSENSUS.exists() and self.first.done >= self.first.total:
-            if not self.second:
-                left = sum(len(folder.readlist(SECOND.listof(group))) for group in SECOND.groups())
-                self.second = Tally(SECOND, left, self.first.total)
-            self.second.look()
-            tally = self.second
-        line = self._line(tally)
+        if self.first.done < self.first.total:
+            return self._say(self.first, self._line(self.first))
+        if not self.second and self._grouped():
+            consensus = json.loads(folder.CONSENSUS.read_text(encoding="utf-8"))
+            left = sum(len(folder.readlist(SECOND.listof(group))) for group in SECOND.groups())
+            self.second = Tally(SECOND, left, self.first.total, consensus["tried"])
+        if not self.second:
+            line = self._line(self.first)
+            return self._say(self.first, f"{line}. Grouping them by lattice" if self.live else line)
+        self.second.look()
+        return self._say(self.second, self._line(self.second))
+
+    def _grouped(self) -> bool:
+        """Whether this call has grouped the crystals, or had nothing new to group."""
+        try:
+            newest = max(FIRST.doneof(group).stat().st_mtime_ns for group in FIRST.groups())
+            return folder.CONSENSUS.stat().st_mtime_ns >= newest
+        except (OSError, ValueError):
+            return False
+
+    def _say(self, tally: Tally, line: str) -> None:
         if self.live:
-            print(f"\r\033[K{line}", end="", file=sys.stderr, flush=True)
-        elif tally.total and 10 * tally.done // tally.total != self.said:
-            self.said = 10 * tally.done // tally.total
+            width = shutil.get_terminal_size().columns - 1
+            print(f"\r\033[K{line[:width]}", end="", file=sys.stderr, flush=True)
+            return
+        now = (tally.which.number, 10 * tally.done // tally.total if tally.total else 0)
+        if tally.total and now != self.said:
+            self.said = now
             print(line, file=sys.stderr, flush=True)
 
     def _line(self, tally: Tally) -> str:
         which = "First pass" if tally is self.first else "Second pass"
-        line = f"{which}: {tally.done} of {tally.total} crystals"
+        line = f"{which}: {tally.done} of {counted(tally.total)}"
         if words := tally.words():
             line += f" ({words})"
         passed = time.monotonic() - self.start
@@ -206,6 +244,10 @@ class Progress:
     def end(self) -> None:
         if self.live:
             print("\r\033[K", end="", file=sys.stderr, flush=True)
+
+
+def counted(crystals: int) -> str:
+    return f"{crystals} {'crystal' if crystals == 1 else 'crystals'}"
 
 
 def duration(seconds: float) -> str:
@@ -243,11 +285,13 @@ def follow(child: subprocess.Popen, progress: Progress) -> None:
             return
 
 
-def run(line: list[str], asked: dict, total: int, lock: IO) -> int:
+def run(line: list[str], asked: dict, progress: Progress, lock: IO) -> int:
     """Lets Snakemake do the work. Returns its status. Its whole session hears of a Ctrl-C."""
     environment = os.environ | {
-        "TORVIK_SLURM": json.dumps({"name": jobname(), "options": asked["slurmoptions"]})}
-    progress = Progress(total)
+        "TORVIK_SLURM": json.dumps({"name": jobname(), "options": asked["slurmoptions"]}),
+        "TORVIK_CALL": f"{time.time_ns()}",
+        # Snakemake keeps things in a folder of the user's, who may have none.
+        "XDG_CACHE_HOME": os.path.abspath(folder.CACHE)}
     with open(folder.LOG, "ab") as log:
         child = subprocess.Popen(line, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
                                  env=environment, pass_fds=(lock.fileno(),),
@@ -264,12 +308,14 @@ def run(line: list[str], asked: dict, total: int, lock: IO) -> int:
     return child.returncode
 
 
-def tail(path: Path, lines: int) -> str:
-    try:
-        text = path.read_text(encoding="utf-8", errors="replace")
-    except OSError:
-        return ""
-    return "\n".join("    " + line for line in text.splitlines()[-lines:])
+def cause(path: Path, start: int, lines: int) -> str:
+    """What went wrong, from what the log has since this call began: the errors of jobs; if they said
+    none, the end of it."""
+    with open(path, "rb") as log:
+        log.seek(start)
+        said = log.read().decode("utf-8", "replace").splitlines()
+    errors = list(dict.fromkeys(line for line in said if line.startswith(("Error: ", "WorkflowError"))))
+    return "\n".join("    " + line for line in (errors or said)[-lines:])
 
 
 def summary(output: str) -> str:
@@ -284,7 +330,7 @@ def summary(output: str) -> str:
     database.close()
     words = [f"{counts[verdict]} {verdict}" for verdict in VERDICTS if verdict in counts]
     total = sum(counts.values())
-    text = f"{total} {'crystal' if total == 1 else 'crystals'}: {', '.join(words)}."
+    text = f"{counted(total)}: {', '.join(words)}."
     if later:
         text += f" {later} of them {'was' if later == 1 else 'were'} solved with a cell of others."
     text += "\n\n"
@@ -306,17 +352,18 @@ def summary(output: str) -> str:
 def work(asked: dict) -> int:
     wanted = inputs.gathered(asked["places"], asked["lists"], Path(asked["output"]).resolve())
     lock = start(asked)
-    line = command(asked)
     settle(asked)
+    line = command(asked)
     total, new, changed = inputs.prepare(wanted, asked["group"], asked["jobs"])
     if total == 0:
         raise Unusable("There is no measurement: in a folder, files are taken that end in "
                        + ", ".join(sorted(inputs.ENDINGS)) + ".")
-    print(f"{total} crystals, {new} of them new" + (f", {changed} changed" if changed else "") + ".",
+    print(f"{counted(total)}, {new} new" + (f", {len(changed)} changed" if changed else "") + ".",
           file=sys.stderr)
-    if run(line, asked, total, lock) != 0:
-        print(f"Error: The workflow did not come to its end. {folder.LOG} in {asked['output']} ends "
-              f"with\n{tail(folder.LOG, 12)}\nThe same call goes on from here.", file=sys.stderr)
+    before = folder.LOG.stat().st_size if folder.LOG.exists() else 0
+    if run(line, asked, Progress(total, changed), lock) != 0:
+        print(f"Error: The workflow did not come to its end. {folder.LOG} in {asked['output']} says\n"
+              f"{cause(folder.LOG, before, 12)}\nThe same call goes on from here.", file=sys.stderr)
         return 1
     print(summary(asked["shown"]))
     return 0
@@ -327,9 +374,22 @@ def main(arguments: list[str]) -> int:
     signal.signal(signal.SIGTERM, stop)
     signal.signal(signal.SIGHUP, stop)
     try:
-        return work(json.loads(arguments[0]))
+        # Whoever called held it back until someone would listen.
+        signal.pthread_sigmask(signal.SIG_UNBLOCK, {signal.SIGINT})
+        status = work(readrequest(arguments[0]))
+        sys.stdout.flush()
+        return status
     except Unusable as why:
         print(f"Error: {why}", file=sys.stderr)
+        return 1
+    except BrokenPipeError: # nobody reads
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        return 1
+    except OSError as why:
+        print(f"Error: {why.filename or 'A file of the batch'}: {why.strerror}.", file=sys.stderr)
+        return 1
+    except (ValueError, sqlite3.Error) as why:
+        print(f"Error: A file of the batch is damaged: {why}.", file=sys.stderr)
         return 1
     except Stop:
         print("Stopped. The same call goes on from here.", file=sys.stderr)

@@ -10,6 +10,7 @@ import shutil
 import signal
 import subprocess
 import sys
+import time
 import unittest
 from pathlib import Path
 
@@ -48,18 +49,19 @@ class ABatch(InAFolder):
     def test_has_one_row_for_each_crystal_in_the_database_the_table_and_the_page(self) -> None:
         easycrystals(3)
         Path("data/odd, \"name\" <b>.csv").write_text("nothing", encoding="utf-8")
-        Path(os.fsdecode(b"data/bytes\xff.csv")).write_text("nothing", encoding="utf-8")
-        self.assertEqual(batch("data", "-o", "out")[0], 0)
+        os.rename("data/s1_001.idx", os.fsdecode(b"data/bytes\xff.idx"))
+        self.assertEqual(batch("data", "-o", os.fsdecode(b"o\xff"))[0], 0)
+        os.rename(os.fsdecode(b"o\xff"), "out")
         rows = table("out", "SELECT * FROM crystal ORDER BY number")
         with open("out/crystals.csv", newline="", encoding="utf-8") as file:
             names, *lines = csv.reader(file)
         self.assertEqual([tuple("" if value is None else str(value) for value in row) for row in rows],
                          [tuple(line) for line in lines])
-        self.assertEqual(len(rows), 5)
+        self.assertEqual([row[names.index("verdict")] for row in rows], ["solved", "failed", *["solved"] * 2])
         at = names.index("file")
         page = CellsOf(Path("out/overview.html").read_text(encoding="utf-8")).texts
         for row in rows:
-            self.assertIn(row[at], page)
+            self.assertIn(Path(row[at]).name, page)
 
     def test_lets_a_bad_input_fail_alone(self) -> None:
         easycrystals(3)
@@ -86,7 +88,7 @@ class ABatch(InAFolder):
     def test_shows_how_far_it_is(self) -> None:
         easycrystals(4)
         errors = batch("data", "-o", "out")[2]
-        self.assertIn("4 crystals, 4 of them new.", errors)
+        self.assertIn("4 crystals, 4 new.", errors)
         self.assertIn("First pass: 4 of 4 crystals (4 solved)", errors)
 
 
@@ -127,7 +129,7 @@ class TheSameCall(InAFolder):
         status, output, errors = batch("data", "-o", "out")
         self.assertEqual((status, output), (0, first))
         self.assertEqual(recordlines("out"), before)
-        self.assertIn("4 crystals, 0 of them new.", errors)
+        self.assertIn("4 crystals, 0 new.", errors)
 
     def test_with_new_inputs_solves_these_alone(self) -> None:
         easycrystals(4)
@@ -149,6 +151,22 @@ class TheSameCall(InAFolder):
         self.assertEqual([one["number"] for one in recorded("out")], [1, 2, 3, 2])
         (volume,), = table("out", "SELECT volume FROM crystal WHERE number = 2")
         self.assertAlmostEqual(volume / 990, 1.0, delta=0.02)
+
+    def test_tries_again_what_failed(self) -> None:
+        easycrystals(2)
+        shutil.copy(Path(TOOLS).with_name("Torvik"), "mine")
+        os.chmod("mine", 0o644)
+        output = batch("data", "-o", "out", "--torvik", "mine")[1]
+        self.assertIn("2 crystals: 2 failed.", output)
+        os.chmod("mine", 0o755)
+        output = batch("data", "-o", "out", "--torvik", "mine")[1]
+        self.assertIn("2 crystals: 2 solved.", output)
+
+    def test_after_a_mistake_with_no_answers_may_have_other_settings(self) -> None:
+        Path("data").mkdir()
+        self.assertEqual(batch("data", "-o", "out", "--budget", "5")[0], 1)
+        easycrystals(1)
+        self.assertEqual(batch("data", "-o", "out", "--budget", "6")[0], 0)
 
     def test_with_other_settings_is_refused(self) -> None:
         easycrystals(1)
@@ -230,6 +248,62 @@ class AnInterruption(InAFolder):
         self.assertEqual(len(table("out", "SELECT * FROM crystal")), self.COUNT)
 
 
+class ASystem(InAFolder):
+    """What is odd about the machine, not about the crystals."""
+
+    def test_without_a_home_folder_does(self) -> None:
+        easycrystals(1)
+        bare = os.environ | {"HOME": "/nonexistent"}
+        bare.pop("XDG_CACHE_HOME", None)
+        self.assertEqual(batch("data", "-o", "out", environment=bare)[0], 0)
+        self.assertTrue(Path("out/work/cache").is_dir())
+
+    def test_takes_some_thousand_names(self) -> None:
+        easycrystals(1)
+        Path("many").mkdir()
+        names = [f"many/{'x' * 50}{number}.idx" for number in range(4000)]
+        for name in names:
+            os.link("data/s1.idx", name)
+        started = Batch(*names, "-o", "out")
+        waitfor(lambda: recordlines("out"), "the first crystal")
+        started.send(signal.SIGINT)
+        self.assertIn("4000 crystals, 4000 new.", started.end()[2])
+
+    def test_that_interrupts_at_any_moment_hears_a_sentence(self) -> None:
+        easycrystals(1)
+        for moment in range(1, 12):
+            started = Batch("data", "-o", f"out{moment}")
+            time.sleep(0.04 * moment)
+            started.send(signal.SIGINT)
+            status, _, errors = started.end()
+            self.assertNotIn("Traceback", errors)
+            self.assertIn(status, (130, -signal.SIGINT))
+
+    def test_with_a_full_disk_says_so_and_goes_on_later(self) -> None:
+        easycrystals(2)
+        Path("disk").mkdir()
+        mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs", "disk"],
+                                 capture_output=True, check=False)
+        if mounted.returncode != 0:
+            self.skipTest("only root may mount a small disk")
+        try:
+            status, _, errors = batch("data", "-o", "disk/out")
+            self.assertEqual(status, 1)
+            self.assertNotIn("Traceback", errors)
+            self.assertIn("No space left on device", errors)
+            subprocess.run(["mount", "-o", "remount,size=64m", "disk"], check=True)
+            status, output, errors = batch("data", "-o", "disk/out")
+            self.assertIn("2 crystals: 2 solved.", output, errors)
+        finally:
+            subprocess.run(["umount", "-l", "disk"], check=False)
+
+    def test_whose_reader_has_gone_ends_quietly(self) -> None:
+        easycrystals(1)
+        said = subprocess.run(f"'{TOOLS}' batch data -o out 2>errors | true", shell=True, check=False)
+        self.assertEqual(said.returncode, 0)
+        self.assertNotIn("Traceback", Path("errors").read_text(encoding="utf-8"))
+
+
 class AMistake(InAFolder):
     def refused(self, *arguments: str, status: int = 1) -> str:
         code, output, errors = batch(*arguments)
@@ -242,6 +316,12 @@ class AMistake(InAFolder):
     def test_in_a_name_is_told_and_leaves_nothing(self) -> None:
         self.assertIn("Error: There is no file or folder nowhere.",
                       self.refused("nowhere", "-o", "out"))
+        self.assertFalse(Path("out").exists())
+
+    def test_in_the_limits_of_the_volume_is_told_before_anything_is_solved(self) -> None:
+        easycrystals(1)
+        self.assertIn("The limits of the volume must be positive, the smaller first.",
+                      self.refused("data", "-o", "out", "--volume", "1000", "100"))
         self.assertFalse(Path("out").exists())
 
     def test_of_an_empty_folder_is_told(self) -> None:

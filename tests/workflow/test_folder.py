@@ -48,6 +48,23 @@ class GatheredInputs(InAFolder):
         self.assertEqual([tuple(map(os.path.relpath, names)) for names in found],
                          [("data/a.refl", "data/a.expt"), ("data/b.idx",)])
 
+    def test_are_found_once_where_links_make_a_circle(self) -> None:
+        touch("data/sub/a.idx")
+        Path("data/sub/circle").symlink_to("..")
+        Path("data/twin").symlink_to("sub")
+        self.assertEqual(self.gathered("data"), ["data/sub/a.idx"])
+
+    def test_leave_out_hidden_files_and_other_batches(self) -> None:
+        touch("data/a.idx", "data/._a.idx", "data/old/batch.lock", "data/old/crystals.csv",
+              "data/old/work/lists/0.tsv")
+        self.assertEqual(self.gathered("data"), ["data/a.idx"])
+
+    def test_have_their_further_files_wherever_these_are_named(self) -> None:
+        touch("data/a.refl", "data/a.expt")
+        Path("list.txt").write_text("\ufeffdata/a.refl\tdata/a.expt\n  # remark\n", encoding="utf-8")
+        self.assertEqual([len(names) for names in inputs.gathered(["data"], ["list.txt"], self.folder)],
+                         [2])
+
     def test_must_be_there(self) -> None:
         with self.assertRaisesRegex(Unusable, "There is no file or folder nowhere."):
             self.gathered("nowhere")
@@ -60,7 +77,10 @@ class GatheredInputs(InAFolder):
 
 class Groups(InAFolder):
     def prepare(self, names: list[str], size: int | None = 2) -> tuple:
-        return inputs.prepare([(str(self.folder / name),) for name in names], size, 1)
+        """How many inputs there are, are new, and have changed. A name may have further ones behind tabs."""
+        wanted = [tuple(str(self.folder / part) for part in name.split("\t")) for name in names]
+        total, new, changed = inputs.prepare(wanted, size, 1)
+        return total, new, len(changed)
 
     def test_hold_the_inputs_in_order(self) -> None:
         touch("a", "b", "c")
@@ -85,6 +105,39 @@ class Groups(InAFolder):
         self.assertEqual(self.prepare(["a", "b", "c"]), (3, 0, 1))
         self.assertFalse(FIRST.doneof("000000").exists())
         self.assertTrue(FIRST.doneof("000001").exists())
+
+    def test_of_further_files_that_changed_or_are_newly_named_are_gone_through_again(self) -> None:
+        touch("a", "geometry", "b")
+        self.prepare(["a\tgeometry", "b"])
+        Path("geometry").write_text("longer", encoding="utf-8")
+        self.assertEqual(self.prepare(["a\tgeometry", "b"]), (2, 0, 1))
+        self.assertEqual(self.prepare(["a", "b"]), (2, 0, 0))
+        self.assertEqual(self.prepare(["a", "b\tgeometry"]), (2, 0, 1))
+
+    def test_with_failed_crystals_are_gone_through_again(self) -> None:
+        touch("a", "b", "c")
+        self.prepare(["a", "b", "c"])
+        folder.writewhole(FIRST.doneof("000000"), "1\n")
+        folder.writewhole(FIRST.doneof("000001"), "0\n")
+        self.prepare([])
+        self.assertFalse(FIRST.doneof("000000").exists())
+        self.assertTrue(FIRST.doneof("000001").exists())
+
+    def test_bear_names_with_the_ends_of_lines_of_other_scripts(self) -> None:
+        names = ["one\u2028two", "three\u0085four", "five\x0csix"]
+        touch(*names)
+        self.prepare(names)
+        self.prepare(names)
+        self.assertEqual([Path(one.file).name for group in FIRST.groups()
+                          for one in folder.readlist(FIRST.listof(group))], names)
+
+    def test_name_files_that_a_file_system_bears(self) -> None:
+        name = "ü" * 120 + ".idx"
+        touch(name)
+        self.prepare([name])
+        one, = folder.readlist(FIRST.listof("000000"))
+        self.assertEqual(one.name, "00000001_" + "ü" * 75)
+        Path(one.name + ".known.solution_idx.res").write_text("", encoding="utf-8")
 
     def test_keep_an_input_that_is_gone(self) -> None:
         touch("a")

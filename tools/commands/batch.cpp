@@ -4,11 +4,13 @@
 #include "commands/command.h"
 
 #include <nlohmann/json.hpp>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <iterator>
@@ -33,8 +35,8 @@ struct options {
     std::string program;
     std::string keep = "solutions";
     std::string slurmoptions;
-    std::vector<std::string> volumes;
-    std::vector<std::string> centre;
+    std::vector<double> volumes;
+    std::vector<double> centre;
     double wavelength = 0.0;
     double budget = 30.0;
     int jobs = 0;
@@ -57,6 +59,14 @@ fs::path workflow()
                   + places[1].string() + ".");
 }
 
+std::vector<std::string> texts(const std::vector<double>& values)
+{
+    std::vector<std::string> found;
+    found.reserve(values.size());
+    for (const double value : values) found.push_back(nlohmann::json(value).dump());
+    return found;
+}
+
 // What torvik-tools solve gets beside the file.
 std::vector<std::string> solving(const options& asked)
 {
@@ -66,8 +76,8 @@ std::vector<std::string> solving(const options& asked)
         words.push_back(name);
         words.insert(words.end(), values.begin(), values.end());
     };
-    add("--centre", asked.centre);
-    if (asked.wavelength > 0.0) add("--wavelength", {nlohmann::json(asked.wavelength).dump()});
+    add("--centre", texts(asked.centre));
+    if (asked.wavelength > 0.0) add("--wavelength", texts({asked.wavelength}));
     if (asked.lattices > 1) add("--lattices", {std::to_string(asked.lattices)});
     if (asked.twopi) words.emplace_back("--two-pi");
     if (asked.nanometres) words.emplace_back("--inverse-nm");
@@ -81,14 +91,38 @@ std::vector<std::string> words(const std::string& text)
     return {std::istream_iterator<std::string>(stream), {}};
 }
 
+// Names of files are bytes, which need not be text: each becomes the letter of its number.
+std::string byletters(const std::string& name)
+{
+    constexpr unsigned ascii = 0x80;
+    constexpr unsigned low = 0x3F; // bits of the second byte of UTF-8
+    std::string text;
+    for (const char letter : name) {
+        const unsigned byte = static_cast<unsigned char>(letter);
+        if (byte >= ascii) {
+            text += static_cast<char>(0xC0U | byte >> 6U);
+            text += static_cast<char>(ascii | (byte & low));
+        } else {
+            text += letter;
+        }
+    }
+    return text;
+}
+
+std::vector<std::string> byletters(std::vector<std::string> names)
+{
+    for (std::string& name : names) name = byletters(name);
+    return names;
+}
+
 nlohmann::ordered_json request(const options& asked)
 {
     const int cores = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
     nlohmann::ordered_json all;
-    all["places"] = asked.places;
-    all["lists"] = asked.lists;
-    all["output"] = fs::absolute(asked.output).lexically_normal().string();
-    all["shown"] = asked.output;
+    all["places"] = byletters(asked.places);
+    all["lists"] = byletters(asked.lists);
+    all["output"] = byletters(fs::absolute(asked.output).lexically_normal().string());
+    all["shown"] = byletters(asked.output);
     all["jobs"] = asked.jobs > 0 ? asked.jobs : (asked.slurm ? jobsatcluster : cores);
     all["group"] = nullptr;
     if (asked.group > 0) all["group"] = asked.group;
@@ -96,12 +130,45 @@ nlohmann::ordered_json request(const options& asked)
     all["keep"] = asked.keep;
     all["slurm"] = asked.slurm;
     all["slurmoptions"] = words(asked.slurmoptions);
-    all["tools"] = thisprogram().string();
+    all["tools"] = byletters(thisprogram().string());
     all["torvik"] =
-        (asked.program.empty() ? torvikprogram() : fs::absolute(asked.program)).string();
-    all["volume"] = asked.volumes;
+        byletters((asked.program.empty() ? torvikprogram() : fs::absolute(asked.program)).string());
+    all["volume"] = texts(asked.volumes);
     all["options"] = solving(asked);
     return all;
+}
+
+// A file without a name, at its start, that a program which this one becomes can read. Returns its path.
+// Arguments would bear some thousand names of files.
+std::string handedover(const std::string& text)
+{
+    const int file = memfd_create("request", 0);
+    if (file < 0) throw failure(std::string("Cannot make a file: ") + std::strerror(errno) + ".");
+    for (std::size_t done = 0; done < text.size();) {
+        const ssize_t more = write(file, text.data() + done, text.size() - done);
+        if (more < 0) throw failure(std::string("Cannot write: ") + std::strerror(errno) + ".");
+        done += static_cast<std::size_t>(more);
+    }
+    lseek(file, 0, SEEK_SET);
+    return "/dev/fd/" + std::to_string(file);
+}
+
+// Until the workflow listens to it, a Ctrl-C waits.
+void holdinterrupts()
+{
+    sigset_t interrupts;
+    sigemptyset(&interrupts);
+    sigaddset(&interrupts, SIGINT);
+    sigprocmask(SIG_BLOCK, &interrupts, nullptr);
+}
+
+void check(const options& asked)
+{
+    if (asked.places.empty() && asked.lists.empty())
+        throw CLI::ValidationError("INPUT", "a measurement, a folder or a list is needed");
+    if (asked.output.empty()) throw CLI::ValidationError("--output", "a name is needed");
+    if (asked.volumes.size() == 2 && asked.volumes[0] >= asked.volumes[1])
+        throw failure("The limits of the volume must be positive, the smaller first.");
 }
 
 // Becomes the workflow: what the terminal says goes straight to it.
@@ -109,7 +176,8 @@ nlohmann::ordered_json request(const options& asked)
 {
     std::string python = "python3";
     std::string script = workflow().string();
-    std::string wanted = request(asked).dump();
+    std::string wanted = handedover(request(asked).dump());
+    holdinterrupts();
     std::array<char*, 4> arguments = {python.data(), script.data(), wanted.data(), nullptr};
     execvp(python.c_str(), arguments.data());
     throw failure(std::string("Python cannot be started: ") + std::strerror(errno) + ".");
@@ -153,7 +221,6 @@ void addbatch(CLI::App& program)
         ->capture_default_str();
     command->add_option("--centre", asked->centre, "centre of the detector, pixels")
         ->expected(2)
-        ->check(CLI::Number)
         ->type_name("X Y");
     command->add_option("--wavelength", asked->wavelength, "in place of the files', angstroms")
         ->check(CLI::PositiveNumber);
@@ -170,8 +237,7 @@ void addbatch(CLI::App& program)
         "Example:\n"
         "  $ torvik-tools batch 1_quartz_vectors.idx 4_calcite_volumes.idx -o crystals");
     command->callback([asked = asked] {
-        if (asked->places.empty() && asked->lists.empty())
-            throw CLI::ValidationError("INPUT", "a measurement, a folder or a list is needed");
+        check(*asked);
         work(*asked);
     });
 }

@@ -135,7 +135,7 @@ void writefiles(const fs::path& stem, const vectorlist& list, const crystals& al
         origin.idx = idx.filename().string();
         origin.results = results.filename().string();
     }
-    writewhole(added(stem, ".solution.json"), solutionjson(list, all, origin).dump(1) + "\n");
+    writewhole(added(stem, ".solution.json"), solutiontext(list, all, origin));
 }
 
 void work(const options& asked)
@@ -160,7 +160,7 @@ void work(const options& asked)
                                    ""};
     writefiles(stem, list, all, origin);
     if (asked.json)
-        std::cout << solutionjson(list, all, origin).dump(1) << "\n";
+        std::cout << solutiontext(list, all, origin);
     else
         std::cout << screenful(list, all, outputcolourful())
                   << "\nWritten: " << added(stem, ".solution.json").string() << "\n";

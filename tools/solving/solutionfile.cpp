@@ -230,6 +230,12 @@ nlohmann::ordered_json solutionjson(const vectorlist& list, const crystals& all,
     return file;
 }
 
+std::string solutiontext(const vectorlist& list, const crystals& all, const solutionorigin& origin)
+{
+    return solutionjson(list, all, origin).dump(1, ' ', false, json::error_handler_t::replace)
+           + "\n";
+}
+
 std::string screenful(const vectorlist& list, const crystals& all, bool colourful)
 {
     std::string page = coloured(all.first.how, colourful) + " " + all.first.reason + "\n";

@@ -21,6 +21,9 @@ struct solutionorigin {
 nlohmann::ordered_json solutionjson(const vectorlist& list, const crystals& all,
                                     const solutionorigin& origin);
 
+// The same as text. Names of files are bytes; what is no letter becomes the mark for that.
+std::string solutiontext(const vectorlist& list, const crystals& all, const solutionorigin& origin);
+
 // What a person wants to know, in a screenful.
 std::string screenful(const vectorlist& list, const crystals& all, bool colourful);
 

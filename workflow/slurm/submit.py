@@ -16,6 +16,8 @@ import time
 
 PATIENCE = 3600.0  # seconds
 PAUSE = 15.0
+# No controller; or as many jobs as a user may have.
+PASSING = ("Unable to contact", "Socket timed out", "SubmitJob", "temporarily")
 
 
 def properties(script: str) -> dict:
@@ -47,8 +49,7 @@ def main(script: str) -> int:
             print(said.stdout.strip().split(";")[0])  # NUMBER;CLUSTER
             return 0
         print(said.stderr, end="", file=sys.stderr)
-        away = "Unable to contact" in said.stderr or "Socket timed out" in said.stderr
-        if not away or time.monotonic() > end:
+        if not any(words in said.stderr for words in PASSING) or time.monotonic() > end:
             return 1
         time.sleep(PAUSE)
 

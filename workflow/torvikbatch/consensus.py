@@ -2,8 +2,8 @@
 
     python3 -m torvikbatch.consensus
 
-Writes consensus.json, which crystal is of which group, and the lists of the second pass: what the first left unsolved, to be tried with the
-cells that others agree on.
+Writes consensus.json, which crystal is of which group, and the lists of the second pass: what the first left
+unsolved, to be tried with the cells that others agree on.
 """
 
 from __future__ import annotations

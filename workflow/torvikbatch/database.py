@@ -38,8 +38,8 @@ CREATE TABLE crystal (
     wrong REAL,                 -- part of the reflections that belong to no lattice
     evidence REAL,              -- natural logarithm of the odds against chance
     lead REAL,                  -- of the odds against the next lattice
-    runs INTEGER,               -- of Torvik
-    seconds REAL NOT NULL,      -- that it took, both passes together
+    runs INTEGER,               -- of Torvik, both passes together
+    seconds REAL NOT NULL,      -- that it took, likewise
     basis TEXT,                 -- JSON: rows a, b, c, angstroms, in the frame of the reflections
     competing TEXT,             -- JSON: the cells that cannot be told apart, if ambiguous
     remarks TEXT,               -- JSON: sentences
@@ -67,7 +67,7 @@ CREATE INDEX crystal_cluster ON crystal (cluster);
 
 CELL = ("a", "b", "c", "alpha", "beta", "gamma")
 PLAIN = ("number", "verdict", "reason", "volume", "measured", "indexed", "lattices", "sigma", "wrong",
-         "evidence", "lead", "runs", "solution")
+         "evidence", "lead", "runs", "seconds", "solution")
 ASJSON = ("basis", "competing", "remarks")
 
 
@@ -76,13 +76,13 @@ def printable(text: str) -> str:
     return text.encode("utf-8", "surrogateescape").decode("utf-8", "backslashreplace")
 
 
-def rowof(record: dict, number: int, cluster: int | None, seconds: float) -> dict:
+def rowof(record: dict, number: int, cluster: int | None) -> dict:
     row = {key: record.get(key) for key in PLAIN}
     row |= {key: json.dumps(record[key]) for key in ASJSON if record.get(key)}
     row |= dict(zip(CELL, record.get("cell", ())))
     row |= dict(zip((f"{name}_error" for name in (*CELL, "volume")), record.get("uncertainty", ())))
     row |= {"file": printable(record["file"]), "reason": printable(record["reason"]),
-            "pass": number, "cluster": cluster, "seconds": seconds}
+            "pass": number, "cluster": cluster}
     if row["solution"]:
         row["solution"] = printable(row["solution"])
     return row
@@ -106,11 +106,13 @@ def rows(tried: list) -> Iterator[dict]:
             late = again.get(number)
             if late and (late["size"], late["changed"]) != (record["size"], record["changed"]):
                 late = None
-            seconds = record["seconds"] + (late["seconds"] if late else 0.0)
+            row = rowof(record, 1, clusterof.get(number))
             if late and late["verdict"] == "solved":
-                yield rowof(late, 2, late["known"] + 1, seconds)
-            else:
-                yield rowof(record, 1, clusterof.get(number), seconds)
+                row = rowof(late, 2, late["known"] + 1)
+            if late:
+                for name in ("seconds", "runs"):
+                    row[name] = record.get(name, 0) + late.get(name, 0)
+            yield row
 
 
 def insert(database: sqlite3.Connection, table: str, row: dict) -> None:

@@ -3,7 +3,7 @@
     settings.json               how each crystal is solved; fixed with the first call
     work/lists/GROUP.tsv        the inputs, in groups: each is a job
     work/solved/GROUP.jsonl     a record for each crystal that is finished
-    work/solved/GROUP.done      the group is finished
+    work/solved/GROUP.done      the group is finished; holds how many of its crystals have failed
     work/again/...              the same for the second pass
     crystals/GROUP/             solutions
     work/members.tsv            groups of one lattice: the number of a crystal, the number of its group
@@ -28,8 +28,12 @@ TABLE = Path("crystals.csv")
 OVERVIEW = Path("overview.html")
 LOG = Path("batch.log")
 LOCK = Path("batch.lock")
+CACHE = Path("work/cache")
 CRYSTALS = Path("crystals")
 MEMBERS = Path("work/members.tsv")
+
+
+LONGESTSTEM = 150  # bytes; file systems bear 255
 
 
 @dataclass(frozen=True)
@@ -70,37 +74,43 @@ class Unusable(Exception):
 
 @dataclass(frozen=True, slots=True)
 class Input:
-    """A measurement, as it was when it was listed."""
+    """A measurement with the further files that it needs, as they were when it was listed."""
 
     number: int
-    size: int  # bytes; -1 if there is no such file
-    changed: int  # time of the last change, ns
+    size: int  # bytes of all of them; -1 if the measurement is not there
+    changed: int  # time of the last change of any of them, ns
     file: str  # absolute
     others: tuple[str, ...] = ()  # further files that it needs
 
     @staticmethod
     def of(number: int, file: str, others: tuple[str, ...] = ()) -> Input:
-        try:
-            status = os.stat(file)
-        except OSError:
-            return Input(number, -1, 0, file, others)
-        return Input(number, status.st_size, status.st_mtime_ns, file, others)
-
-    def again(self) -> Input:
-        """The same input, as it is now."""
-        return Input.of(self.number, self.file, self.others)
+        size = -1
+        changed = 0
+        for name in (file, *others):
+            try:
+                status = os.stat(name)
+            except OSError:
+                if name == file:
+                    break
+                continue
+            size = max(size, 0) + status.st_size
+            changed = max(changed, status.st_mtime_ns)
+        return Input(number, size, changed, file, others)
 
     @property
     def name(self) -> str:
-        """What the names of its files begin with: unlike for all inputs of a group."""
-        return f"{self.number:08d}_{Path(self.file).stem}"
+        """What the names of its files begin with: unlike for all inputs, and short enough to be added
+        to."""
+        stem = os.fsencode(Path(self.file).stem)[:LONGESTSTEM].decode("utf-8", "ignore")
+        return f"{self.number:08d}_{stem}"
 
 
 def readlist(path: Path) -> list[Input]:
     inputs = []
-    for line in path.read_text(encoding="utf-8", errors="surrogateescape").splitlines():
-        number, size, changed, file, *others = line.split("\t")
-        inputs.append(Input(int(number), int(size), int(changed), file, tuple(others)))
+    with open(path, encoding="utf-8", errors="surrogateescape", newline="\n") as lines:
+        for line in lines:
+            number, size, changed, file, *others = line.removesuffix("\n").split("\t")
+            inputs.append(Input(int(number), int(size), int(changed), file, tuple(others)))
     return inputs
 
 
@@ -115,7 +125,7 @@ def writewhole(path: Path, text: str) -> None:
     path.parent.mkdir(parents=True, exist_ok=True)
     part = path.with_name(f"{path.name}.{os.getpid()}.part")
     try:
-        with open(part, "w", encoding="utf-8", errors="surrogateescape") as file:
+        with open(part, "w", encoding="utf-8", errors="surrogateescape", newline="\n") as file:
             file.write(text)
             file.flush()
             os.fsync(file.fileno())

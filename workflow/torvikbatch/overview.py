@@ -9,6 +9,7 @@ from __future__ import annotations
 
 import json
 import math
+import os
 import sqlite3
 import sys
 from pathlib import Path
@@ -27,8 +28,10 @@ def histogram(volumes: list[float]) -> dict:
     """Counts of volumes, in steps that are even in the logarithm, and marks for the axis."""
     if not volumes:
         return {"bars": [], "marks": [], "most": 0}
-    low = math.log10(min(volumes)) - 0.05
-    high = math.log10(max(volumes)) + 0.05
+    # Half a decade at least, or crystals of one lattice would have no marks beside them.
+    middle = math.log10(min(volumes) * max(volumes)) / 2
+    half = max(0.25, math.log10(max(volumes) / min(volumes)) / 2 + 0.05)
+    low, high = middle - half, middle + half
     counts = [0] * BARS
     for volume in volumes:
         counts[min(BARS - 1, int(BARS * (math.log10(volume) - low) / (high - low)))] += 1
@@ -83,11 +86,15 @@ def content(database: sqlite3.Connection) -> dict:
                database.execute("SELECT volume FROM crystal WHERE verdict = 'solved'")]
     shown = database.execute("SELECT * FROM crystal ORDER BY verdict = 'solved', number LIMIT ?",
                              (MOSTCRYSTALS,))
-    return {"total": total, "seconds": one[0], "runs": one[1] or 0, "later": one[2],
+    crystals = [dict(row) for row in shown]
+    within = os.path.commonpath([os.path.dirname(one["file"]) for one in crystals] or ["/"])
+    for one in crystals:
+        one["name"] = os.path.relpath(one["file"], within)
+    return {"total": total, "within": within, "seconds": one[0], "runs": one[1] or 0, "later": one[2],
             "lattices": one[3],
             "verdicts": [(verdict, counts.get(verdict, 0)) for verdict in VERDICTS],
             "clusters": clusters(database), "reasons": reasons(database),
-            "histogram": histogram(volumes), "crystals": [dict(row) for row in shown],
+            "histogram": histogram(volumes), "crystals": crystals,
             "settings": {row[0]: json.loads(row[1]) for row in
                          database.execute("SELECT name, value FROM setting")}}
 

@@ -22,6 +22,7 @@ from torvikbatch.folder import Input, Pass
 # A command that has not ended so long after its budget hangs. One run, and reading a large file, can
 # go on beyond the budget.
 PATIENCE = 120.0  # seconds
+HANGS = -1000  # in place of a status
 
 CELL = ("a", "b", "c", "alpha", "beta", "gamma")
 
@@ -72,8 +73,13 @@ def ended(line: list[str], budget: float) -> tuple[int, str]:
         errors.seek(0)
         said = errors.read()
     if status is None:
-        return -1, f"Error: It did not end {PATIENCE:.0f} seconds after its budget."
+        return HANGS, f"Error: It did not end {PATIENCE:.0f} seconds after its budget."
     return status, said
+
+
+def thiscall() -> str:
+    """What tells one call of the workflow from another; all its jobs have it from their environment."""
+    return os.environ.get("TORVIK_CALL", "")
 
 
 def errorin(said: str, status: int) -> str:
@@ -110,18 +116,21 @@ def contentof(solution: dict) -> dict:
 
 
 def solved(given: Input, output: Path, settings: dict, cells: list[list[float]]) -> dict:
-    """The record of one crystal. A bad input is recorded as failed."""
+    """The record of one crystal. A bad input is recorded as failed: until the next call, which tries it
+    again, since the reason may have been a full disk."""
     start = time.monotonic()
     solution = output.with_name(output.name + ".solution.json")
     solution.unlink(missing_ok=True)
     status, said = ended(command(given, output, settings, cells), settings["budget"])
+    if status < 0 and status != HANGS: # killed, by a system that is short of memory perhaps
+        status, said = ended(command(given, output, settings, cells), settings["budget"])
     record = {"number": given.number, "file": given.file, "size": given.size,
               "changed": given.changed}
     try:
         record |= contentof(json.loads(solution.read_text(encoding="utf-8")))
         record["solution"] = str(solution)
     except (OSError, ValueError, KeyError):
-        record |= {"verdict": "failed", "reason": errorin(said, status)}
+        record |= {"verdict": "failed", "reason": errorin(said, status), "call": thiscall()}
     record["seconds"] = round(time.monotonic() - start, 3)
     return record
 
@@ -158,6 +167,12 @@ def ascells(number: int) -> list[list[float]]:
     return json.loads(folder.CONSENSUS.read_text(encoding="utf-8"))["tried"]
 
 
+def holds(record: dict | None, given: Input, cells: list[list[float]]) -> bool:
+    """Whether a record answers for an input, tried with these cells."""
+    return (record is not None and folder.isof(record, given) and record.get("cells", []) == cells
+            and (record["verdict"] != "failed" or record["call"] == thiscall()))
+
+
 def work(which: Pass, group: str) -> None:
     settings = folder.settings()
     cells = ascells(which.number)
@@ -167,9 +182,11 @@ def work(which: Pass, group: str) -> None:
     path = which.recordsof(group)
     with alone(path.with_suffix(".lock")):
         before = folder.latest(path)
+        failed = 0
         for given in folder.readlist(which.listof(group)):
             known = before.get(given.number)
-            if known and folder.isof(known, given) and known.get("cells", []) == cells:
+            if holds(known, given, cells):
+                failed += known["verdict"] == "failed"
                 continue
             output = place / (given.name + (".known" if cells else ""))
             record = solved(given, output, settings, cells)
@@ -177,7 +194,8 @@ def work(which: Pass, group: str) -> None:
             if cells:
                 record["cells"] = cells
             addrecord(path, record)
-        folder.writewhole(which.doneof(group), "")
+            failed += record["verdict"] == "failed"
+        folder.writewhole(which.doneof(group), f"{failed}\n")
 
 
 def main(arguments: list[str]) -> int:
@@ -188,6 +206,9 @@ def main(arguments: list[str]) -> int:
         work(folder.FIRST if int(number) == 1 else folder.SECOND, group)
     except Stopped:
         print(f"Group {group} was stopped. What is finished is kept.", file=sys.stderr)
+        return 1
+    except OSError as why:
+        print(f"Error: {why.filename or 'A file'}: {why.strerror}.", file=sys.stderr)
         return 1
     return 0
 
