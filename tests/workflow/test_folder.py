@@ -189,7 +189,7 @@ class Records(InAFolder):
         record = {"size": given.size, "changed": given.changed}
         self.assertTrue(folder.isof(record, given))
         Path("a").write_text("longer", encoding="utf-8")
-        self.assertFalse(folder.isof(record, given.again()))
+        self.assertFalse(folder.isof(record, Input.of(1, "a")))
 
     def test_a_whole_file_is_written_or_none(self) -> None:
         folder.writewhole(Path("a"), "first")
