@@ -314,7 +314,7 @@ def cause(path: Path, start: int, lines: int) -> str:
     with open(path, "rb") as log:
         log.seek(start)
         said = log.read().decode("utf-8", "replace").splitlines()
-    errors = list(dict.fromkeys(line for line in said if line.startswith(("Error: ", "WorkflowError"))))
+    errors = list(dict.fromkeys(line for line in said if line.startswith("Error: ")))
     return "\n".join("    " + line for line in (errors or said)[-lines:])
 
 

@@ -119,11 +119,14 @@ def refresh(before: dict[str, list[Input]], wanted: dict[str, tuple[str, ...]]) 
 
 
 def retry() -> None:
-    """Has groups gone through again that have failed crystals: a disk was full, a program missing."""
+    """Has groups gone through again that have failed crystals: a disk was full, a program missing.
+    Snakemake sees that a list is newer than what was made of it."""
     for which in (FIRST, SECOND):
-        for done in which.solved.glob("*.done"):
-            if done.read_text(encoding="utf-8").strip() not in ("", "0"):
+        for group in which.groups():
+            done = which.doneof(group)
+            if done.exists() and done.read_text(encoding="utf-8").strip() not in ("", "0"):
                 done.unlink()
+                which.listof(group).touch()
 
 
 def prepare(wanted: list[tuple[str, ...]], size: int | None, jobs: int) -> tuple[int, int, set[int]]:
