@@ -57,7 +57,7 @@ class Batch:
 
     def __init__(self, *arguments: str, environment: dict | None = None) -> None:
         self.process = subprocess.Popen([TOOLS, "batch", *arguments], stdout=subprocess.PIPE,
-                                        stderr=subprocess.PIPE, text=True,
+                                        stderr=subprocess.PIPE, text=True, errors="surrogateescape",
                                         env=environment or dict(os.environ))
 
     def end(self) -> tuple[int, str, str]:

@@ -109,14 +109,18 @@ def readlist(path: Path) -> list[Input]:
     inputs = []
     with open(path, encoding="utf-8", errors="surrogateescape", newline="\n") as lines:
         for line in lines:
+            if line.startswith("#"):
+                continue
             number, size, changed, file, *others = line.removesuffix("\n").split("\t")
             inputs.append(Input(int(number), int(size), int(changed), file, tuple(others)))
     return inputs
 
 
-def writelist(path: Path, inputs: list[Input]) -> None:
+def writelist(path: Path, inputs: list[Input], remark: str = "") -> None:
     lines = ["\t".join((str(one.number), str(one.size), str(one.changed), one.file, *one.others))
              for one in inputs]
+    if remark:
+        lines.append(f"# {remark}")
     writewhole(path, "".join(line + "\n" for line in lines))
 
 

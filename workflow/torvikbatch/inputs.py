@@ -5,6 +5,7 @@ from __future__ import annotations
 import math
 import os
 import sys
+import time
 from collections.abc import Iterable, Iterator
 from pathlib import Path
 
@@ -112,7 +113,6 @@ def refresh(before: dict[str, list[Input]], wanted: dict[str, tuple[str, ...]]) 
         now = [asnow(one, wanted) for one in inputs]
         differing = {one.number for one, late in zip(inputs, now) if one != late}
         if differing:
-            FIRST.doneof(group).unlink(missing_ok=True)
             writelist(FIRST.listof(group), now)
             changed |= differing
     return changed
@@ -120,13 +120,13 @@ def refresh(before: dict[str, list[Input]], wanted: dict[str, tuple[str, ...]]) 
 
 def retry() -> None:
     """Has groups gone through again that have failed crystals: a disk was full, a program missing.
-    Snakemake sees that a list is newer than what was made of it."""
+    Snakemake goes by what is in a list, so a remark is put there."""
     for which in (FIRST, SECOND):
         for group in which.groups():
             done = which.doneof(group)
             if done.exists() and done.read_text(encoding="utf-8").strip() not in ("", "0"):
-                done.unlink()
-                which.listof(group).touch()
+                path = which.listof(group)
+                writelist(path, readlist(path), f"to be tried again, {time.time_ns()}")
 
 
 def prepare(wanted: list[tuple[str, ...]], size: int | None, jobs: int) -> tuple[int, int, set[int]]:
