@@ -201,16 +201,18 @@ class Progress:
     def show(self) -> None:
         self.first.look()
         if self.first.done < self.first.total:
-            return self._say(self.first, self._line(self.first))
+            self._say(self.first, self._line(self.first))
+            return
         if not self.second and self._grouped():
             consensus = json.loads(folder.CONSENSUS.read_text(encoding="utf-8"))
             left = sum(len(folder.readlist(SECOND.listof(group))) for group in SECOND.groups())
             self.second = Tally(SECOND, left, self.first.total, consensus["tried"])
-        if not self.second:
+        if not self.second or not self.live:
             line = self._line(self.first)
-            return self._say(self.first, f"{line}. Grouping them by lattice" if self.live else line)
-        self.second.look()
-        return self._say(self.second, self._line(self.second))
+            self._say(self.first, f"{line}. Grouping them by lattice" if self.live else line)
+        if self.second:
+            self.second.look()
+            self._say(self.second, self._line(self.second))
 
     def _grouped(self) -> bool:
         """Whether this call has grouped the crystals, or had nothing new to group."""
@@ -226,7 +228,7 @@ class Progress:
             print(f"\r\033[K{line[:width]}", end="", file=sys.stderr, flush=True)
             return
         now = (tally.which.number, 10 * tally.done // tally.total if tally.total else 0)
-        if tally.total and now != self.said:
+        if tally.total and now > self.said:
             self.said = now
             print(line, file=sys.stderr, flush=True)
 

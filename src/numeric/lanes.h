@@ -4,7 +4,6 @@
 #include "numeric/nint.h"
 #include "numeric/unfused.h"
 
-#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -111,13 +110,22 @@ TORVIK_INLINED void putfour(double* place, const lanes& x)
     std::memcpy(place, &x, sizeof x);
 }
 
+// Gives the bits of lanes as lanes of another kind. std::bit_cast is a function of its own where nothing is
+// optimised, compiled for any processor: it would hand vectors over in another way than its caller
+// expects, which is compiled for one that has such vectors.
+template <class To, class From>
+TORVIK_INLINED To bitsas(const From& x)
+{
+    return __builtin_bit_cast(To, x);
+}
+
 // Gives |x| in each lane, of any number of lanes: x without its sign bit.
 template <class Lanes>
 TORVIK_INLINED Lanes magnitude(const Lanes& x)
 {
     using bits = decltype(x < 0.0);
-    const bits magnitudebits = std::bit_cast<bits>(x) & std::int64_t{0x7fffffffffffffff};
-    return std::bit_cast<Lanes>(magnitudebits);
+    const bits magnitudebits = bitsas<bits>(x) & std::int64_t{0x7fffffffffffffff};
+    return bitsas<Lanes>(magnitudebits);
 }
 
 // Gives |x| with the sign of y.
@@ -126,8 +134,8 @@ template <class Lanes>
 TORVIK_INLINED Lanes withsign(const Lanes& x, const Lanes& y)
 {
     using bits = decltype(x < 0.0);
-    const bits sign = std::bit_cast<bits>(y) & signbit;
-    return std::bit_cast<Lanes>(std::bit_cast<bits>(magnitude(x)) | sign);
+    const bits sign = bitsas<bits>(y) & signbit;
+    return bitsas<Lanes>(bitsas<bits>(magnitude(x)) | sign);
 }
 
 // Rounds each lane to a whole number, halves to even, by adding a number so large that fractions
@@ -145,16 +153,15 @@ template <class Lanes>
 TORVIK_INLINED auto maskbelow(const Lanes& a, const Lanes& b)
 {
     using mask = decltype(a < b);
-    const auto all = std::bit_cast<Lanes>(mask{} - 1);
-    return std::bit_cast<mask>(a < b ? all : Lanes{});
+    const auto all = bitsas<Lanes>(mask{} - 1);
+    return bitsas<mask>(a < b ? all : Lanes{});
 }
 
 // Gives x in the lanes of a mask, y in the others.
 template <class Mask, class Lanes>
 TORVIK_INLINED Lanes chosen(const Mask& where, const Lanes& x, const Lanes& y)
 {
-    return std::bit_cast<Lanes>((std::bit_cast<Mask>(x) & where)
-                                | (std::bit_cast<Mask>(y) & ~where));
+    return bitsas<Lanes>((bitsas<Mask>(x) & where) | (bitsas<Mask>(y) & ~where));
 }
 
 // Gives the bits that are set in any lane.

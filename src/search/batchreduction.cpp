@@ -4,7 +4,6 @@
 #include "search/reduction.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstdint>
 
 namespace torvik {
@@ -89,17 +88,19 @@ TORVIK_INLINED void order(reducedlanes<width>& v)
                       v);
 }
 
-// Changes signs where the mask is set.
+// Changes the sign where the mask is set. Not a lambda of the function below, for the reason of bitsas.
+template <class Mask, class Lanes>
+TORVIK_INLINED Lanes flipped(const Mask& where, const Lanes& x)
+{
+    return bitsas<Lanes>(bitsas<Mask>(x) ^ (where & signbit));
+}
+
 template <class Mask, class Lanes>
 TORVIK_INLINED void negate(const Mask& where, Lanes (&x)[3], Lanes& first, Lanes& second)
 {
-    const Mask sign = where & signbit;
-    const auto flipped = [&](const Lanes& y) {
-        return std::bit_cast<Lanes>(std::bit_cast<Mask>(y) ^ sign);
-    };
-    for (Lanes& component : x) component = flipped(component);
-    first = flipped(first);
-    second = flipped(second);
+    for (Lanes& component : x) component = flipped(where, component);
+    first = flipped(where, first);
+    second = flipped(where, second);
 }
 
 // Where both are negative, if positive is set; otherwise where both are 0 or more, but not both 0.

@@ -78,7 +78,7 @@ TORVIK_INLINED typename singles<width>::numbers distance(const typename singles<
     using masks = typename singles<width>::masks;
     constexpr float roundingaway = 0x1.8p23F;
     const numbers whole = (x + roundingaway) - roundingaway;
-    return std::bit_cast<numbers>(std::bit_cast<masks>(x - whole) & 0x7fffffffU);
+    return bitsas<numbers>(bitsas<masks>(x - whole) & 0x7fffffffU);
 }
 
 // So many slots are compared at a time; the bits of a mask say which of them pass.
@@ -107,12 +107,12 @@ TORVIK_INLINED std::uint32_t nearslots(const slotcolumns& slots, int place,
                    + distance<width>(x * G[0][2] + y * G[1][2] + z * G[2][2]);
         }
         const numbers limit = singlesfrom<width>(slots.reach + i) * sought.spread + (0.15F + 1e-5F);
-        const auto above = std::bit_cast<numbers>(bit);
-        far |= std::bit_cast<masks>(limit < dev ? above : numbers{});
+        const auto above = bitsas<numbers>(bit);
+        far |= bitsas<masks>(limit < dev ? above : numbers{});
         bit = bit << width;
     }
     const auto all = static_cast<std::uint64_t>(
-        unionof<width / 2>(std::bit_cast<typename side<width / 2>::wholes>(far)));
+        unionof<width / 2>(bitsas<typename side<width / 2>::wholes>(far)));
     return ~static_cast<std::uint32_t>(all | all >> 32);
 }
 
