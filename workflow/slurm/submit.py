@@ -2,6 +2,8 @@
 
     submit.py JOBSCRIPT
 
+Beside the log of the job, NUMBER.log, it writes which files the job will make, NUMBER.json.
+
 TORVIK_SLURM holds, as JSON, the name of the batch's jobs and further options for sbatch. A controller that does
 not answer is waited for: it may be restarted, and the work that is done is not lost by that.
 """
@@ -13,7 +15,9 @@ import os
 import subprocess
 import sys
 import time
+from pathlib import Path
 
+FOLDER = "work/slurm"
 PATIENCE = 3600.0  # seconds
 PAUSE = 15.0
 # No controller; or as many jobs as a user may have.
@@ -33,20 +37,23 @@ def command(script: str) -> list[str]:
     asked = json.loads(os.environ["TORVIK_SLURM"])
     job = properties(script)
     resources = job.get("resources", {})
-    return ["sbatch", "--parsable", f"--job-name={asked['name']}", "--output=work/slurm/%j.log",
+    return ["sbatch", "--parsable", f"--job-name={asked['name']}", f"--output={FOLDER}/%j.log",
             "--no-requeue", f"--cpus-per-task={job.get('threads', 1)}",
             f"--mem={resources['mem_mb']}M", f"--time={resources['runtime']}", *asked["options"],
             script]
 
 
 def main(script: str) -> int:
-    os.makedirs("work/slurm", exist_ok=True)
+    os.makedirs(FOLDER, exist_ok=True)
     line = command(script)
     end = time.monotonic() + PATIENCE
     while True:
         said = subprocess.run(line, capture_output=True, text=True, check=False)
         if said.returncode == 0:
-            print(said.stdout.strip().split(";")[0])  # NUMBER;CLUSTER
+            number = said.stdout.strip().split(";")[0]  # NUMBER;CLUSTER
+            Path(FOLDER, f"{number}.json").write_text(json.dumps(properties(script)["output"]),
+                                                      encoding="utf-8")
+            print(number)
             return 0
         print(said.stderr, end="", file=sys.stderr)
         if not any(words in said.stderr for words in PASSING) or time.monotonic() > end:
