@@ -3,9 +3,9 @@
     status.py NUMBER
 
 A job whose files are there is done, whatever Slurm says: one that ended while the controller was away can count
-as running for minutes. A controller that does not answer tells nothing: the job counts as running until it does. A job that the
-controller knows no more has ended some time ago; whether well or not, its output tells, which Snakemake looks for
-if it hears of success.
+as running for minutes. A controller that does not answer tells nothing: the job counts as running until it
+does. A job that the controller knows no more has ended some time ago; whether well or not, its output tells, which
+Snakemake looks for if it hears of success.
 """
 
 from __future__ import annotations
