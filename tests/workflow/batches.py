@@ -73,12 +73,12 @@ def batch(*arguments: str, environment: dict | None = None) -> tuple[int, str, s
     return Batch(*arguments, environment=environment).end()
 
 
-def recordlines(output: str, place: str = "work/solved") -> list[str]:
+def recordlines(output: str, place: str = "jobs/solved") -> list[str]:
     return [line for path in sorted(Path(output, place).glob("*.jsonl"))
             for line in path.read_text(encoding="utf-8").splitlines()]
 
 
-def recorded(output: str, place: str = "work/solved") -> list[dict]:
+def recorded(output: str, place: str = "jobs/solved") -> list[dict]:
     return [json.loads(line) for line in recordlines(output, place)]
 
 

@@ -118,7 +118,7 @@ class TheSecondPass(InAFolder):
         Path("data/few.csv").write_text("x,y,z\n.1,.2,.3\n.3,.1,.2\n", encoding="utf-8")
         self.assertEqual(batch("data", "-o", "out")[0], 0)
         self.assertEqual(json.loads(Path("out/consensus.json").read_text(encoding="utf-8"))["tried"], [])
-        self.assertEqual(recorded("out", "work/again/solved"), [])
+        self.assertEqual(recorded("out", "jobs/again/solved"), [])
 
 
 class TheSameCall(InAFolder):
@@ -256,7 +256,7 @@ class ASystem(InAFolder):
         bare = os.environ | {"HOME": "/nonexistent"}
         bare.pop("XDG_CACHE_HOME", None)
         self.assertEqual(batch("data", "-o", "out", environment=bare)[0], 0)
-        self.assertTrue(Path("out/work/cache").is_dir())
+        self.assertTrue(Path("out/jobs/cache").is_dir())
 
     def test_takes_some_thousand_names(self) -> None:
         easycrystals(1)

@@ -56,7 +56,7 @@ class GatheredInputs(InAFolder):
 
     def test_leave_out_hidden_files_and_other_batches(self) -> None:
         touch("data/a.idx", "data/._a.idx", "data/old/batch.lock", "data/old/crystals.csv",
-              "data/old/work/lists/0.tsv")
+              "data/old/jobs/lists/0.tsv")
         self.assertEqual(self.gathered("data"), ["data/a.idx"])
 
     def test_have_their_further_files_wherever_these_are_named(self) -> None:

@@ -50,7 +50,7 @@ class WithSlurm(InAFolder):
         self.assertIsNone(started.process.poll())
         self.slurm.startcontroller()
         self.allsolved(*started.end())
-        self.assertTrue(list(Path("out/work/slurm").glob("*.log")))
+        self.assertTrue(list(Path("out/jobs/slurm").glob("*.log")))
         self.assertEqual(batch("data", "-o", "local")[0], 0)
         columns = "SELECT file, verdict, a, b, c, alpha, beta, gamma, evidence, cluster FROM crystal"
         self.assertEqual(table("out", columns), table("local", columns))

@@ -22,7 +22,7 @@ ENDEDBADLY = frozenset(("BOOT_FAIL", "CANCELLED", "DEADLINE", "FAILED", "NODE_FA
 
 def done(number: str) -> bool:
     try:
-        files = json.loads(Path(f"work/slurm/{number}.json").read_text(encoding="utf-8"))
+        files = json.loads(Path(f"jobs/slurm/{number}.json").read_text(encoding="utf-8"))
     except (OSError, ValueError):
         return False
     return all(Path(file).exists() for file in files)

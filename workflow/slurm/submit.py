@@ -17,7 +17,7 @@ import sys
 import time
 from pathlib import Path
 
-FOLDER = "work/slurm"
+FOLDER = "jobs/slurm"
 PATIENCE = 3600.0  # seconds
 PAUSE = 15.0
 # No controller; or as many jobs as a user may have.

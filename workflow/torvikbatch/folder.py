@@ -1,12 +1,12 @@
 """The folder of a batch: which files there are, and how they are written.
 
     settings.json               how each crystal is solved; fixed with the first call
-    work/lists/GROUP.tsv        the inputs, in groups: each is a job
-    work/solved/GROUP.jsonl     a record for each crystal that is finished
-    work/solved/GROUP.done      the group is finished; holds how many of its crystals have failed
-    work/again/...              the same for the second pass
+    jobs/lists/GROUP.tsv        the inputs, in groups: each is a job
+    jobs/solved/GROUP.jsonl     a record for each crystal that is finished
+    jobs/solved/GROUP.done      the group is finished; holds how many of its crystals have failed
+    jobs/again/...              the same for the second pass
     crystals/GROUP/             solutions
-    work/members.tsv            groups of one lattice: the number of a crystal, the number of its group
+    jobs/members.tsv            groups of one lattice: the number of a crystal, the number of its group
     consensus.json, crystals.sqlite, crystals.csv, overview.html
     batch.log                   what Snakemake and the jobs say
 
@@ -28,9 +28,9 @@ TABLE = Path("crystals.csv")
 OVERVIEW = Path("overview.html")
 LOG = Path("batch.log")
 LOCK = Path("batch.lock")
-CACHE = Path("work/cache")
+CACHE = Path("jobs/cache")
 CRYSTALS = Path("crystals")
-MEMBERS = Path("work/members.tsv")
+MEMBERS = Path("jobs/members.tsv")
 
 
 LONGESTSTEM = 150  # bytes; file systems bear 255
@@ -64,8 +64,8 @@ class Pass:
         return sorted(path.stem for path in self.lists.glob("*.tsv"))
 
 
-FIRST = Pass(1, Path("work"))
-SECOND = Pass(2, Path("work/again"))
+FIRST = Pass(1, Path("jobs"))
+SECOND = Pass(2, Path("jobs/again"))
 
 
 class Unusable(Exception):
