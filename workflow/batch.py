@@ -4,8 +4,7 @@
     batch.py REQUEST
 
 torvik-tools batch calls it, with what was asked for in a file of JSON; each letter of a file's name there is
-a byte of it. Needs Python alone; Snakemake and its jobs need
-gemmi's Python module as well.
+a byte of it. Needs Python alone; Snakemake and its jobs need gemmi's Python module as well.
 """
 
 from __future__ import annotations
@@ -30,9 +29,8 @@ sys.path.insert(0, str(HERE))
 sys.dont_write_bytecode = True
 
 from torvikbatch import folder, inputs  # noqa: E402
-from torvikbatch.folder import FIRST, SECOND, Pass, Unusable  # noqa: E402
+from torvikbatch.folder import FIRST, SECOND, VERDICTS, Pass, Unusable  # noqa: E402
 
-VERDICTS = ("solved", "ambiguous", "refused", "failed")
 # What decides the answer for a crystal: all answers in one folder are of the same.
 FIXED = ("budget", "volume", "options", "keep")
 # A file system that many machines share can show a new file late.

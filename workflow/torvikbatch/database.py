@@ -16,7 +16,7 @@ from collections.abc import Iterator
 from pathlib import Path
 
 from torvikbatch import folder
-from torvikbatch.folder import FIRST, SECOND
+from torvikbatch.folder import CELL, FIRST, SECOND
 
 SCHEMA = """
 CREATE TABLE crystal (
@@ -65,7 +65,6 @@ CREATE INDEX crystal_verdict ON crystal (verdict);
 CREATE INDEX crystal_cluster ON crystal (cluster);
 """
 
-CELL = ("a", "b", "c", "alpha", "beta", "gamma")
 PLAIN = ("number", "verdict", "reason", "volume", "measured", "indexed", "lattices", "sigma", "wrong",
          "evidence", "lead", "runs", "seconds", "solution")
 ASJSON = ("basis", "competing", "remarks")

@@ -33,6 +33,10 @@ CRYSTALS = Path("crystals")
 MEMBERS = Path("jobs/members.tsv")
 
 
+# What a crystal's answer can be, the best first; and what a cell is made of.
+VERDICTS = ("solved", "ambiguous", "refused", "failed")
+CELL = ("a", "b", "c", "alpha", "beta", "gamma")
+
 LONGESTSTEM = 150  # bytes; file systems bear 255
 
 

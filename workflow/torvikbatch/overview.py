@@ -17,8 +17,8 @@ from pathlib import Path
 import jinja2
 
 from torvikbatch import folder
+from torvikbatch.folder import VERDICTS
 
-VERDICTS = ("solved", "ambiguous", "refused", "failed")
 MOSTCLUSTERS = 50
 MOSTCRYSTALS = 1000  # listed one by one; all are in the table
 BARS = 40

@@ -17,14 +17,12 @@ from contextlib import contextmanager
 from pathlib import Path
 
 from torvikbatch import folder
-from torvikbatch.folder import Input, Pass
+from torvikbatch.folder import CELL, Input, Pass
 
 # A command that has not ended so long after its budget hangs. One run, and reading a large file, can
 # go on beyond the budget.
 PATIENCE = 120.0  # seconds
 HANGS = -1000  # in place of a status
-
-CELL = ("a", "b", "c", "alpha", "beta", "gamma")
 
 
 class Stopped(Exception):
