@@ -52,6 +52,40 @@ def easycrystals(count: int, where: str = "data", seed: int = 1) -> None:
     simulate(f"{where}/s{seed}.idx", *EASY, "--crystals", count, "--seed", seed)
 
 
+class Gate:
+    """A Torvik for batches that waits while it is closed: what a test does in mid-run then happens in
+    mid-run, on a fast machine as on a slow one. The batch gets the budget for that."""
+
+    SCRIPT = """#!/bin/sh
+while read -r limit 2>/dev/null <"{gate}" &&
+      [ "$(cat "{records}"/*.jsonl 2>/dev/null | wc -l)" -ge "$limit" ]; do
+    sleep 0.05
+done
+exec "{torvik}" "$@"
+"""
+
+    def __init__(self, output: str, limit: int) -> None:
+        """Closed as soon as so many crystals are recorded. Each worker may have let one more through."""
+        self._records = Path(output, "jobs/solved").absolute()
+        self._gate = Path("gate").absolute()
+        self._torvik = Path("gated").absolute()
+        self._torvik.write_text(self.SCRIPT.format(
+            gate=self._gate, records=self._records, torvik=Path(TOOLS).resolve().with_name("Torvik")),
+            encoding="utf-8")
+        self._torvik.chmod(0o755)
+        self.options = ("--torvik", str(self._torvik), "--budget", str(PATIENCE))
+        self.openfor(limit)
+
+    def openfor(self, limit: int) -> None:
+        """Lets crystals through until so many are recorded."""
+        writing = self._gate.with_name("gate.part")
+        writing.write_text(f"{limit}\n", encoding="utf-8")
+        writing.rename(self._gate)
+
+    def open(self) -> None:
+        self._gate.unlink()
+
+
 class Batch:
     """A call of torvik-tools batch that goes on in the background."""
 

@@ -14,8 +14,8 @@ import time
 import unittest
 from pathlib import Path
 
-from batches import (LONG, TOOLS, Batch, InAFolder, batch, easycrystals, killall, recorded, recordlines,
-                     simulate, table, waitfor)
+from batches import (LONG, PATIENCE, TOOLS, Batch, Gate, InAFolder, batch, easycrystals, killall,
+                     recorded, recordlines, simulate, table, waitfor)
 
 EASYVOLUME = 5 * 6 * 7
 
@@ -185,15 +185,17 @@ class AnInterruption(InAFolder):
         super().setUp()
         easycrystals(self.COUNT)
 
-    def begin(self) -> Batch:
-        """A batch that has solved some crystals, and has some before it."""
-        started = Batch("data", "-o", "out", "--group", "8", "--jobs", "1")
-        waitfor(lambda: len(recordlines("out")) >= 3, "the third crystal")
+    def begin(self, solved: int = 3) -> Batch:
+        """A batch that has solved some crystals, and goes on with the others once its gate lets it."""
+        self.gate = Gate("out", solved)
+        started = Batch("data", "-o", "out", "--group", "8", "--jobs", "1", *self.gate.options)
+        waitfor(lambda: len(recordlines("out")) >= solved, "the last crystal before the gate")
         return started
 
     def resume(self, before: list[str]) -> None:
         self.assertLess(len(before), self.COUNT)
-        status, output, errors = batch("data", "-o", "out")
+        self.gate.open()
+        status, output, errors = batch("data", "-o", "out", *self.gate.options)
         self.assertEqual(status, 0, errors)
         self.assertIn(f"{self.COUNT} crystals: {self.COUNT} solved.", output)
         after = recordlines("out")
@@ -221,8 +223,10 @@ class AnInterruption(InAFolder):
         started = self.begin()
         started.send(signal.SIGKILL)
         started.end()
+        self.gate.open()
         # The group at work goes on to its end; the call that follows waits for it.
-        waitfor(lambda: "Another call is at work" not in batch("data", "-o", "out")[2],
+        waitfor(lambda: "Another call is at work" not in batch("data", "-o", "out",
+                                                               *self.gate.options)[2],
                 "the end of Snakemake")
         self.assertEqual(sorted(one["number"] for one in recorded("out")),
                          list(range(1, self.COUNT + 1)))
@@ -234,15 +238,15 @@ class AnInterruption(InAFolder):
         ours = [int(number) for number in found
                 if Path(f"/proc/{number}/cwd").resolve() == self.folder / "out"]
         os.kill(ours[0], signal.SIGKILL)
+        self.gate.open()
         status, output, errors = started.end()
         self.assertEqual(status, 0, errors)
         self.assertIn(f"{self.COUNT} crystals: {self.COUNT} solved.", output)
 
     def test_leaves_a_database_of_before_whole(self) -> None:
-        self.assertEqual(batch("data", "-o", "out")[0], 0)
+        self.assertEqual(batch("data", "-o", "out", "--budget", str(PATIENCE))[0], 0)
         easycrystals(6, seed=80)
-        started = Batch("data", "-o", "out", "--group", "6", "--jobs", "1")
-        waitfor(lambda: len(recordlines("out")) >= self.COUNT + 1, "a new crystal")
+        started = self.begin(self.COUNT + 1)
         killall(self.folder / "out")
         started.end()
         self.assertEqual(len(table("out", "SELECT * FROM crystal")), self.COUNT)
@@ -337,10 +341,12 @@ class AMistake(InAFolder):
         self.assertEqual(os.listdir("data"), before)
 
     def test_of_two_calls_at_once_is_told_to_the_second(self) -> None:
-        easycrystals(8)
-        started = Batch("data", "-o", "out")
-        waitfor(lambda: recordlines("out"), "the first crystal")
+        easycrystals(1)
+        gate = Gate("out", 0)
+        started = Batch("data", "-o", "out", *gate.options)
+        waitfor(Path("out/jobs").exists, "the work")
         self.assertIn("Another call is at work in", self.refused("data", "-o", "out"))
+        gate.open()
         self.assertEqual(started.end()[0], 0)
 
     def test_of_slurm_where_there_is_none_is_told(self) -> None:

@@ -8,14 +8,15 @@ import unittest
 from pathlib import Path
 
 import slurmnode
-from batches import Batch, InAFolder, batch, easycrystals, recorded, recordlines, table, waitfor
+from batches import Batch, Gate, InAFolder, batch, easycrystals, recorded, recordlines, table, waitfor
 
 CPUS = 2
 
 
 @unittest.skipIf(slurmnode.missing(), f"not installed: {', '.join(slurmnode.missing())}")
 class WithSlurm(InAFolder):
-    COUNT = 40
+    GROUP = 5
+    COUNT = CPUS * GROUP
     # A controller that is killed knows afterwards what it saved, which it does every five seconds. What
     # it has forgotten no workflow can bring back: its numbers are given to other jobs.
     SAVED = 6.0
@@ -26,10 +27,15 @@ class WithSlurm(InAFolder):
         self.slurm.__enter__()
         self.addCleanup(self.slurm.__exit__)
         easycrystals(self.COUNT)
+        self.gate = Gate("out", 1)
+
+    def call(self, *options: str) -> Batch:
+        return Batch("data", "-o", "out", "--slurm", *self.gate.options, *options,
+                     environment=self.slurm.environment)
 
     def begin(self) -> Batch:
-        started = Batch("data", "-o", "out", "--slurm", "--group", "20", "--slurm-options",
-                        "--partition=short --nice=1", environment=self.slurm.environment)
+        """A batch whose jobs are all at work and go on once the gate lets them."""
+        started = self.call("--group", str(self.GROUP), "--slurm-options", "--partition=short --nice=1")
         waitfor(lambda: recordlines("out") and len(self.slurm.jobs("R")) == CPUS, "the first crystals")
         return started
 
@@ -45,10 +51,12 @@ class WithSlurm(InAFolder):
         time.sleep(self.SAVED)
         self.slurm.killcontroller()
         before = len(recordlines("out"))
-        waitfor(lambda: len(recordlines("out")) > before or len(recordlines("out")) == self.COUNT,
-                "a crystal without a controller")
+        self.assertLess(before + CPUS, self.COUNT)
+        self.gate.openfor(before + 1)
+        waitfor(lambda: len(recordlines("out")) > before, "a crystal without a controller")
         self.assertIsNone(started.process.poll())
         self.slurm.startcontroller()
+        self.gate.open()
         self.allsolved(*started.end())
         self.assertTrue(list(Path("out/jobs/slurm").glob("*.log")))
         self.assertEqual(batch("data", "-o", "local")[0], 0)
@@ -60,7 +68,9 @@ class WithSlurm(InAFolder):
         killed = self.slurm.jobs("R")
         self.slurm.said("scancel", "--signal=KILL", *killed)
         self.slurm.said("scancel", *killed)
+        waitfor(lambda: not set(killed) & set(self.slurm.jobs("R,CG")), "the end of the jobs")
         before = recordlines("out")
+        self.gate.open()
         self.allsolved(*started.end())
         after = recordlines("out")
         for line in before:
@@ -73,8 +83,9 @@ class WithSlurm(InAFolder):
         self.assertEqual(started.end()[0], 130)
         waitfor(lambda: not self.slurm.jobs("R,PD"), "an empty queue")
         before = recordlines("out")
-        again = Batch("data", "-o", "out", "--slurm", environment=self.slurm.environment)
-        self.allsolved(*again.end())
+        self.assertLess(len(before), self.COUNT)
+        self.gate.open()
+        self.allsolved(*self.call().end())
         self.assertEqual([line for line in before if line not in recordlines("out")], [])
 
 
