@@ -65,16 +65,9 @@ cell6 strained(const matrix3& basis, std::uint64_t seed)
 trial trialof(const simulationrequest& asked)
 {
     trial one = {simulate(asked), {}, {}};
-    for (const auto& reflection : one.made.reflections)
-        one.list.vectors.push_back(reflection.measured);
+    one.list.vectors = one.made.vectors();
     one.given = strained(one.made.truth().primitive, asked.seed + 1);
     return one;
-}
-
-bool same(const matrix3& D, const matrix3& E)
-{
-    const auto related = relationbetween(D, E, 0.15, 1);
-    return related && related->how == kinship::same;
 }
 
 // `truth` gives the lattice that is asked for, in the frame of the vectors.
@@ -88,7 +81,8 @@ void add(tally& sums, const trial& one, const std::optional<matrix3>& truth)
     sums.seconds += seconds;
     sums.longest = std::max(sums.longest, seconds);
     ++sums.trials;
-    const bool best = truth && !found.lattices.empty() && same(found.lattices[0].basis, *truth);
+    const bool best =
+        truth && !found.lattices.empty() && samelattice(found.lattices[0].basis, *truth, nearly);
     if (best) ++sums.best;
     switch (found.how) {
     case verdict::solved: ++(best ? sums.right : sums.wrong); break;

@@ -44,16 +44,10 @@ struct tally {
 constexpr int volumeclasses = 3;
 using byvolume = std::array<tally, volumeclasses>;
 
-bool same(const matrix3& D, const matrix3& E)
-{
-    const auto related = relationbetween(D, E, 0.15, 1);
-    return related && related->how == kinship::same;
-}
-
 bool among(const answer& found, const matrix3& truth)
 {
     for (std::size_t i = 0; i < found.competing; ++i)
-        if (same(found.lattices[i].basis, truth)) return true;
+        if (samelattice(found.lattices[i].basis, truth, nearly)) return true;
     return false;
 }
 
@@ -72,7 +66,7 @@ tally tried(const simulationrequest& asked, bool nolattice, double budget)
     sums.trials = 1;
     const simulated made = simulate(asked);
     vectorlist list;
-    for (const auto& one : made.reflections) list.vectors.push_back(one.measured);
+    list.vectors = made.vectors();
     randomnumbers random(asked.seed + 1);
     if (nolattice) list = scattered(made, random);
     solveoptions options;
@@ -89,7 +83,8 @@ tally tried(const simulationrequest& asked, bool nolattice, double budget)
     const matrix3 truth = made.truth().primitive;
     switch (found.how) {
     case verdict::solved:
-        ++(!nolattice && same(found.lattices[0].basis, truth) ? sums.right : sums.wrong);
+        ++(!nolattice && samelattice(found.lattices[0].basis, truth, nearly) ? sums.right
+                                                                             : sums.wrong);
         break;
     case verdict::ambiguous:
         ++sums.ambiguous;

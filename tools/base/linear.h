@@ -31,6 +31,13 @@ inline matrix3 scaled(const matrix3& A, double factor)
     return A.multiply_by_diagonal({factor, factor, factor});
 }
 
+// Adds weight x y^T.
+inline void addproduct(matrix3& sum, const vector3& x, const vector3& y, double weight = 1.0)
+{
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j) sum.a[i][j] += weight * x.at(i) * y.at(j);
+}
+
 // Whole numbers nearest to the components.
 inline std::array<int, 3> nearestindices(const vector3& x)
 {

@@ -159,6 +159,11 @@ std::optional<latticerelation> relationbetween(const matrix3& D, const matrix3& 
     return found;
 }
 
+bool samelattice(const matrix3& D, const matrix3& E, double tolerance)
+{
+    return relationbetween(D, E, tolerance, 1).has_value();
+}
+
 std::vector<matrix3> hermiteforms(int index)
 {
     std::vector<matrix3> forms;

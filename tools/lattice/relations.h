@@ -27,6 +27,9 @@ struct latticerelation {
 std::optional<latticerelation> relationbetween(const matrix3& D, const matrix3& E,
                                                double tolerance = 0.1, int largest = 16);
 
+// Says whether two bases in one frame span one lattice, within the same tolerance.
+bool samelattice(const matrix3& D, const matrix3& E, double tolerance = 0.1);
+
 // The bases, as whole matrices T in Hermite form, of all superlattices of an index: T * basis.
 // Each once; the count is the sum of d1^2 d2 over d1 d2 d3 = index.
 std::vector<matrix3> hermiteforms(int index);

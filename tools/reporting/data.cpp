@@ -286,8 +286,7 @@ json candidate(std::size_t number, const json& given, const std::vector<vector3>
 
 bool same(const json& u, const json& v)
 {
-    const auto found = relationbetween(basisin(u), basisin(v));
-    return found && found->how == kinship::same;
+    return samelattice(basisin(u), basisin(v));
 }
 
 // The answer, then the other candidates.

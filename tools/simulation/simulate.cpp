@@ -331,6 +331,14 @@ void measure(const simulationrequest& asked, simulated& made, randomnumbers& ran
 
 } // namespace
 
+std::vector<vector3> simulated::vectors() const
+{
+    std::vector<vector3> all;
+    all.reserve(reflections.size());
+    for (const simulatedreflection& one : reflections) all.push_back(one.measured);
+    return all;
+}
+
 simulated simulate(const simulationrequest& asked, randomnumbers& random)
 {
     checkcrystal(asked);

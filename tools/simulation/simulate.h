@@ -98,6 +98,9 @@ struct simulated {
     {
         return lattices.front();
     }
+
+    // What a measurement gives of the reflections.
+    [[nodiscard]] std::vector<vector3> vectors() const;
 };
 
 // Makes a crystal and measures it. The right reflections are chosen by chance, such that they span

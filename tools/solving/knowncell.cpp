@@ -2,6 +2,7 @@
 
 #include "lattice/shortvectors.h"
 #include "solving/deformation.h"
+#include "solving/mixture.h"
 
 #include <algorithm>
 #include <array>
@@ -16,11 +17,10 @@ namespace {
 constexpr double none = -std::numeric_limits<double>::infinity();
 constexpr double twopi = 2.0 * std::numbers::pi;
 
-// Errors of more than this part of the mean distance of points would make any similar cell fit; and
-// errors of less than this part of the usual length are those of digits.
+// Errors of more than this part of the mean distance of points would make any similar cell fit.
 constexpr double largestsigma = 0.06;
 constexpr double firstsigma = 0.05;
-constexpr double smallestsigma = 1e-4;
+constexpr double firstwrong = 0.4;
 
 // Strains beyond this many standard deviations are those of another lattice.
 constexpr double beyond = 6.0;
@@ -56,9 +56,7 @@ struct state {
     matrix3 crystal;     // (1 + e) UB0
     matrix3 basis;       // inverse of R (1 + e) UB0
     double volume = 0.0;
-    double sigma = 0.0;
-    double wrong = 0.4;
-    double leastsigma = 0.0;
+    errormodel errors;
 };
 
 void set(state& now, const givencell& cell)
@@ -69,53 +67,33 @@ void set(state& now, const givencell& cell)
     now.basis = inverse.multiply(now.R.transpose());
 }
 
-// What the vectors say with the lattice as it is. Points and their distances are in the frame of
-// the upright cell.
-struct expectation {
-    double likelihood = 0.0;
-    double weight = 0.0;  // expected number of genuine ones
-    double squares = 0.0; // their squared distances from the points
-    matrix3 gg{0.0};      // sum of g g^T
-    matrix3 dg{0.0};      // sum of d g^T
-    std::vector<double> genuine;
+// What the vectors say of the lattice besides. Points and their distances are in the frame of the
+// upright cell.
+struct products {
+    matrix3 gg{0.0}; // sum of g g^T
+    matrix3 dg{0.0}; // sum of d g^T
 };
 
-void addproduct(matrix3& sum, const vector3& x, const vector3& y, double weight)
-{
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j) sum.a[i][j] += weight * x.at(i) * y.at(j);
-}
-
-expectation expected(const std::vector<vector3>& vectors, const state& now)
+expectation expected(const std::vector<vector3>& vectors, const state& now, products& of)
 {
     expectation sums;
     sums.genuine.reserve(vectors.size());
-    const double variance = now.sigma * now.sigma;
-    const double peak = (1.0 - now.wrong) / now.volume / std::pow(twopi * variance, 1.5);
+    const double peak = now.errors.peak(now.volume);
     const matrix3 upright = now.R.transpose();
     for (const vector3& q : vectors) {
-        const vector3 x = now.basis.multiply(q);
-        const vector3 h = {std::round(x.x), std::round(x.y), std::round(x.z)};
+        const vector3 h = nearestpoint(now.basis, q);
         const vector3 g = now.crystal.multiply(h);
         const vector3 d = upright.multiply(q) - g;
-        const double square = d.length_sq();
-        // The origin is a point of every lattice: a vector near to it says nothing.
-        const bool origin = h.length_sq() == 0.0;
-        const double chance = origin ? 0.0 : peak * std::exp(-0.5 * square / variance);
-        const double part = chance / (chance + now.wrong);
-        sums.likelihood += std::log(chance + now.wrong);
-        sums.weight += part;
-        sums.squares += part * square;
-        addproduct(sums.gg, g, g, part);
-        addproduct(sums.dg, d, g, part);
-        sums.genuine.push_back(part);
+        const double genuine = now.errors.take(sums, peak, h, d.length_sq());
+        addproduct(of.gg, g, g, genuine);
+        addproduct(of.dg, d, g, genuine);
     }
     return sums;
 }
 
-ninebynine precisionof(const expectation& sums, const state& now)
+ninebynine precisionof(const products& of, const state& now)
 {
-    ninebynine M = squaresof(scaled(sums.gg, 1.0 / (now.sigma * now.sigma)));
+    ninebynine M = squaresof(scaled(of.gg, 1.0 / (now.errors.sigma * now.errors.sigma)));
     addprior(M, usualstrain);
     return M;
 }
@@ -138,10 +116,9 @@ double fixedby(const ninebynine& variance)
     return count;
 }
 
-void improve(state& now, const givencell& cell, const expectation& sums, const splitmatrix& M,
-             double parameters, std::size_t count)
+void improve(state& now, const givencell& cell, const products& of, const splitmatrix& M)
 {
-    nine b = productsof(scaled(sums.dg, 1.0 / (now.sigma * now.sigma)));
+    nine b = productsof(scaled(of.dg, 1.0 / (now.errors.sigma * now.errors.sigma)));
     const nine pull = productsof(now.strain);
     for (std::size_t k = 3; k < 9; ++k) b[k] -= pull[k] / (usualstrain * usualstrain);
     nine x = M.solve(b);
@@ -149,11 +126,6 @@ void improve(state& now, const givencell& cell, const expectation& sums, const s
     x[0] = x[1] = x[2] = 0.0;
     now.strain = now.strain + deformationof(x);
     set(now, cell);
-    const double freedom = std::max(3.0 * sums.weight - parameters, 3.0);
-    now.sigma = std::clamp(std::sqrt(sums.squares / freedom), now.leastsigma,
-                           std::max(now.leastsigma, largestsigma / std::cbrt(now.volume)));
-    const auto total = static_cast<double>(count);
-    now.wrong = (total - sums.weight + 1.0) / (total + 2.0);
 }
 
 // The logarithm of the sum over all turns of the density of the strain.
@@ -174,13 +146,6 @@ double evidenceof(const expectation& sums, const state& now, const givencell& ce
 {
     return sums.likelihood + 4.5 * std::log(twopi) - 0.5 * M.logdeterminant()
            - std::log(2.0 * twopi * twopi) + logstrains(now, cell) - std::log(cells);
-}
-
-double usuallength(const std::vector<vector3>& vectors)
-{
-    double squares = 0.0;
-    for (const vector3& q : vectors) squares += q.length_sq();
-    return std::sqrt(squares / std::max(1.0, static_cast<double>(vectors.size())));
 }
 
 } // namespace
@@ -213,34 +178,24 @@ assessment assessknown(const std::vector<vector3>& vectors, const givencell& cel
     state now;
     now.R = R;
     set(now, cell);
-    assessment nothing = {now.basis, none, 0.0, 1.0, 0, {}};
-    assessment found = nothing;
-    now.sigma = firstsigma / std::cbrt(now.volume);
-    now.leastsigma = smallestsigma * usuallength(vectors);
-    if (!(now.leastsigma < largestsigma / std::cbrt(now.volume))) return nothing;
-    constexpr int mostrounds = 40;
-    double before = none;
-    for (int round = 0; round < mostrounds; ++round) {
-        const expectation sums = expected(vectors, now);
-        const auto M = splitmatrix::of(precisionof(sums, now));
+    const assessment nothing = {now.basis, none, 0.0, 1.0, 0, {}};
+    now.errors = {firstsigma / std::cbrt(now.volume), firstwrong, digiterror(vectors)};
+    if (!(now.errors.least < largestsigma / std::cbrt(now.volume))) return nothing;
+    refinement rounds(least);
+    while (true) {
+        products of;
+        const expectation sums = expected(vectors, now, of);
+        const auto M = splitmatrix::of(precisionof(of, now));
         if (!M) return nothing;
         const ninebynine variance = M->inverse();
         if (!oriented(sums, variance)) return nothing;
-        found.basis = now.basis;
-        found.evidence = evidenceof(sums, now, cell, *M, cells);
-        found.sigma = now.sigma;
-        found.wrong = now.wrong;
-        found.genuine = sums.genuine;
-        constexpr double settled = 1e-4;
-        if (round > 3 && std::fabs(sums.likelihood - before) < settled) break;
-        // The first rounds find most of it; what they leave is far less than one for each vector.
-        if (round == 4 && found.evidence + static_cast<double>(vectors.size()) < least) break;
-        before = sums.likelihood;
-        improve(now, cell, sums, *M, fixedby(variance), vectors.size());
+        const double evidence = evidenceof(sums, now, cell, *M, cells);
+        if (rounds.ends(sums, evidence))
+            return {now.basis,        evidence,        now.errors.sigma,
+                    now.errors.wrong, indexedof(sums), sums.genuine};
+        improve(now, cell, of, *M);
+        now.errors.improve(sums, fixedby(variance), largestsigma / std::cbrt(now.volume));
     }
-    found.indexed = static_cast<int>(std::count_if(found.genuine.begin(), found.genuine.end(),
-                                                   [](double g) { return g > 0.5; }));
-    return found;
 }
 
 } // namespace torvik::tools

@@ -42,8 +42,7 @@ double evidenceneededof(std::size_t reflections)
 bool onelattice(const matrix3& D, const matrix3& E)
 {
     constexpr double nearly = 0.03; // of an index
-    const auto found = relationbetween(D, E, nearly, 1);
-    return found && found->how == kinship::same;
+    return samelattice(D, E, nearly);
 }
 
 int determinantof(const std::array<int, 3>& a, const std::array<int, 3>& b,

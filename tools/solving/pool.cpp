@@ -14,13 +14,12 @@ constexpr std::size_t kept = 12;       // lattices
 constexpr int relatives[] = {2, 3, 5}; // indices: of 4, 6 and more one comes by two steps
 constexpr double sametolerance = 0.15;
 
-bool samelattice(const matrix3& D, const matrix3& E)
+bool takenforone(const matrix3& D, const matrix3& E)
 {
     const double ratio = std::fabs(D.determinant() / E.determinant());
     constexpr double nearly = 1.3;
     if (!(ratio < nearly && ratio > 1.0 / nearly)) return false;
-    const auto found = relationbetween(D, E, sametolerance, 1);
-    return found && found->how == kinship::same;
+    return samelattice(D, E, sametolerance);
 }
 
 std::vector<matrix3> stepsaside()
@@ -41,7 +40,7 @@ void pool::insert(const assessment& one)
     if (!std::isfinite(one.evidence)) return;
     if (lattices_.size() == kept && one.evidence <= lattices_.back().evidence) return;
     for (std::size_t i = 0; i < lattices_.size(); ++i) {
-        if (!samelattice(lattices_[i].basis, one.basis)) continue;
+        if (!takenforone(lattices_[i].basis, one.basis)) continue;
         if (one.evidence <= lattices_[i].evidence) return;
         // The same, refined a little better.
         lattices_.erase(lattices_.begin() + static_cast<std::ptrdiff_t>(i));

@@ -150,8 +150,7 @@ bool ofonestill(const std::vector<vector3>& vectors)
     vector3 right;
     double squares = 0.0;
     for (const vector3& q : vectors) {
-        for (int i = 0; i < 3; ++i)
-            for (int j = 0; j < 3; ++j) normal.a[i][j] += q.at(i) * q.at(j);
+        addproduct(normal, q, q);
         right += q * (0.5 * q.length_sq());
         squares += q.length_sq();
     }
@@ -174,9 +173,7 @@ std::string hindrance(const std::vector<vector3>& vectors)
                + " reflections; no lattice is sure with fewer than " + std::to_string(fewestvectors)
                + ".";
     matrix3 sum(0.0);
-    for (const vector3& q : vectors)
-        for (int i = 0; i < 3; ++i)
-            for (int j = 0; j < 3; ++j) sum.a[i][j] += q.at(i) * q.at(j);
+    for (const vector3& q : vectors) addproduct(sum, q, q);
     const double trace = sum.a[0][0] + sum.a[1][1] + sum.a[2][2];
     // The determinant is the product of the three spreads: a flat one is far below their mean.
     constexpr double flat = 1e-7;

@@ -34,8 +34,7 @@ std::optional<ninebynine> covarianceof(const std::vector<vector3>& vectors, cons
     for (std::size_t n = 0; n < vectors.size(); ++n) {
         const auto h = nearestindices(found.basis.multiply(vectors[n]));
         const vector3 g = UB.multiply(vector3(h[0], h[1], h[2]));
-        for (int i = 0; i < 3; ++i)
-            for (int j = 0; j < 3; ++j) gg.a[i][j] += found.genuine[n] * g.at(i) * g.at(j);
+        addproduct(gg, g, g, found.genuine[n]);
     }
     ninebynine precision = squaresof(scaled(gg, 1.0 / (found.sigma * found.sigma)));
     if (found.known >= 0) addprior(precision, usualstrain);

@@ -86,6 +86,18 @@ TEST(Relations, SurviveErrorsOfMeasurement)
     }
 }
 
+TEST(Relations, ABasisOfOneLatticeIsToldFromThatOfASuperlattice)
+{
+    chance random(9);
+    for (int n = 0; n < 200; ++n) {
+        const matrix3 E = niggli(randombasis(random)).basis;
+        EXPECT_TRUE(samelattice(randomchange(random, 4).multiply(E), E));
+        const int index = random.whole(2, 4);
+        EXPECT_FALSE(samelattice(hermiteforms(index).front().multiply(E), E));
+        EXPECT_FALSE(samelattice(E, hermiteforms(index).front().multiply(E)));
+    }
+}
+
 TEST(Relations, BetweenStrangersThereAreNone)
 {
     chance random(8);

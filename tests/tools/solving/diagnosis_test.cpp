@@ -12,13 +12,6 @@ namespace torvik::tools {
 
 namespace {
 
-std::vector<vector3> measured(const simulated& made)
-{
-    std::vector<vector3> vectors;
-    for (const auto& one : made.reflections) vectors.push_back(one.measured);
-    return vectors;
-}
-
 simulationrequest usual()
 {
     simulationrequest asked;
@@ -43,7 +36,7 @@ TEST(TheDiagnosis, SaysNothingOfAFaultlessMeasurement)
         asked.seed = seed;
         asked.wrong = 6;
         const simulated made = simulate(asked);
-        EXPECT_EQ(said(measured(made), made.truth().primitive), "") << seed;
+        EXPECT_EQ(said(made.vectors(), made.truth().primitive), "") << seed;
     }
 }
 
@@ -51,7 +44,7 @@ TEST(TheDiagnosis, FindsIndicesInHalvesAndThirds)
 {
     const simulated made = simulate(usual());
     const matrix3 UB = made.truth().primitive.inverse();
-    std::vector<vector3> halves = measured(made);
+    std::vector<vector3> halves = made.vectors();
     std::vector<vector3> thirds = halves;
     for (int i = 0; i < 5; ++i) {
         halves.push_back(UB.multiply(vector3(i - 2 + 0.5, 1 - i, i % 2)));
@@ -70,7 +63,7 @@ TEST(TheDiagnosis, FindsIndicesInHalvesAndThirds)
 TEST(TheDiagnosis, FindsARing)
 {
     const simulated made = simulate(usual());
-    std::vector<vector3> vectors = measured(made);
+    std::vector<vector3> vectors = made.vectors();
     // Ice, 3.67 angstroms; directions by the golden angle.
     for (int i = 0; i < 9; ++i) {
         const double z = -0.9 + 0.2 * i;
@@ -88,7 +81,7 @@ TEST(TheDiagnosis, FindsAnOffsetOfAllReflections)
     simulationrequest asked = usual();
     asked.offset = {0.004, -0.002, 0.001};
     const simulated made = simulate(asked);
-    const std::string all = said(measured(made), made.truth().primitive);
+    const std::string all = said(made.vectors(), made.truth().primitive);
     EXPECT_NE(all.find("are shifted together by 0.004"), std::string::npos) << all;
 }
 
@@ -97,7 +90,7 @@ TEST(TheDiagnosis, FindsErrorsThatGrowWithTheCubeOfTheLength)
     simulationrequest asked = usual();
     asked.noise = 0.001;
     const simulated made = simulate(asked);
-    std::vector<vector3> vectors = measured(made);
+    std::vector<vector3> vectors = made.vectors();
     for (vector3& q : vectors) q *= 1.0 + 0.05 * q.length_sq();
     const std::string all = said(vectors, made.truth().primitive);
     EXPECT_NE(all.find("grow with the cube of the length"), std::string::npos) << all;
@@ -132,7 +125,7 @@ TEST(AmbiguousCells, AreToldApartByAReflectionThatOnlyTheLargerOneHas)
 
 TEST(Stills, AreKnownByTheirSphere)
 {
-    EXPECT_FALSE(ofonestill(measured(simulate(usual()))));
+    EXPECT_FALSE(ofonestill(simulate(usual()).vectors()));
     std::vector<vector3> sphere;
     const vector3 k(0, 0, 1.0); // wavelength 1
     for (int i = 0; i < 40; ++i) {

@@ -13,13 +13,6 @@ namespace torvik::tools {
 
 namespace {
 
-std::vector<vector3> measured(const simulated& made)
-{
-    std::vector<vector3> vectors;
-    for (const auto& one : made.reflections) vectors.push_back(one.measured);
-    return vectors;
-}
-
 simulationrequest half(std::uint64_t seed)
 {
     simulationrequest asked;
@@ -35,15 +28,14 @@ simulationrequest half(std::uint64_t seed)
 bool finds(const pool& candidates, const matrix3& truth)
 {
     if (candidates.lattices().empty()) return false;
-    const auto related = relationbetween(candidates.lattices()[0].basis, truth, 0.15, 1);
-    return related && related->how == kinship::same;
+    return samelattice(candidates.lattices()[0].basis, truth, 0.15);
 }
 
 TEST(TheEvidence, IsHighForTheTrueLatticeAndRecoversItsErrors)
 {
     for (std::uint64_t seed = 1; seed <= 20; ++seed) {
         const simulated made = simulate(half(seed));
-        const assessment truth = assess(measured(made), made.truth().primitive);
+        const assessment truth = assess(made.vectors(), made.truth().primitive);
         EXPECT_GT(truth.evidence, 12.0) << seed;
         EXPECT_NEAR(truth.wrong, 0.5, 0.1);
         // Ten reflections: 21 degrees of freedom, so the standard deviation of s is 15 %.
@@ -55,7 +47,7 @@ TEST(TheEvidence, IsHighForTheTrueLatticeAndRecoversItsErrors)
 TEST(TheEvidence, RisesFromADisturbedStart)
 {
     const simulated made = simulate(half(3));
-    const auto vectors = measured(made);
+    const auto vectors = made.vectors();
     const matrix3 truth = made.truth().primitive;
     const matrix3 start =
         truth.multiply(matrix3(1.002, 0.001, 0, 0, 0.998, 0.001, 0.001, 0, 1.001));
@@ -69,7 +61,7 @@ TEST(TheEvidence, OfASupercellIsLessByLogOfItsIndexForEachReflection)
     asked.wrong = 0;
     asked.reflections = 40;
     const simulated made = simulate(asked);
-    const auto vectors = measured(made);
+    const auto vectors = made.vectors();
     const matrix3 truth = made.truth().primitive;
     const double best = assess(vectors, truth).evidence;
     for (const matrix3& T : hermiteforms(2)) {
@@ -81,7 +73,7 @@ TEST(TheEvidence, OfASupercellIsLessByLogOfItsIndexForEachReflection)
 TEST(TheEvidence, OfASubcellFallsBecauseReflectionsAreLost)
 {
     const simulated made = simulate(half(7));
-    const auto vectors = measured(made);
+    const auto vectors = made.vectors();
     const matrix3 truth = made.truth().primitive;
     const double best = assess(vectors, truth).evidence;
     for (const matrix3& T : hermiteforms(2))
@@ -101,7 +93,7 @@ TEST(TheEvidence, IsNoneForACellBeyondTheDigitsOfTheVectors)
 {
     const simulated made = simulate(half(2));
     const matrix3 huge = scaled(made.truth().primitive, 1e7);
-    EXPECT_FALSE(std::isfinite(assess(measured(made), huge).evidence));
+    EXPECT_FALSE(std::isfinite(assess(made.vectors(), huge).evidence));
 }
 
 TEST(ThePool, FindsTheLatticeFromItsMultiplesAndItsParts)
@@ -109,7 +101,7 @@ TEST(ThePool, FindsTheLatticeFromItsMultiplesAndItsParts)
     int starts = 0;
     for (const int index : {2, 3, 4, 5, 6}) {
         const simulated made = simulate(half(10 + static_cast<std::uint64_t>(index)));
-        const auto vectors = measured(made);
+        const auto vectors = made.vectors();
         const matrix3 truth = made.truth().primitive;
         for (const matrix3& T : {hermiteforms(index).front(), hermiteforms(index).back()}) {
             pool candidates(vectors);
@@ -125,7 +117,7 @@ TEST(ThePool, FindsTheLatticeFromItsMultiplesAndItsParts)
 TEST(ThePool, HoldsEachLatticeOnceTheMostEvidentFirst)
 {
     const simulated made = simulate(half(4));
-    const auto vectors = measured(made);
+    const auto vectors = made.vectors();
     const matrix3 truth = made.truth().primitive;
     pool candidates(vectors);
     const matrix3 another(1, 1, 0, 0, 1, 0, 0, 1, 1); // of determinant 1
@@ -149,7 +141,7 @@ TEST(UncertaintiesOfACell, AreThoseOfRepeatedMeasurements)
         asked.noise = 0.02;
         asked.seed = seed;
         const simulated made = simulate(asked);
-        const auto vectors = measured(made);
+        const auto vectors = made.vectors();
         const assessment found = assess(vectors, made.truth().conventional);
         const uncertaincell cell = uncertaintyof(vectors, found);
         for (std::size_t k = 0; k < 6; ++k) {

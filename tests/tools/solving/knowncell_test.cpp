@@ -41,7 +41,7 @@ simulationrequest requestof(const cell6& cell, int reflections, int wrong, doubl
 vectorlist listof(const simulated& made)
 {
     vectorlist list;
-    for (const auto& one : made.reflections) list.vectors.push_back(one.measured);
+    list.vectors = made.vectors();
     return list;
 }
 
@@ -50,12 +50,6 @@ answer solved(const vectorlist& list, const std::vector<cell6>& cells)
     solveoptions options;
     options.known = cells;
     return solveknown(list, options);
-}
-
-bool same(const matrix3& D, const matrix3& E)
-{
-    const auto related = relationbetween(D, E, 0.1, 1);
-    return related && related->how == kinship::same;
 }
 
 // Reflections of no lattice: each in a direction of its own.
@@ -346,7 +340,7 @@ TEST(AKnownCell, IsFoundAmongMostlyWrongReflections)
         const simulated made = simulate(requestof(lowcell, 20, 12, 0.02, seed));
         const answer found = solved(listof(made), {lowcell});
         EXPECT_EQ(found.how, verdict::solved) << seed << ": " << found.reason;
-        EXPECT_TRUE(same(found.lattices[0].basis, made.truth().primitive)) << seed;
+        EXPECT_TRUE(samelattice(found.lattices[0].basis, made.truth().primitive)) << seed;
         EXPECT_EQ(found.lattices[0].known, 0);
         EXPECT_TRUE(found.runs.empty());
     }
@@ -364,7 +358,7 @@ TEST(AKnownCell, IsFoundInAnyLatticeSystem)
         const simulated made = simulate(asked);
         const answer found = solved(listof(made), {cellof(made.truth().primitive)});
         EXPECT_EQ(found.how, verdict::solved) << type.system << " " << type.centring;
-        EXPECT_TRUE(same(found.lattices[0].basis, made.truth().primitive))
+        EXPECT_TRUE(samelattice(found.lattices[0].basis, made.truth().primitive))
             << type.system << " " << type.centring;
         ++trials;
     }
@@ -382,7 +376,7 @@ TEST(AKnownCell, IsReportedInTheSettingThatWasGiven)
     const cell6 cell = cellof(found.lattices[0].basis);
     for (std::size_t k = 0; k < 3; ++k) EXPECT_NEAR(cell[k] / given[k], 1.0, 0.005);
     for (std::size_t k = 3; k < 6; ++k) EXPECT_NEAR(cell[k], given[k], 0.4);
-    EXPECT_TRUE(same(found.lattices[0].basis, made.truth().primitive));
+    EXPECT_TRUE(samelattice(found.lattices[0].basis, made.truth().primitive));
 }
 
 TEST(AKnownCell, IsTheSameForReflectionsThatAreNegatedOrInAnotherOrder)
@@ -395,7 +389,7 @@ TEST(AKnownCell, IsTheSameForReflectionsThatAreNegatedOrInAnotherOrder)
     const answer other = solved(list, {lowcell});
     EXPECT_EQ(other.how, verdict::solved);
     EXPECT_NEAR(other.lattices[0].evidence, one.lattices[0].evidence, 1e-3);
-    EXPECT_TRUE(same(one.lattices[0].basis, other.lattices[0].basis));
+    EXPECT_TRUE(samelattice(one.lattices[0].basis, other.lattices[0].basis));
 }
 
 TEST(AKnownCell, IsRefusedForReflectionsOfAnotherCellOrOfNone)
@@ -475,7 +469,7 @@ TEST(AKnownCell, IsNotLedAstrayByTheOriginOrByVectorsThatAreThereTwice)
     list.vectors.push_back(list.vectors[3]);
     const answer found = solved(list, {lowcell});
     EXPECT_EQ(found.how, verdict::solved);
-    EXPECT_TRUE(same(found.lattices[0].basis, made.truth().primitive));
+    EXPECT_TRUE(samelattice(found.lattices[0].basis, made.truth().primitive));
     EXPECT_EQ(found.lattices[0].genuine[20], 0.0);
     list.vectors.assign(8, vector3(0.1, 0.2, 0.3));
     EXPECT_EQ(solved(list, {lowcell}).how, verdict::refused);
@@ -578,8 +572,8 @@ TEST(AKnownCell, IsFoundForEachOfTwoCrystals)
     ASSERT_TRUE(all.each[1].turn);
     for (const crystal& one : all.each) {
         const matrix3& basis = one.found.lattices[0].basis;
-        EXPECT_TRUE(same(basis, made.lattices[0].primitive)
-                    || same(basis, made.lattices[1].primitive));
+        EXPECT_TRUE(samelattice(basis, made.lattices[0].primitive)
+                    || samelattice(basis, made.lattices[1].primitive));
     }
 }
 
@@ -614,7 +608,7 @@ TEST(AKnownCell, IsOrientedByASingleStill)
     EXPECT_TRUE(ofonestill(list.vectors));
     const answer found = solved(list, {{30, 40, 50, 90, 95, 90}});
     EXPECT_EQ(found.how, verdict::solved) << found.reason;
-    EXPECT_TRUE(same(found.lattices[0].basis, UB.inverse()));
+    EXPECT_TRUE(samelattice(found.lattices[0].basis, UB.inverse()));
 }
 
 TEST(AKnownCell, EndsInTimeAndWhenItIsTold)

@@ -28,7 +28,7 @@ vectorlist some(int count, int wrong = 0, std::uint64_t seed = 1)
     asked.noise = 0.005;
     asked.seed = seed;
     vectorlist list;
-    for (const auto& one : simulate(asked).reflections) list.vectors.push_back(one.measured);
+    list.vectors = simulate(asked).vectors();
     return list;
 }
 
