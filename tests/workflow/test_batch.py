@@ -76,6 +76,15 @@ class ABatch(InAFolder):
         self.assertEqual({Path(file).name for file in reasons}, {"bad.csv", "empty.idx", "gone.idx"})
         self.assertIn("bad.csv", reasons[str(self.folder / "data/bad.csv")])
 
+    def test_gives_one_reason_for_all_that_failed_by_it(self) -> None:
+        for name in (b"data/a\xff.csv", b"data/b\xfe.csv", b"data/c.csv"):
+            Path(os.fsdecode(name)).parent.mkdir(exist_ok=True)
+            Path(os.fsdecode(name)).write_text("x,y,z\n1,2\n", encoding="utf-8")
+        self.assertEqual(batch("data", "-o", "out")[0], 0)
+        page = Path("out/overview.html").read_text(encoding="utf-8")
+        self.assertEqual(page.count("data/c.csv"), 1)  # in the table of all
+        self.assertRegex(page, r"<td>3</td><td class=\"text\"><span class=\"mark failed\">")
+
     def test_keeps_what_is_asked_for(self) -> None:
         easycrystals(1)
         kept = {"all": {".solution.json", ".solution.idx", ".solution_idx.res"},

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import json
 import os
+import signal
 import unittest
 from pathlib import Path
 
@@ -210,6 +211,16 @@ class Errors(unittest.TestCase):
     def test_name_the_signal_or_the_status_if_it_said_nothing(self) -> None:
         self.assertEqual(solving.errorin("", -9), "The command was ended by signal 9.")
         self.assertEqual(solving.errorin("", 3), "The command ended with status 3 and no solution.")
+
+
+class AStop(InAFolder):
+    def test_amid_the_start_of_a_command_leaves_none_at_work(self) -> None:
+        self.addCleanup(signal.signal, signal.SIGINT, signal.signal(signal.SIGINT, solving.stop))
+        for _ in range(20):
+            with self.assertRaises(solving.Stopped):
+                solving.ended(["sh", "-c", "echo $$ >child; kill -INT $PPID; exec sleep 60"], 60.0)
+            child = Path("child").read_text(encoding="ascii").strip()
+            self.assertFalse(Path("/proc", child).exists())
 
 
 if __name__ == "__main__":

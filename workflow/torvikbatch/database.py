@@ -103,7 +103,7 @@ def rows(tried: list) -> Iterator[dict]:
                      if record.get("cells") == tried}
         for number, record in sorted(folder.latest(FIRST.recordsof(group)).items()):
             late = again.get(number)
-            if late and (late["size"], late["changed"]) != (record["size"], record["changed"]):
+            if late and folder.stateof(late) != folder.stateof(record):
                 late = None
             row = rowof(record, 1, clusterof.get(number))
             if late and late["verdict"] == "solved":

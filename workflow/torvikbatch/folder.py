@@ -168,6 +168,11 @@ def settings() -> dict:
     return json.loads(SETTINGS.read_text(encoding="utf-8"))
 
 
+def stateof(record: dict) -> tuple[int, int]:
+    """What tells an input from earlier states of it."""
+    return record["size"], record["changed"]
+
+
 def isof(record: dict, given: Input) -> bool:
     """Whether a record is of this input, and not of an earlier state of it."""
-    return (record["size"], record["changed"]) == (given.size, given.changed)
+    return stateof(record) == (given.size, given.changed)

@@ -25,6 +25,10 @@ PATIENCE = 120.0  # seconds
 HANGS = -1000  # in place of a status
 
 
+# They end a job.
+STOPPING = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
+
+
 class Stopped(Exception):
     """The job was told to end."""
 
@@ -54,18 +58,28 @@ def command(given: Input, output: Path, settings: dict, cells: list[list[float]]
     return line
 
 
+def hear() -> None:
+    """Lets come what was held back."""
+    signal.pthread_sigmask(signal.SIG_UNBLOCK, STOPPING)
+
+
 def ended(line: list[str], budget: float) -> tuple[int, str]:
     """Runs a command to its end. Returns its status and what it said on the error stream. It has a
     session of its own: a Ctrl-C for the workflow would make it give a hasty answer."""
-    with tempfile.TemporaryFile("w+", encoding="utf-8", errors="replace") as errors:
-        child = subprocess.Popen(line, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                                 stderr=errors, start_new_session=True)
+    with tempfile.TemporaryFile("w+", encoding="utf-8", errors="surrogateescape") as errors:
+        child = None
+        # A signal amid the start would leave a child that nobody knows of.
+        signal.pthread_sigmask(signal.SIG_BLOCK, STOPPING)
         try:
+            child = subprocess.Popen(line, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                                     stderr=errors, start_new_session=True, preexec_fn=hear)
+            hear()
             status = child.wait(budget + PATIENCE)
         except subprocess.TimeoutExpired:
             status = None
         finally:
-            if child.poll() is None:
+            hear()
+            if child and child.poll() is None:
                 os.killpg(child.pid, signal.SIGKILL)
                 child.wait()
         errors.seek(0)
@@ -198,7 +212,7 @@ def work(which: Pass, group: str) -> None:
 
 def main(arguments: list[str]) -> int:
     number, group = arguments
-    for one in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+    for one in STOPPING:
         signal.signal(one, stop)
     try:
         work(folder.FIRST if int(number) == 1 else folder.SECOND, group)
