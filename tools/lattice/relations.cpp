@@ -178,6 +178,13 @@ std::vector<matrix3> hermiteforms(int index)
     return forms;
 }
 
+std::vector<matrix3> finerforms(int index)
+{
+    std::vector<matrix3> forms = hermiteforms(index);
+    for (matrix3& form : forms) form = form.transpose().inverse();
+    return forms;
+}
+
 std::optional<cellmatch> matchcells(const matrix3& D, const matrix3& E, double length, double angle,
                                     int largest)
 {

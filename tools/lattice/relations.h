@@ -34,6 +34,10 @@ bool samelattice(const matrix3& D, const matrix3& E, double tolerance = 0.1);
 // Each once; the count is the sum of d1^2 d2 over d1 d2 d3 = index.
 std::vector<matrix3> hermiteforms(int index);
 
+// The bases of all lattices that have the given one as a superlattice of an index, as T * basis, with
+// fractions in T. Each once, which the inverse Hermite forms would not give: their transposes do.
+std::vector<matrix3> finerforms(int index);
+
 // Compares two lattices of any orientation: bases of both with lengths that differ by less than a
 // part `length` of the second's, and angles by less than `angle` degrees. All bases of short vectors
 // are compared, not the reduced ones alone, which may jump where a cell is near a boundary of the

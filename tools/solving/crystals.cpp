@@ -18,16 +18,6 @@ using clock = std::chrono::steady_clock;
 // Too few are left for another lattice: the evidence would not do.
 constexpr std::size_t worthtrying = 8;
 
-vectorlist those(const vectorlist& list, const std::vector<std::size_t>& chosen)
-{
-    vectorlist part;
-    for (const std::size_t i : chosen) {
-        part.vectors.push_back(list.vectors[i]);
-        if (!list.intensities.empty()) part.intensities.push_back(list.intensities[i]);
-    }
-    return part;
-}
-
 crystal crystalof(const vectorlist& list, const std::vector<std::size_t>& positions,
                   const answer& found)
 {
@@ -85,9 +75,26 @@ std::string whatdecidesofknown(const matrix3& first, const matrix3& second)
 
 namespace {
 
-std::vector<std::string> remarkson(const std::vector<vector3>& vectors, const answer& found)
+// On the further crystals of the cell. That the first does not take their reflections is no news.
+std::vector<std::string> remarksoncompanions(const assessment& best, int lattices)
 {
-    std::vector<std::string> said = diagnose(vectors, found.lattices[0]);
+    std::vector<std::string> said;
+    for (const matrix3& basis : best.companions)
+        if (const auto turn = misorientationof(best.basis, basis))
+            said.push_back("There is a further crystal of this cell, " + sentenceof(*turn) + ".");
+    const int count = 1 + static_cast<int>(best.companions.size());
+    if (lattices < count)
+        said.push_back("With --lattices " + std::to_string(count)
+                       + " all these crystals are indexed.");
+    return said;
+}
+
+std::vector<std::string> remarkson(const std::vector<vector3>& vectors, const answer& found,
+                                   int lattices)
+{
+    const assessment& best = found.lattices[0];
+    std::vector<std::string> said =
+        best.companions.empty() ? diagnose(vectors, best) : remarksoncompanions(best, lattices);
     if (found.given > 0) said.push_back(pointsneverhit(vectors, found));
     const auto decide = found.given > 0 ? whatdecidesofknown : whatdecides;
     if (found.competing > 1)
@@ -118,7 +125,7 @@ crystals solveall(const vectorlist& list, const solveoptions& options, int latti
         if (number > 1)
             one.turn =
                 misorientationof(all.each[0].found.lattices[0].basis, found.lattices[0].basis);
-        if (number == 1) all.remarks = remarkson(list.vectors, found);
+        if (number == 1) all.remarks = remarkson(list.vectors, found, lattices);
         std::erase_if(left, [&](std::size_t i) { return all.latticeof[i] != 0; });
         all.each.push_back(one);
     }

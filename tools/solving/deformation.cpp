@@ -1,5 +1,7 @@
 #include "solving/deformation.h"
 
+#include "lattice/shortvectors.h"
+
 #include <cmath>
 #include <cstddef>
 #include <numbers>
@@ -125,6 +127,30 @@ double strainsquare(const matrix3& F)
 }
 
 // Newton's iteration to the orthogonal factor (Higham, 1986).
+std::vector<matrix3> turnsof(const matrix3& basis, double strain)
+{
+    std::array<std::vector<latticevector>, 3> rows;
+    const double length = rowof(basis, 2).length() * (1.0 + strain);
+    for (const latticevector& one : shortvectors(basis, length))
+        for (std::size_t i = 0; i < 3; ++i) {
+            const double square = rowof(basis, static_cast<int>(i)).length_sq();
+            if (std::fabs(one.square / square - 1.0) > 2.0 * strain) continue;
+            rows[i].push_back(one);
+            rows[i].push_back({one.factors * -1.0, one.value * -1.0, one.square});
+        }
+    std::vector<matrix3> turns;
+    const matrix3 UB = basis.inverse();
+    for (const latticevector& a : rows[0])
+        for (const latticevector& b : rows[1])
+            for (const latticevector& c : rows[2]) {
+                const matrix3 T = fromrows(a.factors, b.factors, c.factors);
+                if (std::round(T.determinant()) != 1.0) continue;
+                const matrix3 F = UB.multiply(fromrows(a.value, b.value, c.value));
+                if (strainsquare(F) < strain * strain) turns.push_back(T);
+            }
+    return turns;
+}
+
 matrix3 nearestrotation(matrix3 R)
 {
     constexpr int steps = 12;

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <optional>
+#include <vector>
 
 // A lattice UB that is changed a little is (1 + E) UB. The nine elements of E are written as the
 // three components of a turn w and six of a strain e: E = [w] + e, [w] g = w x g, e symmetric. The six
@@ -47,6 +48,10 @@ private:
 // The strain that a matrix near to a rotation makes, e = (F^T F - 1) / 2: the sum of the squares of its
 // nine elements.
 double strainsquare(const matrix3& F);
+
+// The rotations of a lattice, also those that it nearly has, by a strain (the root of the above) of less
+// than `strain`: T * basis = basis * rotation, but for the strain. The basis is one of shortest vectors.
+std::vector<matrix3> turnsof(const matrix3& basis, double strain);
 
 // The nearest rotation to a matrix that is nearly one.
 matrix3 nearestrotation(matrix3 R);

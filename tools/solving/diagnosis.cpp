@@ -2,6 +2,8 @@
 
 #include "base/table.h"
 #include "lattice/relations.h"
+#include "lattice/shortvectors.h"
+#include "solving/chance.h"
 #include "solving/deformation.h"
 
 #include <algorithm>
@@ -9,6 +11,7 @@
 #include <cmath>
 #include <cstddef>
 #include <numbers>
+#include <numeric>
 
 namespace torvik::tools {
 
@@ -22,19 +25,6 @@ std::vector<vector3> nottaken(const std::vector<vector3>& vectors, const assessm
     for (std::size_t i = 0; i < vectors.size(); ++i)
         if (found.genuine[i] < 0.5) left.push_back(vectors[i]);
     return left;
-}
-
-// The probability of `hits` or more among `trials`, each with the chance p.
-double atleast(int hits, int trials, double p)
-{
-    if (hits <= 0) return 1.0;
-    if (p >= 1.0) return 1.0;
-    double sum = 0.0;
-    for (int k = hits; k <= trials; ++k)
-        sum += std::exp(std::lgamma(trials + 1.0) - std::lgamma(k + 1.0)
-                        - std::lgamma(trials - k + 1.0) + k * std::log(p)
-                        + (trials - k) * std::log1p(-p));
-    return std::min(sum, 1.0);
 }
 
 // The part of space within a distance of the points of a lattice with this volume of the cell.
@@ -202,24 +192,42 @@ vector3 axisof(const matrix3& R)
     return longest.length() > 0.0 ? longest.normalized() : vector3(0, 0, 1);
 }
 
+// Of the six or so names of a row, that without a common divisor and with its first sign positive.
+bool properlynamed(int u, int v, int w)
+{
+    const int first = u != 0 ? u : (v != 0 ? v : w);
+    return first > 0 && std::gcd(std::gcd(u, v), w) == 1;
+}
+
 void namerow(const matrix3& basis, misorientation& turn)
 {
     constexpr int largest = 3;
     constexpr double near = 2.0; // degrees
-    double nearest = near;
-    for (int u = -largest; u <= largest; ++u)
+    turn.off = near;
+    for (int u = 0; u <= largest; ++u)
         for (int v = -largest; v <= largest; ++v)
             for (int w = -largest; w <= largest; ++w) {
-                if (u == 0 && v == 0 && w == 0) continue;
+                if (!properlynamed(u, v, w)) continue;
                 const vector3 row = basis.left_multiply(vector3(u, v, w));
                 const double cosine = std::fabs(row.dot(turn.axis)) / row.length();
                 const double off = degrees(std::acos(std::min(cosine, 1.0)));
-                // Of rows in one direction the shortest, the first of its two signs.
-                if (off >= nearest - 1e-6) continue;
-                nearest = off;
+                if (off >= turn.off) continue;
                 turn.direct = std::array<int, 3>{u, v, w};
                 turn.off = off;
             }
+    constexpr double nearly = 1.0; // degree
+    for (const double law : {180.0, 120.0, 90.0, 60.0})
+        if (std::fabs(turn.angle - law) < nearly && turn.direct && turn.off < nearly)
+            turn.twin = true;
+}
+
+// Twin laws come before other turns, then small turns before large ones, then those nearer to a row.
+bool telling(const misorientation& one, const misorientation& other)
+{
+    constexpr double alike = 0.01; // degrees
+    if (one.twin != other.twin) return one.twin;
+    if (std::fabs(one.angle - other.angle) > alike) return one.angle < other.angle;
+    return one.off < other.off;
 }
 
 } // namespace
@@ -242,16 +250,20 @@ std::optional<misorientation> misorientationof(const matrix3& first, const matri
     // Rows: (T first) R^T = second, so R^T = (T first)^-1 second.
     matrix3 turned = match->T.multiply(first);
     if (turned.determinant() * second.determinant() < 0.0) turned = scaled(turned, -1.0);
-    const matrix3 R = nearestrotation(turned.inverse().multiply(second).transpose());
-    misorientation turn;
-    turn.angle = angleof(R);
-    turn.axis = axisof(R);
-    namerow(first, turn);
-    constexpr double nearly = 1.0; // degree
-    for (const double law : {180.0, 120.0, 90.0, 60.0})
-        if (std::fabs(turn.angle - law) < nearly && turn.direct && turn.off < nearly)
-            turn.twin = true;
-    return turn;
+    const shortbasis shortest = shortestbasis(turned);
+    constexpr double symmetric = 0.01; // strain
+    std::optional<misorientation> best;
+    for (const matrix3& T : turnsof(shortest.basis, symmetric)) {
+        const matrix3 alike = T.multiply(shortest.basis);
+        const matrix3 R =
+            nearestrotation(alike.inverse().multiply(shortest.T.multiply(second)).transpose());
+        misorientation turn;
+        turn.angle = angleof(R);
+        turn.axis = axisof(R);
+        namerow(first, turn);
+        if (!best || telling(turn, *best)) best = turn;
+    }
+    return best;
 }
 
 std::string sentenceof(const misorientation& turn)

@@ -83,6 +83,11 @@ double evidenceof(const expectation& sums, const matrix3& HH, const state& now)
            - std::log(measureoflattices * std::log(rangeofvolumes));
 }
 
+assessment result(const state& now, const expectation& sums, double evidence)
+{
+    return {now.basis, evidence, now.errors.sigma, now.errors.wrong, indexedof(sums), sums.genuine};
+}
+
 } // namespace
 
 assessment assess(const std::vector<vector3>& vectors, const matrix3& start, double least)
@@ -98,12 +103,25 @@ assessment assess(const std::vector<vector3>& vectors, const matrix3& start, dou
         const expectation sums = expected(vectors, now, of);
         if (singular(of.HH)) return nothing;
         const double evidence = evidenceof(sums, of.HH, now);
-        if (rounds.ends(sums, evidence))
-            return {now.basis,        evidence,        now.errors.sigma,
-                    now.errors.wrong, indexedof(sums), sums.genuine};
+        if (rounds.ends(sums, evidence)) return result(now, sums, evidence);
         improve(now, sums, of);
     }
     return nothing;
+}
+
+assessment assessunrefined(const std::vector<vector3>& vectors, const assessment& lattice)
+{
+    state now;
+    setbasis(now, lattice.basis.inverse());
+    now.errors = {lattice.sigma, lattice.wrong, lattice.sigma};
+    refinement rounds(none);
+    while (true) {
+        products of;
+        const expectation sums = expected(vectors, now, of);
+        const double evidence = singular(of.HH) ? none : evidenceof(sums, of.HH, now);
+        if (evidence == none || rounds.ends(sums, evidence)) return result(now, sums, evidence);
+        now.errors.improvewrong(sums);
+    }
 }
 
 } // namespace torvik::tools

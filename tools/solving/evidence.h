@@ -48,6 +48,9 @@ struct assessment {
     int indexed = 0;             // vectors that are more likely genuine than wrong
     std::vector<double> genuine; // of each vector: how likely it is genuine
     int known = -1;              // which of the known cells it is, from 0; -1 if none was given
+    // Direct bases of further crystals of the cell, whose evidence is counted in (companions.h). What
+    // is said above is of the first crystal alone.
+    std::vector<matrix3> companions = {};
 };
 
 // Refines a lattice on all vectors and gives its evidence. The errors and the fraction of wrong ones
@@ -58,5 +61,9 @@ struct assessment {
 //         least      a lattice that stays far below this evidence is not refined to the end
 assessment assess(const std::vector<vector3>& vectors, const matrix3& start,
                   double least = -std::numeric_limits<double>::infinity());
+
+// The evidence of a lattice with the errors that it has, of some of the vectors perhaps: only the fraction
+// of wrong ones is refined. Where there are two crystals, to refine all would blur them into one.
+assessment assessunrefined(const std::vector<vector3>& vectors, const assessment& lattice);
 
 } // namespace torvik::tools

@@ -25,31 +25,6 @@ constexpr double firstwrong = 0.4;
 // Strains beyond this many standard deviations are those of another lattice.
 constexpr double beyond = 6.0;
 
-std::vector<matrix3> turnsof(const matrix3& basis)
-{
-    const double longest = beyond * usualstrain;
-    std::array<std::vector<latticevector>, 3> rows;
-    const double length = rowof(basis, 2).length() * (1.0 + longest);
-    for (const latticevector& one : shortvectors(basis, length))
-        for (std::size_t i = 0; i < 3; ++i) {
-            const double square = rowof(basis, static_cast<int>(i)).length_sq();
-            if (std::fabs(one.square / square - 1.0) > 2.0 * longest) continue;
-            rows[i].push_back(one);
-            rows[i].push_back({one.factors * -1.0, one.value * -1.0, one.square});
-        }
-    std::vector<matrix3> turns;
-    const matrix3 UB = basis.inverse();
-    for (const latticevector& a : rows[0])
-        for (const latticevector& b : rows[1])
-            for (const latticevector& c : rows[2]) {
-                const matrix3 T = fromrows(a.factors, b.factors, c.factors);
-                if (std::round(T.determinant()) != 1.0) continue;
-                const matrix3 F = UB.multiply(fromrows(a.value, b.value, c.value));
-                if (strainsquare(F) < longest * longest) turns.push_back(T);
-            }
-    return turns;
-}
-
 struct state {
     matrix3 R;
     matrix3 strain{0.0}; // e
@@ -164,7 +139,7 @@ givencell::givencell(const cell6& cell)
     for (auto& row : back.a)
         for (double& x : row) x = std::round(x);
     volume = basis.determinant();
-    turns = turnsof(basis);
+    turns = turnsof(basis, beyond * usualstrain);
 }
 
 matrix3 givencell::orientationof(const matrix3& given) const

@@ -147,20 +147,8 @@ void judge(const std::vector<vector3>& vectors, const std::vector<givencell>& ce
                        + celltext(cellof(loose.basis), 2, 1) + ".";
         return;
     }
-    bool second = false;
-    found.competing = 1;
-    // Those that compete come first, then those that are there beside the best one, and the others.
-    for (std::size_t i = 1; i < found.lattices.size(); ++i) {
-        if (found.lattices[i].evidence <= best.evidence - leadneeded) break;
-        if (besides(vectors, best, found.lattices[i], cells)) {
-            second = true;
-            continue;
-        }
-        const auto place = found.lattices.begin() + static_cast<std::ptrdiff_t>(i);
-        std::rotate(found.lattices.begin() + static_cast<std::ptrdiff_t>(found.competing), place,
-                    place + 1);
-        ++found.competing;
-    }
+    const bool another = countcompeting(
+        found, [&](const assessment& other) { return besides(vectors, best, other, cells); });
     found.how = found.competing == 1 ? verdict::solved : verdict::ambiguous;
     if (found.how == verdict::ambiguous) {
         found.reason =
@@ -174,7 +162,7 @@ void judge(const std::vector<vector3>& vectors, const std::vector<givencell>& ce
     const std::string cell =
         several ? "known cell " + std::to_string(best.known + 1) : std::string("the known cell");
     found.reason = "One orientation of " + cell + " takes " + percent(part) + " of the reflections"
-                   + (second ? "; another crystal takes others." : ", and no other comes near.");
+                   + (another ? "; another crystal takes others." : ", and no other comes near.");
 }
 
 } // namespace
@@ -229,8 +217,8 @@ std::string pointsneverhit(const std::vector<vector3>& vectors, const answer& fo
     std::optional<assessment> best;
     int parts = 0;
     for (const int index : {2, 3})
-        for (const matrix3& H : hermiteforms(index)) {
-            const matrix3 basis = H.inverse().multiply(known.basis);
+        for (const matrix3& T : finerforms(index)) {
+            const matrix3 basis = T.multiply(known.basis);
             const givencell cell(cellof(basis));
             const assessment one =
                 assessknown(vectors, cell, cell.orientationof(basis), found.given);

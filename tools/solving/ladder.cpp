@@ -110,6 +110,16 @@ void addwindows(std::vector<rung>& ladder, const subset& chosen, int extent,
 
 } // namespace
 
+vectorlist those(const vectorlist& list, const std::vector<std::size_t>& chosen)
+{
+    vectorlist part;
+    for (const std::size_t i : chosen) {
+        part.vectors.push_back(list.vectors[i]);
+        if (!list.intensities.empty()) part.intensities.push_back(list.intensities[i]);
+    }
+    return part;
+}
+
 volumelimits likelyvolumes(const std::vector<vector3>& vectors)
 {
     double shortest = std::numeric_limits<double>::infinity();

@@ -34,6 +34,9 @@ struct vectorlist {
     std::vector<double> intensities; // empty, or as many
 };
 
+// A part of a list, by places.
+vectorlist those(const vectorlist& list, const std::vector<std::size_t>& chosen);
+
 // The limits of the volume that the vectors suggest.
 //
 // Below: N different vectors, of which 2 in 5 at least are genuine, need as many lattice points up to

@@ -25,12 +25,17 @@ double errormodel::take(expectation& sums, double peak, const vector3& h, double
     return part;
 }
 
+void errormodel::improvewrong(const expectation& sums)
+{
+    const auto total = static_cast<double>(sums.genuine.size());
+    wrong = (total - sums.weight + 1.0) / (total + 2.0);
+}
+
 void errormodel::improve(const expectation& sums, double parameters, double largest)
 {
     const double freedom = std::max(3.0 * sums.weight - parameters, 3.0);
     sigma = std::clamp(std::sqrt(sums.squares / freedom), least, std::max(least, largest));
-    const auto total = static_cast<double>(sums.genuine.size());
-    wrong = (total - sums.weight + 1.0) / (total + 2.0);
+    improvewrong(sums);
 }
 
 double digiterror(const std::vector<vector3>& vectors)

@@ -35,6 +35,9 @@ struct errormodel {
     //         square  of its distance from that point
     double take(expectation& sums, double peak, const vector3& h, double square) const;
 
+    // Refines the fraction of wrong ones.
+    void improvewrong(const expectation& sums);
+
     // Refines both.
     //
     // Given:  sums        over all vectors

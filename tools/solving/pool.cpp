@@ -26,10 +26,8 @@ std::vector<matrix3> stepsaside()
 {
     std::vector<matrix3> found;
     for (const int index : relatives)
-        for (const matrix3& H : hermiteforms(index)) {
-            found.push_back(H);
-            found.push_back(H.inverse());
-        }
+        for (const auto& forms : {hermiteforms(index), finerforms(index)})
+            found.insert(found.end(), forms.begin(), forms.end());
     return found;
 }
 

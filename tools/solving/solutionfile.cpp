@@ -57,6 +57,7 @@ json candidate(const assessment& one)
     entry["sigma"] = one.sigma;
     entry["wrong"] = one.wrong;
     if (one.known >= 0) entry["known"] = one.known;
+    for (const matrix3& basis : one.companions) entry["companions"].push_back(jsonof(basis));
     return entry;
 }
 
@@ -129,7 +130,10 @@ std::string lineof(const assessment& one)
     std::string text;
     for (const double value : cellof(one.basis)) text += fixed(value, 2) + "  ";
     return text + "volume " + fixed(std::fabs(one.basis.determinant()), 1) + ", indexed "
-           + std::to_string(one.indexed) + ", evidence " + fixed(one.evidence, 1);
+           + std::to_string(one.indexed) + ", evidence " + fixed(one.evidence, 1)
+           + (one.companions.empty()
+                  ? ""
+                  : " of " + std::to_string(1 + one.companions.size()) + " crystals");
 }
 
 std::string coloured(verdict how, bool colourful)
@@ -172,6 +176,7 @@ std::string pageof(const crystal& one, int number, std::size_t measured, bool se
             + ", to " + fixed(1000.0 * one.found.lattices[0].sigma, 2)
             + " thousandths of 1/angstrom\n";
     page += "  Evidence  e^" + fixed(one.found.lattices[0].evidence, 0) + " to 1 against chance";
+    if (!one.found.lattices[0].companions.empty()) page += ", of all its crystals";
     if (one.found.lattices.size() > 1)
         page += ", e^" + fixed(one.found.lattices[0].evidence - one.found.lattices[1].evidence, 1)
                 + " to 1 against the next lattice";

@@ -7,6 +7,7 @@
 #include "formats/resultsfile.h"
 #include "lattice/cell.h"
 #include "lattice/relations.h"
+#include "solving/companions.h"
 #include "solving/pool.h"
 
 #include <algorithm>
@@ -107,24 +108,84 @@ std::string percent(double part)
     return fixed(100.0 * part, 0) + " %";
 }
 
-void judge(const pool& candidates, bool still, answer& found)
+// Whether a lattice may be the one that holds several crystals: it is among the best. Or these blur the
+// crystals into one, with larger errors.
+bool mayhold(const assessment& one, const assessment& best)
 {
+    constexpr double sharper = 0.7;
+    if (one.evidence > best.evidence - leadneeded) return true;
+    return one.evidence > best.evidence - 4.0 * leadneeded && one.sigma < sharper * best.sigma;
+}
+
+// All lattices, the most evident first; the crystals that one of the best holds together among them.
+std::vector<assessment> withcrystals(const vectorlist& list, const pool& candidates,
+                                     const std::function<bool()>& over)
+{
+    std::vector<assessment> all = candidates.lattices();
+    if (candidates.best() < evidenceneeded) return all;
+    std::optional<assessment> several;
     for (const assessment& one : candidates.lattices()) {
+        if (!mayhold(one, all[0])) continue;
+        const auto held = heldtogether(list, one, over);
+        if (held && (!several || held->evidence > several->evidence)) several = held;
+    }
+    if (!several) return all;
+    std::erase_if(all, [&](const assessment& one) { return among(one, *several); });
+    const auto place = std::find_if(all.begin(), all.end(), [&](const assessment& one) {
+        return one.evidence < several->evidence;
+    });
+    all.insert(place, *several);
+    return all;
+}
+
+// Whether a lattice is there beside the best one, as that of another crystal: it takes what that leaves,
+// and not the same.
+bool besides(const std::vector<vector3>& vectors, const assessment& best, const assessment& other)
+{
+    if (!best.companions.empty() || !other.companions.empty()) return false;
+    std::vector<vector3> left;
+    int shared = 0;
+    for (std::size_t i = 0; i < vectors.size(); ++i)
+        if (best.genuine[i] <= 0.5)
+            left.push_back(vectors[i]);
+        else if (other.genuine[i] > 0.5)
+            ++shared;
+    return 2 * shared < best.indexed && assess(left, other.basis).evidence >= evidenceneeded;
+}
+
+std::string reasonof(const answer& found, bool another)
+{
+    if (found.how == verdict::ambiguous)
+        return std::to_string(found.competing) + " lattices explain the reflections alike.";
+    const assessment& best = found.lattices[0];
+    const auto measured = static_cast<double>(best.genuine.size());
+    if (best.companions.empty())
+        return "One lattice takes " + percent(best.indexed / measured) + " of the reflections"
+               + (another ? "; another crystal takes others." : ", and no other comes near.");
+    return std::to_string(1 + best.companions.size())
+           + " crystals of one cell explain the reflections, and no other lattice comes near. The "
+             "first takes "
+           + percent(best.indexed / measured) + " of them.";
+}
+
+void judge(const std::vector<vector3>& vectors, const std::vector<assessment>& lattices,
+           answer& found)
+{
+    for (const assessment& one : lattices) {
         found.lattices.push_back(one);
         found.lattices.back().basis = niggli(one.basis).basis;
     }
-    if (candidates.best() < evidenceneeded) {
+    if (lattices.empty() || lattices[0].evidence < evidenceneeded) {
         found.how = verdict::refused;
         found.reason = found.lattices.empty()
                            ? "No lattice was found."
                            : "The best lattice is no better than chance could make one.";
         return;
     }
-    const double least = candidates.best() - leadneeded;
-    found.competing = static_cast<std::size_t>(
-        std::count_if(found.lattices.begin(), found.lattices.end(),
-                      [&](const assessment& one) { return one.evidence > least; }));
-    if (still) {
+    const assessment best = found.lattices[0];
+    const bool another = countcompeting(
+        found, [&](const assessment& other) { return besides(vectors, best, other); });
+    if (ofonestill(vectors)) {
         found.how = verdict::ambiguous;
         found.reason =
             "The reflections are those of a single still image, which fix no lattice beyond "
@@ -132,13 +193,7 @@ void judge(const pool& candidates, bool still, answer& found)
         return;
     }
     found.how = found.competing == 1 ? verdict::solved : verdict::ambiguous;
-    const assessment& best = found.lattices[0];
-    const double part =
-        static_cast<double>(best.indexed) / static_cast<double>(best.genuine.size());
-    found.reason =
-        found.how == verdict::solved
-            ? "One lattice takes " + percent(part) + " of the reflections, and no other comes near."
-            : std::to_string(found.competing) + " lattices explain the reflections alike.";
+    found.reason = reasonof(found, another);
 }
 
 } // namespace
@@ -182,6 +237,19 @@ std::string hindrance(const std::vector<vector3>& vectors)
     return "";
 }
 
+bool countcompeting(answer& found, const std::function<bool(const assessment&)>& besides)
+{
+    std::vector<assessment>& all = found.lattices;
+    const double least = all[0].evidence - leadneeded;
+    const auto end = std::find_if(all.begin() + 1, all.end(),
+                                  [&](const assessment& one) { return one.evidence <= least; });
+    const auto others = std::stable_partition(all.begin() + 1, end,
+                                              [&](const assessment& one) { return !besides(one); });
+    found.competing = static_cast<std::size_t>(others - all.begin());
+    std::rotate(others, end, all.end());
+    return others != end;
+}
+
 answer solve(const vectorlist& list, const solveoptions& options)
 {
     answer found;
@@ -223,7 +291,9 @@ answer solve(const vectorlist& list, const solveoptions& options)
                         endsapass(ladder, found.runs.size() - 1));
         }
     }
-    judge(candidates, ofonestill(list.vectors), found);
+    // Bounded work: the budget is for runs.
+    const auto stopped = [&]() -> bool { return until.stop; };
+    judge(list.vectors, withcrystals(list, candidates, stopped), found);
     return found;
 }
 

@@ -50,6 +50,13 @@ struct answer {
 constexpr double evidenceneeded = 12.0;
 constexpr double leadneeded = 3.5;
 
+// Counts the lattices of an answer that cannot be told from the first: no less evident but for the lead
+// that is needed. They come behind it; those that are there beside it, as another crystal, come last.
+//
+// Given:     besides  says of a lattice whether it is one of these
+// Returned:  whether any is
+bool countcompeting(answer& found, const std::function<bool(const assessment&)>& besides);
+
 // Solves for one lattice. Runs are made in the order of the ladder, `jobs` at a time, and looked at in
 // that order, so the answer does not depend on how many go at a time. It ends when the answer is
 // sure, when the ladder or the budget is at its end, or when it is told to.

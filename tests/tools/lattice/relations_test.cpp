@@ -86,6 +86,25 @@ TEST(Relations, SurviveErrorsOfMeasurement)
     }
 }
 
+TEST(Relations, FinerLatticesAreThoseThatHaveTheLatticeAsASuperlatticeEachOnce)
+{
+    chance random(10);
+    const matrix3 E = niggli(randombasis(random)).basis;
+    for (const int index : {2, 3, 4, 6}) {
+        const auto forms = finerforms(index);
+        ASSERT_EQ(forms.size(), hermiteforms(index).size());
+        for (std::size_t i = 0; i < forms.size(); ++i) {
+            const matrix3 finer = forms[i].multiply(E);
+            const auto related = relationbetween(E, finer);
+            ASSERT_TRUE(related);
+            EXPECT_EQ(related->how, kinship::super);
+            EXPECT_EQ(related->index, index);
+            for (std::size_t j = 0; j < i; ++j)
+                EXPECT_FALSE(samelattice(forms[j].multiply(E), finer)) << index << ": " << i << j;
+        }
+    }
+}
+
 TEST(Relations, ABasisOfOneLatticeIsToldFromThatOfASuperlattice)
 {
     chance random(9);

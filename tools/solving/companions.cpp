@@ -1,0 +1,137 @@
+#include "solving/companions.h"
+
+#include "lattice/cell.h"
+#include "lattice/relations.h"
+#include "lattice/shortvectors.h"
+#include "solving/chance.h"
+#include "solving/knownsolve.h"
+#include "solving/mixture.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <vector>
+
+namespace torvik::tools {
+
+namespace {
+
+constexpr std::size_t mostcompanions = 5; // a sixling has as many
+constexpr int largestindex = 16;
+constexpr std::size_t mosttried = 4; // parts, with all that is left
+constexpr double rare = 0.05;        // what chance makes more often is not tried
+
+// A part of the points of a lattice, in terms of its basis: T times that is a basis. And how likely
+// chance gives any part of the index as many reflections.
+struct latticepart {
+    matrix3 T;
+    double chance = 1.0;
+};
+
+bool has(const matrix3& T, const vector3& h)
+{
+    constexpr double whole = 0.01; // others are off by 1/16 at least
+    return offwhole(T.multiply(h)) < whole;
+}
+
+// The indices of the reflections that a lattice takes.
+std::vector<vector3> indicesof(const vectorlist& taken, const assessment& one)
+{
+    std::vector<vector3> indices;
+    for (const vector3& q : taken.vectors) indices.push_back(nearestpoint(one.basis, q));
+    return indices;
+}
+
+// The likely parts, the most striking ones first.
+std::vector<latticepart> likelyparts(const std::vector<vector3>& indices)
+{
+    const int count = static_cast<int>(indices.size());
+    std::vector<latticepart> found;
+    for (int n = 2; n <= largestindex; ++n) {
+        const std::vector<matrix3> forms = finerforms(n);
+        for (const matrix3& T : forms) {
+            const auto hits = std::count_if(indices.begin(), indices.end(),
+                                            [&](const vector3& h) { return has(T, h); });
+            if (hits * n <= count) continue;
+            const double chance =
+                static_cast<double>(forms.size()) * atleast(static_cast<int>(hits), count, 1.0 / n);
+            if (chance < rare) found.push_back({T, chance});
+        }
+    }
+    std::stable_sort(
+        found.begin(), found.end(),
+        [](const latticepart& one, const latticepart& two) { return one.chance < two.chance; });
+    return found;
+}
+
+// The reflections that a lattice takes, or those that it leaves.
+vectorlist part(const vectorlist& list, const assessment& one, bool taken)
+{
+    std::vector<std::size_t> chosen;
+    for (std::size_t i = 0; i < list.vectors.size(); ++i)
+        if ((one.genuine[i] > 0.5) == taken) chosen.push_back(i);
+    return those(list, chosen);
+}
+
+// The evidence if others took all reflections that are left, without any error.
+double most(const assessment& one)
+{
+    const errormodel errors = {one.sigma, 0.0};
+    const double hit = errors.peak(std::fabs(one.basis.determinant()));
+    const auto left = static_cast<double>(one.genuine.size()) - one.indexed;
+    return one.evidence + left * std::max(0.0, std::log(hit));
+}
+
+// A lattice with the further crystals of its cell.
+assessment joined(const vectorlist& list, assessment one, const std::function<bool()>& over)
+{
+    solveoptions options;
+    options.known = {cellof(one.basis)};
+    vectorlist left = part(list, one, false);
+    while (one.companions.size() < mostcompanions && !over()) {
+        const answer next = solveknown(left, options);
+        if (next.how == verdict::refused) break;
+        one.evidence += next.lattices[0].evidence;
+        one.companions.push_back(next.lattices[0].basis);
+        left = part(left, next.lattices[0], false);
+    }
+    return one;
+}
+
+} // namespace
+
+std::optional<assessment> heldtogether(const vectorlist& list, const assessment& held,
+                                       const std::function<bool()>& over)
+{
+    const double least = held.evidence - leadneeded;
+    const vectorlist taken = part(list, held, true);
+    const std::vector<vector3> indices = indicesof(taken, held);
+    std::size_t tried = 0;
+    std::optional<assessment> best;
+    for (const latticepart& one : likelyparts(indices)) {
+        if (over() || tried == mosttried) break;
+        // Few of a part's own points are of other crystals.
+        std::vector<vector3> own;
+        for (std::size_t i = 0; i < indices.size(); ++i)
+            if (has(one.T, indices[i])) own.push_back(taken.vectors[i]);
+        const assessment alone = assess(own, shortestbasis(one.T.multiply(held.basis)).basis);
+        if (alone.evidence < evidenceneeded) continue;
+        const assessment first = assessunrefined(list.vectors, alone);
+        if (first.evidence < evidenceneeded || most(first) < least) continue;
+        ++tried;
+        const assessment all = joined(list, first, over);
+        if (all.companions.empty() || all.evidence < least) continue;
+        if (!best || all.evidence > best->evidence) best = all;
+    }
+    return best;
+}
+
+bool among(const assessment& lattice, const assessment& crystals)
+{
+    constexpr double nearly = 0.15;
+    const auto is = [&](const matrix3& basis) { return samelattice(lattice.basis, basis, nearly); };
+    return is(crystals.basis)
+           || std::any_of(crystals.companions.begin(), crystals.companions.end(), is);
+}
+
+} // namespace torvik::tools
