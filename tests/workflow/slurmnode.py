@@ -10,10 +10,11 @@ import socket
 import subprocess
 import time
 from pathlib import Path
+from typing import Callable
 
 # Debian puts the daemons where an ordinary user's PATH does not reach.
 SYSTEM = "/usr/sbin:/sbin"
-PATIENCE = 60.0  # seconds
+PATIENCE = 600.0  # seconds
 
 CONFIGURATION = """
 ClusterName=test
@@ -57,14 +58,19 @@ def missing() -> list[str]:
             if not shutil.which(name, path=path)]
 
 
-def freeports(count: int) -> list[int]:
-    sockets = [socket.socket() for _ in range(count)]
-    try:
-        for one in sockets:
+class HeldPorts:
+    """Free ports that no other program is given as long as they are held. A daemon may take them: it asks for
+    an address that is in use, and these are in use without anyone listening."""
+
+    def __init__(self, count: int) -> None:
+        self._sockets = [socket.socket() for _ in range(count)]
+        for one in self._sockets:
             one.bind(("127.0.0.1", 0))
-        return [one.getsockname()[1] for one in sockets]
-    finally:
-        for one in sockets:
+            one.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        self.numbers = [one.getsockname()[1] for one in self._sockets]
+
+    def release(self) -> None:
+        for one in self._sockets:
             one.close()
 
 
@@ -74,6 +80,7 @@ class SlurmNode:
     def __init__(self, folder: Path, cpus: int) -> None:
         self.folder = folder
         self.cpus = cpus
+        self.ports = HeldPorts(2)
         self.daemons: dict[str, subprocess.Popen] = {}
         self.environment = os.environ | {"SLURM_CONF": str(folder / "slurm.conf"),
                                          "PATH": os.environ["PATH"] + ":" + SYSTEM}
@@ -83,7 +90,7 @@ class SlurmNode:
         self.folder.chmod(0o755)
         for name in ("state", "spool"):
             (self.folder / name).mkdir()
-        controller, node = freeports(2)
+        controller, node = self.ports.numbers
         (self.folder / "slurm.conf").write_text(CONFIGURATION.format(
             user=pwd.getpwuid(os.getuid()).pw_name, folder=self.folder, controller=controller,
             node=node, cpus=self.cpus))
@@ -93,10 +100,10 @@ class SlurmNode:
             self._start("munged", "--force", "--foreground", f"--socket={self.folder}/munge.socket",
                         f"--key-file={self.folder}/key", f"--pid-file={self.folder}/munged.pid",
                         f"--seed-file={self.folder}/seed", f"--log-file={self.folder}/munged.log")
-            self._await(lambda: (self.folder / "munge.socket").exists(), "munged")
+            self._await("munged", (self.folder / "munge.socket").exists)
             self.startcontroller()
             self._start("slurmd", "-D", "-N", "localhost")
-            self._await(lambda: "idle" in self.said("sinfo", "-h", "-o", "%T"), "the node")
+            self._await("slurmd", lambda: "idle" in self.said("sinfo", "-h", "-o", "%T"))
         except BaseException:
             self.__exit__()
             raise
@@ -108,21 +115,45 @@ class SlurmNode:
         for name in ("slurmctld", "slurmd", "munged"):
             if name in self.daemons:
                 self._end(name, signal.SIGKILL)
+        self.ports.release()
 
     def startcontroller(self) -> None:
         self._start("slurmctld", "-D")
-        self._await(lambda: "UP" in self.said("scontrol", "ping"), "the controller")
+        self._await("slurmctld", lambda: "UP" in self.said("scontrol", "ping"))
 
     def killcontroller(self) -> None:
         self._end("slurmctld", signal.SIGKILL)
 
+    def savejobs(self) -> None:
+        """Waits until the controller has saved all that it knows now of the jobs that run. It saves them some
+        seconds after each change. The first that is saved may have been gathered before; the second was
+        not."""
+        saved = self.folder / "state" / "job_state"
+        for number in range(2):
+            before = saved.stat() if saved.exists() else None
+            for job in self.jobs("R"):
+                self.said("scontrol", "update", f"JobId={job}", f"Comment=saved{number}")
+            self._await("slurmctld", lambda old=before: saved.exists()
+                        and (not old or saved.stat().st_mtime_ns > old.st_mtime_ns))
+
     def said(self, *line: str) -> str:
         """What a command of Slurm prints."""
-        return subprocess.run(line, env=self.environment, capture_output=True, text=True, check=False,
-                              timeout=PATIENCE).stdout
+        return self._ran(*line).stdout
 
     def jobs(self, state: str) -> list[str]:
-        return self.said("squeue", "-h", "-o", "%i", f"--states={state}").split()
+        """The numbers of the jobs in a state. A controller that is too busy to tell is asked again."""
+        end = time.monotonic() + PATIENCE
+        while True:
+            told = self._ran("squeue", "-h", "-o", "%i", f"--states={state}")
+            if told.returncode == 0:
+                return told.stdout.split()
+            if time.monotonic() > end:
+                raise RuntimeError(f"The controller does not tell of its jobs:\n{told.stderr}")
+            time.sleep(0.2)
+
+    def _ran(self, *line: str) -> subprocess.CompletedProcess:
+        return subprocess.run(line, env=self.environment, capture_output=True, text=True, check=False,
+                              timeout=PATIENCE)
 
     def _start(self, *line: str) -> None:
         with open(self.folder / f"{line[0]}.out", "ab") as out:
@@ -134,11 +165,12 @@ class SlurmNode:
         daemon.send_signal(how)
         daemon.wait()
 
-    def _await(self, condition, what: str) -> None:
+    def _await(self, name: str, condition: Callable[[], bool]) -> None:
+        """Waits until a daemon has done something."""
         end = time.monotonic() + PATIENCE
         while not condition():
-            if time.monotonic() > end:
+            if self.daemons[name].poll() is not None or time.monotonic() > end:
                 logs = "".join(path.read_text(errors="replace")[-2000:]
                                for path in sorted(self.folder.glob("*.out")))
-                raise RuntimeError(f"{what} does not come up:\n{logs}")
+                raise RuntimeError(f"{name} does not do its work:\n{logs}")
             time.sleep(0.2)

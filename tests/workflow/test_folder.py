@@ -5,6 +5,7 @@ from __future__ import annotations
 import json
 import os
 import signal
+import time
 import unittest
 from pathlib import Path
 
@@ -83,6 +84,13 @@ class Groups(InAFolder):
         total, new, changed = inputs.prepare(wanted, size, 1)
         return total, new, len(changed)
 
+    def end(self, group: str, failed: str = "") -> None:
+        """Marks a group as done, some time after it was listed and some time ago: the clock of a file system
+        can stand still for longer than a test takes."""
+        folder.writewhole(FIRST.doneof(group), failed)
+        for path, ago in ((FIRST.listof(group), 20), (FIRST.doneof(group), 10)):
+            os.utime(path, 2 * (time.time() - ago,))
+
     def open(self) -> list[str]:
         """Groups whose lists are newer than what was made of them: what Snakemake goes by."""
         return [group for group in FIRST.groups()
@@ -106,7 +114,7 @@ class Groups(InAFolder):
         touch("a", "b", "c")
         self.prepare(["a", "b", "c"])
         for group in FIRST.groups():
-            folder.writewhole(FIRST.doneof(group), "")
+            self.end(group)
         Path("a").write_text("longer", encoding="utf-8")
         self.assertEqual(self.prepare(["a", "b", "c"]), (3, 0, 1))
         self.assertEqual(self.open(), ["000000"])
@@ -122,8 +130,8 @@ class Groups(InAFolder):
     def test_with_failed_crystals_are_gone_through_again(self) -> None:
         touch("a", "b", "c")
         self.prepare(["a", "b", "c"])
-        folder.writewhole(FIRST.doneof("000000"), "1\n")
-        folder.writewhole(FIRST.doneof("000001"), "0\n")
+        self.end("000000", "1\n")
+        self.end("000001", "0\n")
         self.prepare([])
         self.assertEqual(self.open(), ["000000"])
 
@@ -146,7 +154,7 @@ class Groups(InAFolder):
     def test_keep_an_input_that_is_gone(self) -> None:
         touch("a")
         self.prepare(["a"])
-        folder.writewhole(FIRST.doneof("000000"), "")
+        self.end("000000")
         Path("a").unlink()
         self.assertEqual(self.prepare([]), (1, 0, 0))
         self.assertEqual(self.open(), [])

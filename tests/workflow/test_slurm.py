@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 import signal
-import time
 import unittest
 from pathlib import Path
 
@@ -17,9 +16,6 @@ CPUS = 2
 class WithSlurm(InAFolder):
     GROUP = 5
     COUNT = CPUS * GROUP
-    # A controller that is killed knows afterwards what it saved, which it does every five seconds. What
-    # it has forgotten no workflow can bring back: its numbers are given to other jobs.
-    SAVED = 6.0
 
     def setUp(self) -> None:
         super().setUp()
@@ -48,7 +44,9 @@ class WithSlurm(InAFolder):
 
     def test_a_batch_gives_what_it_gives_here_whatever_happens_to_the_controller(self) -> None:
         started = self.begin()
-        time.sleep(self.SAVED)
+        # What it has not saved it will have forgotten, and no workflow can bring that back: its numbers are
+        # given to other jobs.
+        self.slurm.savejobs()
         self.slurm.killcontroller()
         before = len(recordlines("out"))
         self.assertLess(before + CPUS, self.COUNT)
@@ -66,9 +64,13 @@ class WithSlurm(InAFolder):
     def test_a_job_that_is_killed_is_done_again_without_its_finished_crystals(self) -> None:
         started = self.begin()
         killed = self.slurm.jobs("R")
-        self.slurm.said("scancel", "--signal=KILL", *killed)
-        self.slurm.said("scancel", *killed)
-        waitfor(lambda: not set(killed) & set(self.slurm.jobs("R,CG")), "the end of the jobs")
+
+        def areended() -> bool:
+            self.slurm.said("scancel", "--signal=KILL", *killed)
+            self.slurm.said("scancel", *killed)
+            return not set(killed) & set(self.slurm.jobs("R,CG"))
+
+        waitfor(areended, "the end of the jobs")
         before = recordlines("out")
         self.gate.open()
         self.allsolved(*started.end())
