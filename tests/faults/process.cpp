@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <malloc.h>
 #include <poll.h>
+#include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -55,7 +56,10 @@ process::process(const processsetting& setting)
     writefile(streams_.file("input"), setting.input);
     writefile(streams_.file("errors"), "");
     std::array<int, 2> ends = {};
-    if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+    // A pipe of one page holds one packet.
+    if (pipe2(ends.data(), O_CLOEXEC | (setting.piecewise ? O_DIRECT : 0)) != 0
+        || (setting.piecewise && fcntl(ends[1], F_SETPIPE_SZ, 1) < 0))
+        throw std::runtime_error("no pipe");
     std::fflush(nullptr); // what the test printed so far is its own, not the child's
     malloc_trim(0);       // the peak of the child begins with what the test has
     child_ = fork();
@@ -120,6 +124,28 @@ ending process::wait()
     return end;
 }
 
+bool process::killonce(const std::function<bool()>& condition)
+{
+    int status = 0;
+    bool started = false;
+    while (waitpid(child_, &status, 0) == child_ && WIFSTOPPED(status)) {
+        if (condition()) {
+            send(SIGKILL);
+            return true;
+        }
+        constexpr int call = SIGTRAP | 0x80; // a stop at a call of the system, in place of a signal
+        const int signal = WSTOPSIG(status);
+        if (!started)
+            ptrace(PTRACE_SETOPTIONS, child_, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
+        const bool own =
+            signal == call || !started; // the first stop is at the start of the program
+        started = true;
+        ptrace(PTRACE_SYSCALL, child_, nullptr, own ? 0 : signal);
+    }
+    child_ = -1;
+    return false;
+}
+
 ending ranprocess(const processsetting& setting)
 {
     return process(setting).wait();
@@ -129,6 +155,20 @@ void becomeordinary()
 {
     constexpr uid_t nobody = 65534;
     if (geteuid() == 0 && setuid(nobody) != 0) _exit(126);
+}
+
+void betraced()
+{
+    if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(126);
+}
+
+bool tracingworks()
+{
+    processsetting setting;
+    setting.folder = "/";
+    setting.program = "/bin/true";
+    setting.before = betraced;
+    return process(setting).killonce([] { return true; });
 }
 
 bool within(double seconds, const std::function<bool()>& condition)

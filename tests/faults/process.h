@@ -18,6 +18,9 @@ struct processsetting {
     std::string program;                  // the program of this build if empty
     std::string input;                    // standard input
     std::function<void()> before = [] {}; // done in the child just before the program
+    // The terminal takes one piece of output at a time: a run that goes on printing waits until the
+    // test has read what it printed before.
+    bool piecewise = false;
 };
 
 // How a process ended.
@@ -49,6 +52,11 @@ public:
     // Waits for the end.
     ending wait();
 
+    // For a process that was started to be traced: looks, before and after each of its calls of the
+    // system, whether a condition holds, and kills it there as soon as it does. Gives false if the
+    // process ended without.
+    bool killonce(const std::function<bool()>& condition);
+
 private:
     bool readmore(double seconds);
 
@@ -63,6 +71,12 @@ ending ranprocess(const processsetting& setting);
 
 // In a child: becomes a user whom the protection of files stops, if it is root.
 void becomeordinary();
+
+// In a child: lets the test trace it.
+void betraced();
+
+// Says whether a process can be traced here.
+bool tracingworks();
 
 // Says whether a condition holds within some seconds; looks at it every
 // tenth of a millisecond.
