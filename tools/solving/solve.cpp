@@ -44,11 +44,12 @@ struct limits {
 runmade make(const rung& what, const vectorlist& list, const std::filesystem::path& program,
              const limits& until)
 {
-    runmade run = {what, inputof(what, list.vectors), ""};
-    if (until.over()) return run;
+    runmade run = {what, inputof(what, list.vectors), "", until.over()};
+    if (run.cut) return run;
     const temporarydirectory folder;
     writewhole(folder.path() / "run.idx", run.input);
     const ending how = runprocess(program, {"run.idx"}, folder.path(), until.left(), until.stop);
+    run.cut = how == ending::stopped || how == ending::outoftime;
     const auto results = folder.path() / "run_idx.res";
     std::error_code none;
     if (how == ending::finished && std::filesystem::exists(results, none))
@@ -282,6 +283,7 @@ answer solve(const vectorlist& list, const solveoptions& options)
                 found.runs.pop_back(); // would not have been made one by one
                 continue;
             }
+            found.interrupted = found.interrupted || found.runs.back().cut;
             const double before = candidates.best();
             candidates.add(basesof(found.runs.back()));
             candidates.explore();

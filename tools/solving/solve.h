@@ -32,6 +32,7 @@ struct runmade {
     rung what;
     std::string input;   // text of the input file
     std::string results; // text of the results file; empty if the run was not finished
+    bool cut = false;    // ended because it was stopped, or out of time
 };
 
 struct answer {

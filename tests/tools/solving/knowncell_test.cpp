@@ -45,11 +45,18 @@ vectorlist listof(const simulated& made)
     return list;
 }
 
-answer solved(const vectorlist& list, const std::vector<cell6>& cells)
+// The budget is beyond what any machine takes.
+solveoptions looking(const std::vector<cell6>& cells)
 {
     solveoptions options;
     options.known = cells;
-    return solveknown(list, options);
+    options.budget = 3600.0;
+    return options;
+}
+
+answer solved(const vectorlist& list, const std::vector<cell6>& cells)
+{
+    return solveknown(list, looking(cells));
 }
 
 // Reflections of no lattice: each in a direction of its own.
@@ -508,24 +515,19 @@ TEST(AKnownCell, MayBeGivenTwiceAsTwoCrystalsHadIt)
 TEST(AKnownCell, IsAcceptedWithARemarkIfItIsTwiceAsLargeAsItNeedBe)
 {
     const simulated made = simulate(requestof(lowcell, 30, 6, 0.01, 3));
-    solveoptions options;
-    options.known = {{14.0, 8.0, 10.0, 85.0, 100.0, 95.0}};
-    const crystals all = solveall(listof(made), options, 1);
+    const crystals all = solveall(listof(made), looking({{14.0, 8.0, 10.0, 85.0, 100.0, 95.0}}), 1);
     EXPECT_EQ(all.first.how, verdict::solved);
     ASSERT_EQ(all.remarks.size(), 1U);
     EXPECT_TRUE(all.remarks[0].starts_with("The reflections lie on every second point of the known "
                                            "lattice: a cell of half the volume, 7.0"))
         << all.remarks[0];
-    options.known = {lowcell};
-    EXPECT_TRUE(solveall(listof(made), options, 1).remarks.empty());
+    EXPECT_TRUE(solveall(listof(made), looking({lowcell}), 1).remarks.empty());
 }
 
 TEST(AKnownCell, IsSaidToBeHalfOfTheTrueOneIfItIs)
 {
     const simulated made = simulate(requestof(lowcell, 60, 0, 0.01, 3));
-    solveoptions options;
-    options.known = {{3.5, 8.0, 10.0, 85.0, 100.0, 95.0}};
-    const crystals all = solveall(listof(made), options, 1);
+    const crystals all = solveall(listof(made), looking({{3.5, 8.0, 10.0, 85.0, 100.0, 95.0}}), 1);
     EXPECT_EQ(all.first.how, verdict::solved);
     ASSERT_EQ(all.remarks.size(), 1U);
     EXPECT_NE(all.remarks[0].find("have indices in halves"), std::string::npos) << all.remarks[0];
@@ -563,9 +565,7 @@ TEST(AKnownCell, IsFoundForEachOfTwoCrystals)
     simulationrequest asked = requestof(lowcell, 40, 0, 0.01, 6);
     asked.lattices = 2;
     const simulated made = simulate(asked);
-    solveoptions options;
-    options.known = {lowcell};
-    const crystals all = solveall(listof(made), options, 2);
+    const crystals all = solveall(listof(made), looking({lowcell}), 2);
     EXPECT_EQ(all.first.how, verdict::solved) << all.first.reason;
     ASSERT_EQ(all.each.size(), 2U);
     EXPECT_EQ(all.each[1].found.how, verdict::solved);
@@ -616,14 +616,14 @@ TEST(AKnownCell, IsOrientedByASingleStill)
 TEST(AKnownCell, EndsInTimeAndWhenItIsTold)
 {
     const vectorlist list = listof(simulate(requestof({21, 22, 23, 88, 95, 92}, 100, 50, 0.02, 1)));
-    solveoptions options;
-    options.known = {{21, 22, 23, 88, 95, 92}};
-    options.budget = 1e-4;
+    solveoptions options = looking({{21, 22, 23, 88, 95, 92}});
+    const double enough = options.budget;
+    options.budget = 1e-9; // no machine does anything in that time
     const answer late = solveknown(list, options);
     EXPECT_TRUE(late.interrupted);
     EXPECT_EQ(late.how, verdict::refused);
     const std::atomic<bool> stop{true};
-    options.budget = 60.0;
+    options.budget = enough;
     options.stop = &stop;
     EXPECT_TRUE(solveknown(list, options).interrupted);
     options.stop = nullptr;
