@@ -201,7 +201,7 @@ TEST_F(Prompt, IsAnsweredByALineWithANullItemWithoutWaitingForMore)
     setting.program = "/bin/sh";
     setting.arguments = {"-c",
                          "mkfifo typing; exec 3<>typing; printf ',\\n\\n' >&3;"
-                         "timeout 20 '" TORVIK_PROGRAM "' <typing; echo status $?; rm typing"};
+                         "timeout 500 '" TORVIK_PROGRAM "' <typing; echo status $?; rm typing"};
     const runresult run = runtorvik(setting);
     EXPECT_TRUE(run.output.ends_with(wrongextension + "status 0\n")) << run.output;
 }

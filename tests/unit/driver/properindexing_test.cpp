@@ -115,12 +115,13 @@ TEST_F(Run, EndsInTheLogWithItsTiming)
 
 TEST_F(Run, DoesNotCountTheTimeThatItWaitsAsProcessorTime)
 {
-    // The input comes through a pipe, a second late.
+    // The input comes through a pipe, a second after the program has begun to read it.
     runsetting setting;
     setting.program = "/bin/sh";
     setting.files = {{"late.idx", "_CreateLogFile\n1\n" + solvedinput}};
-    setting.arguments = {"-c", "mkfifo a.idx; (sleep 1; cat late.idx >a.idx) & '" TORVIK_PROGRAM
-                               "' a.idx; rm a.idx"};
+    setting.arguments = {
+        "-c", "mkfifo a.idx; (exec 3>a.idx; sleep 1; cat late.idx >&3) & '" TORVIK_PROGRAM
+              "' a.idx; rm a.idx"};
     const runresult run = runtorvik(setting);
     for (const std::string& text : {run.output, run.files.at("a_idx.log")}) {
         const std::regex timing(" System time : +([0-9.]+) seconds\n"

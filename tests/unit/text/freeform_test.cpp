@@ -5,8 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <chrono>
 #include <cmath>
+#include <ctime>
 #include <limits>
 #include <string>
 #include <vector>
@@ -202,7 +202,7 @@ TEST_F(FreeForm, ARepeatCountIsAPlainInteger)
 
 TEST_F(FreeForm, HugeRepeatCountsTakeNoTime)
 {
-    const auto start = std::chrono::steady_clock::now();
+    const std::clock_t start = std::clock(); // of the processor: others may be at work beside
     std::vector<double> values(350, kept);
     for (const char* text : {"2147483647 2147483647*1.5\n", "2147483647 2147483647*\n"}) {
         freeformtext source = textof(text);
@@ -212,8 +212,7 @@ TEST_F(FreeForm, HugeRepeatCountsTakeNoTime)
         EXPECT_EQ(values.front(), values.back());
     }
     EXPECT_EQ(values.back(), 1.5);
-    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-    EXPECT_LT(taken.count(), 1.0);
+    EXPECT_LT(static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC, 1.0);
 }
 
 TEST_F(FreeForm, ExponentsMayBeWrittenWithEitherLetter)
