@@ -50,18 +50,22 @@ export function solutionsin(text) {
   });
 }
 
+const patience = 500e3; // ms: longer than anything here takes on any machine
+
 export async function browser() {
   const require = createRequire(join(TORVIK_SOURCE_DIR, "build/web/package.json"));
   const { chromium } = require("playwright-core");
   return chromium.launch({
-    executablePath: TORVIK_CHROMIUM,
+    executablePath: TORVIK_CHROMIUM, timeout: patience,
     args: ["--no-sandbox", "--use-angle=swiftshader", "--enable-unsafe-swiftshader", "--ignore-gpu-blocklist"],
   });
 }
 
-// A page that notes whatever it complains of, and whatever it asks for beside itself.
+// A page that notes whatever it complains of, and whatever it asks for beside itself. It scrolls at once:
+// where something stands is true until the next step.
 export async function open(running, file, settings = {}) {
-  const context = await running.newContext({ viewport: { width: 1280, height: 900 }, ...settings });
+  const context = await running.newContext({ viewport: { width: 1280, height: 900 }, reducedMotion: "reduce", ...settings });
+  context.setDefaultTimeout(patience);
   const page = await context.newPage();
   page.complaints = [];
   page.on("console", (message) => {
@@ -76,6 +80,17 @@ export async function open(running, file, settings = {}) {
   await page.goto(url);
   await page.waitForSelector("#reflectionsbox tbody tr");
   return page;
+}
+
+// Measures what an action takes of the processor's time, in ms, in all processes of the browser.
+export async function processortime(running) {
+  const session = await running.newBrowserCDPSession();
+  const now = async () => (await session.send("SystemInfo.getProcessInfo")).processInfo.reduce((sum, one) => sum + 1000 * one.cpuTime, 0);
+  return async (action) => {
+    const start = await now();
+    await action();
+    return await now() - start;
+  };
 }
 
 // The texts of a table's rows, cell by cell, in the order in which they stand.
