@@ -35,6 +35,8 @@ from torvikbatch.folder import FIRST, SECOND, VERDICTS, Pass, Unusable  # noqa: 
 FIXED = ("budget", "volume", "options", "keep")
 # A file system that many machines share can show a new file late.
 LATENCY = 60  # seconds
+# They end the work.
+STOPPING = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
 
 
 def start(asked: dict) -> IO:
@@ -126,12 +128,18 @@ def command(asked: dict) -> list[str]:
     return [*line, "--cores", str(asked["jobs"])]
 
 
-def diewithparent() -> None:
+def hear() -> None:
+    """Lets come what was held back."""
+    signal.pthread_sigmask(signal.SIG_UNBLOCK, STOPPING)
+
+
+def becomechild() -> None:
     """If this program is killed, Snakemake is told to stop (Linux alone)."""
     try:
         ctypes.CDLL(None).prctl(1, signal.SIGINT)  # PR_SET_PDEATHSIG
     except (AttributeError, OSError):
         pass
+    hear()
 
 
 class Tally:
@@ -293,10 +301,14 @@ def run(line: list[str], asked: dict, progress: Progress, lock: IO) -> int:
         # Snakemake keeps things in a folder of the user's, who may have none.
         "XDG_CACHE_HOME": os.path.abspath(folder.CACHE)}
     with open(folder.LOG, "ab") as log:
-        child = subprocess.Popen(line, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
-                                 env=environment, pass_fds=(lock.fileno(),),
-                                 start_new_session=True, preexec_fn=diewithparent)
+        child = None
+        # A signal amid the start would leave a Snakemake that nobody knows of.
+        signal.pthread_sigmask(signal.SIG_BLOCK, STOPPING)
         try:
+            child = subprocess.Popen(line, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
+                                     env=environment, pass_fds=(lock.fileno(),),
+                                     start_new_session=True, preexec_fn=becomechild)
+            hear()
             follow(child, progress)
             progress.show()
         except Stop:
@@ -304,6 +316,7 @@ def run(line: list[str], asked: dict, progress: Progress, lock: IO) -> int:
             child.wait()
             raise
         finally:
+            hear()
             progress.end()
     return child.returncode
 
@@ -370,9 +383,8 @@ def work(asked: dict) -> int:
 
 
 def main(arguments: list[str]) -> int:
-    signal.signal(signal.SIGINT, stop)
-    signal.signal(signal.SIGTERM, stop)
-    signal.signal(signal.SIGHUP, stop)
+    for one in STOPPING:
+        signal.signal(one, stop)
     try:
         # Whoever called held it back until someone would listen.
         signal.pthread_sigmask(signal.SIG_UNBLOCK, {signal.SIGINT})
