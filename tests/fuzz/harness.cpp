@@ -139,11 +139,15 @@ std::string outcomeofrun(ending how, std::string terminal)
 
 harness::harness()
 {
-    std::string name = fs::exists("/dev/shm") ? "/dev/shm" : fs::temp_directory_path().string();
-    name += "/torvik_fuzz_XXXXXX";
-    if (mkdtemp(name.data()) == nullptr || chdir(name.c_str()) != 0)
+    // In memory, where that is allowed.
+    for (const fs::path& place : {fs::path("/dev/shm"), fs::temp_directory_path()}) {
+        std::string name = (place / "torvik_fuzz_XXXXXX").string();
+        if (mkdtemp(name.data()) == nullptr) continue;
+        folder_ = name;
+        break;
+    }
+    if (folder_.empty() || chdir(folder_.c_str()) != 0)
         throw std::runtime_error("no folder for the runs");
-    folder_ = name;
     input_ = open("a.idx", O_RDWR | O_CREAT, 0600);
 }
 
