@@ -52,8 +52,12 @@ PartitionName=short Nodes=localhost Default=YES MaxTime=INFINITE State=UP
 
 
 def missing() -> list[str]:
-    """Programs that a Slurm needs and this system does not have."""
+    """What a Slurm needs and this system does not have: programs, and a name of the user."""
     path = os.environ["PATH"] + ":" + SYSTEM
+    try:
+        pwd.getpwuid(os.getuid())
+    except KeyError:
+        return ["a name of this user"]
     return [name for name in ("munged", "slurmctld", "slurmd", "sbatch", "scontrol", "scancel")
             if not shutil.which(name, path=path)]
 

@@ -12,7 +12,7 @@ from batches import Batch, Gate, InAFolder, batch, easycrystals, recorded, recor
 CPUS = 2
 
 
-@unittest.skipIf(slurmnode.missing(), f"not installed: {', '.join(slurmnode.missing())}")
+@unittest.skipIf(slurmnode.missing(), f"missing: {', '.join(slurmnode.missing())}")
 class WithSlurm(InAFolder):
     GROUP = 5
     COUNT = CPUS * GROUP
