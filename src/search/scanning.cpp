@@ -1,8 +1,10 @@
 #include "search/scanning.h"
 
 #include "numeric/constants.h"
+#include "numeric/intrinsics.h"
 #include "search/quality.h"
 
+#include <bit>
 #include <limits>
 
 namespace torvik {
@@ -125,6 +127,7 @@ TORVIK_INLINED void roundcounted(const vectorcolumns& V, const matrix3& D, doubl
 {
     const basislanes B = rowsaslanes(D);
     const double limit = largest;
+    wholelanes units[3] = {};
     for (int i = 0; i < V.n; i += lanecount) {
         const lanes x = fourfrom(V.x + i);
         const lanes y = fourfrom(V.y + i);
@@ -140,8 +143,13 @@ TORVIK_INLINED void roundcounted(const vectorcolumns& V, const matrix3& D, doubl
         const auto counted =
             (largestof(magnitude(whole[0]), magnitude(whole[1]), magnitude(whole[2])) <= limit)
             & (q <= c);
-        for (int j = 0; j < 3; ++j) putfour(indices.h[j] + i, counted ? whole[j] : lanes{});
+        for (int j = 0; j < 3; ++j) {
+            const lanes kept = counted ? whole[j] : lanes{};
+            units[j] |= magnitude(kept) == 1.0;
+            putfour(indices.h[j] + i, kept);
+        }
     }
+    for (int j = 0; j < 3; ++j) indices.unit[j] = unionof<lanecount>(units[j]) != 0;
 }
 
 void roundcounted_anywhere(const vectorcolumns& V, const matrix3& D, double c, int largest,
@@ -159,10 +167,15 @@ TORVIK_AVX2 void roundcounted_avx2(const vectorcolumns& V, const matrix3& D, dou
 void roundcountedonebyone(const vectorcolumns& V, const matrix3& D, double c, int largest,
                           wholeindices& indices)
 {
+    for (bool& unit : indices.unit) unit = false;
     for (int k = 1; k <= V.n; ++k) {
         const vector3 x = transformed(D, vectorof(V, k));
         const bool counted = largestindex(x) <= largest && reflexquality222(x) <= c;
-        for (int j = 1; j <= 3; ++j) indices.h[j - 1][k - 1] = counted ? nint(x(j)) : 0.0;
+        for (int j = 1; j <= 3; ++j) {
+            const int index = counted ? nint(x(j)) : 0;
+            indices.h[j - 1][k - 1] = index;
+            if (index == 1 || index == -1) indices.unit[j - 1] = true;
+        }
     }
 }
 
@@ -175,6 +188,88 @@ TORVIK_AVX2 indexcounts count_avx2(const vectorcolumns& V, const matrix3& D, dou
 {
     return count(V, D, c, largest);
 }
+
+#if defined(__x86_64__)
+// Eight vectors under a direct basis: their whole indices, how far off they are, and which have small
+// ones. One instruction gives the larger |x| of two.
+struct eightindexed {
+    __m512d whole[3];
+    __m512d off;
+    __mmask8 counted;
+};
+
+TORVIK_AVX512 inline eightindexed indexeight(const vectorcolumns& V, int i, const matrix3& D,
+                                             double largest)
+{
+    const int left = V.n - i;
+    const auto here = static_cast<__mmask8>(left < 8 ? (1 << left) - 1 : 0xff);
+    const __m512d x = _mm512_maskz_loadu_pd(here, V.x + i);
+    const __m512d y = _mm512_maskz_loadu_pd(here, V.y + i);
+    const __m512d z = _mm512_maskz_loadu_pd(here, V.z + i);
+    const auto& B = D.element;
+    const __m512d a = x * B[0][0] + y * B[0][1] + z * B[0][2];
+    const __m512d b = x * B[1][0] + y * B[1][1] + z * B[1][2];
+    const __m512d c = x * B[2][0] + y * B[2][1] + z * B[2][2];
+    eightindexed found;
+    found.whole[0] = _mm512_roundscale_pd(a, tonearest);
+    found.whole[1] = _mm512_roundscale_pd(b, tonearest);
+    found.whole[2] = _mm512_roundscale_pd(c, tonearest);
+    const __m512d ab = _mm512_range_pd(a - found.whole[0], b - found.whole[1], largermagnitude);
+    found.off = _mm512_range_pd(ab, c - found.whole[2], largermagnitude);
+    const __m512d highest =
+        _mm512_range_pd(_mm512_range_pd(found.whole[0], found.whole[1], largermagnitude),
+                        found.whole[2], largermagnitude);
+    found.counted = _mm512_mask_cmp_pd_mask(here, highest, _mm512_set1_pd(largest), _CMP_LE_OQ);
+    return found;
+}
+
+// Gives which of them are no further off.
+TORVIK_AVX512 inline __mmask8 countedwithin(const eightindexed& found, double c)
+{
+    return _mm512_mask_cmp_pd_mask(found.counted, found.off, _mm512_set1_pd(c), _CMP_LE_OQ);
+}
+
+TORVIK_AVX512 indexcounts count_avx512(const vectorcolumns& V, const matrix3& D, double c,
+                                       int largest)
+{
+    indexcounts counts;
+    for (int i = 0; i < V.n; i += 8) {
+        const eightindexed found = indexeight(V, i, D, largest);
+        counts.h += std::popcount(static_cast<unsigned>(countedwithin(found, 0.5 * c)));
+        counts.H += std::popcount(static_cast<unsigned>(countedwithin(found, c)));
+    }
+    return counts;
+}
+
+TORVIK_AVX512 void roundcounted_avx512(const vectorcolumns& V, const matrix3& D, double c,
+                                       int largest, wholeindices& indices)
+{
+    static_assert(maxcolumn % 8 == 0);
+    const __m512d one = _mm512_set1_pd(1.0);
+    unsigned units[3] = {};
+    for (int i = 0; i < V.n; i += 8) {
+        const eightindexed found = indexeight(V, i, D, largest);
+        const __mmask8 kept = countedwithin(found, c);
+        for (int j = 0; j < 3; ++j) {
+            const __m512d index = _mm512_maskz_mov_pd(kept, found.whole[j]);
+            units[j] |= _mm512_cmp_pd_mask(_mm512_abs_pd(index), one, _CMP_EQ_OQ);
+            _mm512_storeu_pd(indices.h[j] + i, index);
+        }
+    }
+    for (int j = 0; j < 3; ++j) indices.unit[j] = units[j] != 0;
+}
+#else
+indexcounts count_avx512(const vectorcolumns& V, const matrix3& D, double c, int largest)
+{
+    return count(V, D, c, largest);
+}
+
+void roundcounted_avx512(const vectorcolumns& V, const matrix3& D, double c, int largest,
+                         wholeindices& indices)
+{
+    roundcounted(V, D, c, largest, indices);
+}
+#endif
 
 int findbestonebyone(const vectorcolumns& V, const exclusions& excluded, const matrix3& G,
                      double tol)
@@ -233,17 +328,33 @@ int bestindexed(const vectorcolumns& V, const exclusions& excluded, const matrix
 
 indexcounts countindexed(const vectorcolumns& V, const matrix3& D, double c, int largest)
 {
+    return countindexedin(bestlanes(), V, D, c, largest);
+}
+
+indexcounts countindexedin(int whichlanes, const vectorcolumns& V, const matrix3& D, double c,
+                           int largest)
+{
     // From a half on, a tolerance would tell the two ways of rounding apart.
     if (!surelysmall(V, D) || !(c < 0.5)) return countonebyone(V, D, c, largest);
-    return hasavx2() ? count_avx2(V, D, c, largest) : count_anywhere(V, D, c, largest);
+    if (whichlanes == lanesofavx512) return count_avx512(V, D, c, largest);
+    if (whichlanes == lanesofavx2) return count_avx2(V, D, c, largest);
+    return count_anywhere(V, D, c, largest);
 }
 
 void indexwhole(const vectorcolumns& V, const matrix3& D, double c, int largest,
                 wholeindices& indices)
 {
+    indexwholein(bestlanes(), V, D, c, largest, indices);
+}
+
+void indexwholein(int whichlanes, const vectorcolumns& V, const matrix3& D, double c, int largest,
+                  wholeindices& indices)
+{
     if (!surelysmall(V, D) || !(c < 0.5))
         roundcountedonebyone(V, D, c, largest, indices);
-    else if (hasavx2())
+    else if (whichlanes == lanesofavx512)
+        roundcounted_avx512(V, D, c, largest, indices);
+    else if (whichlanes == lanesofavx2)
         roundcounted_avx2(V, D, c, largest, indices);
     else
         roundcounted_anywhere(V, D, c, largest, indices);

@@ -5,8 +5,8 @@
 #include "numeric/kernel.h"
 #include "store/modofsavedbases.h"
 
-// A scan does the same to every vector, so it works on four at a time. Its answer is that of the
-// loop over single vectors: each vector goes through the same products and sums in the same order,
+// A scan does the same to every vector, so it works on four or eight at a time. Its answer is that of
+// the loop over single vectors: each vector goes through the same products and sums in the same order,
 // and only the rounding of an index is done otherwise. There, x - nint(x) is exact, and so is the
 // same with halves rounded to even; the two differ in no more than the sign of a half. That holds
 // below 2^31; where a bound on the indices, or a number that is not finite, does not exclude more,
@@ -54,13 +54,22 @@ int bestindexed(const vectorcolumns& V, const exclusions& excluded, const matrix
 //            largest  vectors with a larger index count nowhere
 indexcounts countindexed(const vectorcolumns& V, const matrix3& D, double c, int largest);
 
+// The same in certain lanes, which the processor must have.
+indexcounts countindexedin(int whichlanes, const vectorcolumns& V, const matrix3& D, double c,
+                           int largest);
+
 // Whole indices of vectors, component by component; 0 0 0 for a vector that does not count.
 struct wholeindices {
     alignas(sizeof(lanes)) double h[3][maxcolumn];
+    bool unit[3]; // whether one of the component is 1 or -1
 };
 
 // Rounds the indices of the vectors that countindexed counts loosely.
 void indexwhole(const vectorcolumns& V, const matrix3& D, double c, int largest,
                 wholeindices& indices);
+
+// The same in certain lanes, which the processor must have.
+void indexwholein(int whichlanes, const vectorcolumns& V, const matrix3& D, double c, int largest,
+                  wholeindices& indices);
 
 } // namespace torvik

@@ -233,17 +233,16 @@ void scoreduals(const vectorcolumns& reflections, refinements& work)
 // Offers what a triple came to. Without a log, what is too weak is then dropped for good.
 void offer(tripleoutcomes& outcomes, storeknowledge& known)
 {
-    for (const outcome& found : outcomes.offers) {
-        if (!logging()) {
-            offerbasis(found.D, found.counts, found.quality, known);
-            continue;
-        }
-        outcome changing = found;
-        savethebasis(changing.D, changing.counts, changing.quality);
+    auto& offers = outcomes.offers;
+    if (logging()) {
+        for (outcome found : offers) savethebasis(found.D, found.counts, found.quality);
+        return;
     }
-    if (!logging())
-        std::erase_if(outcomes.offers,
-                      [&](const outcome& found) { return tooweak(found.quality, known); });
+    if (known.sought.size() < offers.size()) known.sought.resize(offers.size());
+    for (std::size_t i = 0; i < offers.size(); ++i) setlattice(known.sought[i], offers[i].D);
+    for (std::size_t i = 0; i < offers.size(); ++i)
+        offerbasis(known.sought[i], offers[i].D, offers[i].counts, offers[i].quality, known);
+    std::erase_if(offers, [&](const outcome& found) { return tooweak(found.quality, known); });
 }
 
 // What a search keeps from one test value to the next.

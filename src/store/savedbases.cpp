@@ -35,7 +35,9 @@ numbered<int, 3> commondivisors(const vectorcolumns& reflections, const matrix3&
     wholeindices indices;
     indexwhole(reflections, D, parameters.themaincriterion, parameters.maxallowedmillerindex,
                indices);
-    const auto ofcolumn = [&](int i) { return commondivisor(indices.h[i - 1], reflections.n); };
+    const auto ofcolumn = [&](int i) {
+        return indices.unit[i - 1] ? 1 : commondivisor(indices.h[i - 1], reflections.n);
+    };
     return {{ofcolumn(1), ofcolumn(2), ofcolumn(3)}};
 }
 
@@ -45,16 +47,6 @@ void dividecolumn(matrix3& D, int column, int divisor)
     if (logging())
         writeline(write_log_file.log_file_number, X(1), "  Indices in column", I(2, column),
                   " divided by", I(2, divisor));
-}
-
-// Gives the first slot that holds the lattice of D, or 0.
-int similarslot(const matrix3& D, const slotcolumns& slots)
-{
-    matrix3 Dinv = {};
-    int status = done;
-    invmat(D, Dinv, hundredtimestiny, status);
-    if (status == failed) return 0;
-    return firstsimilarslot(slots, Dinv);
 }
 
 // Gives the lowest of n numbers, of which none is NaN. Four running minima do not wait for each
@@ -87,10 +79,10 @@ void putintoslot(int slot, const matrix3& D, const indexcounts& counts, double q
 
 // Looks for a basis of the same lattice, and replaces it by the candidate unless it is better. Gives
 // false if there is none. A change of a quality makes the worst slot unknown.
-bool meetssimilar(const matrix3& D, const indexcounts& counts, double quality,
-                  storeknowledge& known)
+bool meetssimilar(const soughtlattice& lattice, const matrix3& D, const indexcounts& counts,
+                  double quality, storeknowledge& known)
 {
-    const int k = similarslot(D, known.slots);
+    const int k = firstsimilarslot(known.slots, lattice);
     if (k == 0) return false;
     const int log = write_log_file.log_file_number;
     if (logging()) writeline(log, X(1), "  Similar to solution", I(4, k));
@@ -160,9 +152,17 @@ bool tooweak(double quality, storeknowledge& known)
 
 void offerbasis(const matrix3& D, const indexcounts& counts, double quality, storeknowledge& known)
 {
+    soughtlattice lattice = {};
+    setlattice(lattice, D);
+    offerbasis(lattice, D, counts, quality, known);
+}
+
+void offerbasis(const soughtlattice& lattice, const matrix3& D, const indexcounts& counts,
+                double quality, storeknowledge& known)
+{
     auto& store = modofsavedbases;
     // 4.
-    if (tooweak(quality, known) || meetssimilar(D, counts, quality, known)) return;
+    if (tooweak(quality, known) || meetssimilar(lattice, D, counts, quality, known)) return;
     const int slot = store.numberofsavedbases < maxsavedbases ? ++store.numberofsavedbases
                                                               : store.icurrentlyworstsavedbasis;
     // 5., 6.
@@ -174,7 +174,9 @@ void offerbasis(const matrix3& D, const indexcounts& counts, double quality, sto
 int itissimilartoalreadysaved(const matrix3& D, const indexcounts& counts, double quality)
 {
     storeknowledge known = knowledgeofstore();
-    return meetssimilar(D, counts, quality, known) ? 1 : 0;
+    soughtlattice lattice = {};
+    setlattice(lattice, D);
+    return meetssimilar(lattice, D, counts, quality, known) ? 1 : 0;
 }
 
 void indicatecurrentlyworstsavedbasis()

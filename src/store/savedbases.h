@@ -4,6 +4,8 @@
 #include "numeric/columns.h"
 #include "store/similarity.h"
 
+#include <vector>
+
 // One lattice takes one slot: a basis of a lattice already held replaces it if it is at least as
 // good, and is dropped otherwise. A full store gives up its worst basis for a better one.
 
@@ -33,6 +35,7 @@ struct storeknowledge {
     slotcolumns slots;       // of all bases held
     bool worstknown = false; // icurrentlyworstsavedbasis holds: the worst slot is looked for only
                              // after a quality has changed
+    std::vector<soughtlattice> sought; // room for lattices that are prepared
 };
 
 // Takes note of the store as it stands.
@@ -47,6 +50,10 @@ bool tooweak(double quality, storeknowledge& known);
 // Given:               D, counts, quality   the basis
 // Given and returned:  known                of the store, which only offers have changed since
 void offerbasis(const matrix3& D, const indexcounts& counts, double quality, storeknowledge& known);
+
+// The same, with its lattice prepared.
+void offerbasis(const soughtlattice& lattice, const matrix3& D, const indexcounts& counts,
+                double quality, storeknowledge& known);
 
 // Looks for a basis of the same lattice, and replaces it by the candidate unless it is better.
 //

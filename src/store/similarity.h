@@ -16,11 +16,31 @@ bool samelattice(const matrix3& M, const matrix3& inverse);
 
 // What a lattice is first compared with, of each slot of the store: place k - 1 belongs to slot k.
 struct slotcolumns {
-    alignas(64) float vectors[6][maxsavedbases] = {}; // the first two vectors, by component
-    alignas(64) float reach[maxsavedbases] = {};      // their |components|, added up
-    double volume[maxsavedbases] = {};                // of the cell
-    double size[maxsavedbases] = {};                  // bounds the products of three elements
+    alignas(64) float vectors[6][maxsavedbases] = {};  // the first two vectors, by component
+    alignas(64) float reach[maxsavedbases] = {};       // their |components|, added up
+    alignas(64) float roughvolume[maxsavedbases] = {}; // the volume, or not a number
+    double volume[maxsavedbases] = {};                 // of the cell
+    double size[maxsavedbases] = {};                   // bounds the products of three elements
 };
+
+// A lattice that is looked for, and what follows from its inverse.
+struct soughtlattice {
+    matrix3 inverse;     // of a basis of it
+    bool regular;        // false: the basis is singular, and similar to nothing
+    double row[3][4];    // of the inverse, with room behind it
+    double volume;       // |det inverse|
+    double uncertain;    // times the size of a slot: how far volumes may be off
+    float rounded[3][4]; // the rows
+    float spread;        // times the reach of a slot: how far deviations may be off
+    float roughvolume;   // the volume, or not a number
+};
+
+// Prepares the lattice of a direct basis. Several are best prepared before the first of them is looked
+// for: then no inversion waits for what has to be decided in between.
+void setlattice(soughtlattice& sought, const matrix3& D);
+
+// The same, once the inverse is there.
+void setfrominverse(soughtlattice& sought);
 
 // Takes note of the basis in a slot.
 void noteslot(slotcolumns& slots, int slot);
@@ -28,7 +48,7 @@ void noteslot(slotcolumns& slots, int slot);
 // Gives the first slot of the store that holds a lattice (see samelattice), or 0.
 //
 // Given:     slots     all of them
-//            inverse   of a basis of the lattice
+//            sought    the lattice
 //
 // A lattice is compared with all slots in turn, and nearly all of them differ in the first two vectors
 // already. These are compared for many slots at once in single precision; then all three vectors, and
@@ -54,9 +74,15 @@ void noteslot(slotcolumns& slots, int slot);
 // product is rounded once more, 36 u Z. All in all the two differ by less than 500 u Z, for which
 // 2^-42 Z is taken, 2048 u. (What underflows is no more than 1e-100, as long as no r or s is beyond
 // 1e50; otherwise volumes decide nothing.)
-int firstsimilarslot(const slotcolumns& slots, const matrix3& inverse);
+//
+// Volumes in single precision, sixteen slots at once: the product of two is wrong by 3.1 v of itself.
+// It is asked only where r1 r2 r3 is no more than 100 times the one volume, and s^3 no more than 1e5
+// times the other: then 2^-42 Z is less than 2.3e-6 of it, and both together are less than 3e-6, with
+// a limit of 0.05 for which 0.05001 is taken. Elsewhere, and for volumes that are not between 1e-30
+// and 1e30, the volume is put down as not a number, which leaves none out.
+int firstsimilarslot(const slotcolumns& slots, const soughtlattice& sought);
 
 // The same in certain lanes (see lanes.h), which the processor must have.
-int firstsimilarslotin(int whichlanes, const slotcolumns& slots, const matrix3& inverse);
+int firstsimilarslotin(int whichlanes, const slotcolumns& slots, const soughtlattice& sought);
 
 } // namespace torvik

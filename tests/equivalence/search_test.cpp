@@ -5,6 +5,7 @@
 #include "search/batchfitting.h"
 #include "search/batchreduction.h"
 #include "search/fitting.h"
+#include "search/quality.h"
 #include "search/reduction.h"
 #include "search/scanning.h"
 #include "search/searchdriver.h"
@@ -199,6 +200,54 @@ TEST_F(FastSearch, GrowsFitsSideBySideToTheSameBits)
     EXPECT_GT(failures, cases(100, 10000));
 }
 
+// Vectors that differ from others, or from their negatives, by less than single precision can tell, and
+// one that is off by the tolerance but for as little.
+TEST_F(FastSearch, GrowsFitsSideBySideToTheSameBitsWhereSinglePrecisionDoesNotTell)
+{
+    randomnumbers random(54);
+    estimatedvolumes.currentlyinvestigatedvolume = 1.0;
+    int refined = 0;
+    for (int n = 1; n <= cases(200, 20000); ++n) {
+        const double criterion = random.between(0.05, 0.3);
+        otherglobalvariables.themaincriterion = criterion;
+        const bool atthetolerance = n % 3 == 0;
+        const int N = atthetolerance ? 4 : random.whole(5, 40);
+        const double part = std::pow(10.0, random.between(-13.0, -4.0));
+        vectorlist V;
+        for (int i = 1; i <= N; ++i)
+            for (int j = 1; j <= 3; ++j) V(i)
+        (j) = i <= 3                            ? (i == j ? 1.0 : 0.0)
+              : i > 4 && random.whole(0, 2) > 0 ? V(i - 1)(j) + random.between(-part, part)
+                                                : random.whole(-3, 3) + random.between(-0.12, 0.12);
+        if (n % 2 == 0)
+            for (int i = 5; i <= N; i += 2)
+                for (double& element : V(i).element) element = -element;
+        if (atthetolerance)
+            V(N) = {{1.0 + 1.15 * criterion + random.between(-part, part), 0.0, 0.0}};
+        vectorcolumns columns;
+        setcolumns(columns, N, V);
+        std::vector<fitting> before(20);
+        for (fitting& fit : before) {
+            fit.R =
+                atthetolerance ? identity() : diagonal(random.between(0.9999, 1.0001), 1.0, 1.0);
+            fit.start = {{1, 2, 3}};
+        }
+        for (int lanes = 1; lanes <= bestlanes(); ++lanes) {
+            std::vector<fitting> fits = before;
+            sequentialfitsin(lanes, fits, columns, 0.5, criterion);
+            for (std::size_t f = 0; f < fits.size(); ++f) {
+                matrix3 plain = before[f].R;
+                int status = 7;
+                plain::sequentialfittingrlbasis(plain, N, V, before[f].start, status);
+                ASSERT_EQ(bitsof(fits[f].R), bitsof(plain)) << n << " " << lanes << " " << f;
+                ASSERT_EQ(fits[f].status, status) << n << " " << lanes << " " << f;
+                refined += bitsof(plain) != bitsof(before[f].R) ? 1 : 0;
+            }
+        }
+    }
+    EXPECT_GT(refined, cases(1000, 100000));
+}
+
 // Short vectors, indexed too low by nearly the tolerance, shrink the basis pass by pass, until the
 // index of a long one goes beyond 2^31, where its rounding saturates.
 TEST_F(FastSearch, GrowsFitsSideBySideToTheSameBitsWhileAnIndexComesToSaturate)
@@ -291,8 +340,54 @@ TEST_F(FastSearch, CountsTheSameReflections)
         ASSERT_EQ(fast, plain) << n;
         ASSERT_EQ(fastquality, plainquality) << n;
         counted += fast.H;
+        vectorcolumns columns;
+        setcolumns(columns, recorded_reflections.numberofreflections,
+                   recorded_reflections.reflections);
+        for (int lanes = 1; lanes <= bestlanes(); ++lanes)
+            ASSERT_EQ(countindexedin(lanes, columns, D, otherglobalvariables.themaincriterion,
+                                     otherglobalvariables.maxallowedmillerindex),
+                      plain)
+                << n << " " << lanes;
     }
     EXPECT_GT(counted, cases(4000, 400000));
+}
+
+// The whole indices of what counts loosely, and whether a component has one of 1 or -1.
+TEST_F(FastSearch, RoundsTheSameIndices)
+{
+    randomnumbers random(53);
+    int units = 0;
+    int nounits = 0;
+    for (int n = 1; n <= cases(2000, 200000); ++n) {
+        setrandomreflections(random, random.whole(0, 30));
+        const int N = recorded_reflections.numberofreflections;
+        const double c = n % 9 == 0 ? 0.6 : random.between(0.03, 0.4);
+        const int largest = random.whole(1, 6);
+        matrix3 D = random.whole(0, 1) == 0 ? identity() : inverseof(randombasis(random));
+        for (int j = 1; j <= 3; ++j) D(2, j) *= random.whole(1, 3);
+        vectorcolumns columns;
+        setcolumns(columns, N, recorded_reflections.reflections);
+        for (int lanes = 1; lanes <= bestlanes(); ++lanes) {
+            wholeindices found;
+            indexwholein(lanes, columns, D, c, largest, found);
+            bool unit[3] = {};
+            for (int i = 1; i <= N; ++i) {
+                const vector3 x = transformed(D, recorded_reflections.reflections(i));
+                const bool counted = largestindex(x) <= largest && reflexquality222(x) <= c;
+                for (int j = 1; j <= 3; ++j) {
+                    const int index = counted ? nint(x(j)) : 0;
+                    ASSERT_EQ(found.h[j - 1][i - 1], index) << n << " " << lanes << " " << i;
+                    unit[j - 1] = unit[j - 1] || std::abs(index) == 1;
+                }
+            }
+            for (int j = 0; j < 3; ++j) {
+                ASSERT_EQ(found.unit[j], unit[j]) << n << " " << lanes;
+                ++(unit[j] ? units : nounits);
+            }
+        }
+    }
+    EXPECT_GT(units, cases(500, 50000));
+    EXPECT_GT(nounits, cases(500, 50000));
 }
 
 TEST_F(FastSearch, ReducesToTheSameBits)
@@ -461,13 +556,14 @@ matrix3 nearalimit(randomnumbers& random)
         M(3, 1) = random.whole(-2, 2);
     } else {
         double left = 0.15;
-        for (auto& row : M.element)
-            for (double& element : row) {
+        const int rows = random.whole(2, 3);
+        for (int i = 0; i < rows; ++i)
+            for (double& element : M.element[i]) {
                 const double part = left * random.between(0.0, 0.3);
                 element += random.whole(0, 1) == 0 ? part : -part;
                 left -= part;
             }
-        M(3, 2) += M(3, 2) < 0.0 ? -left : left;
+        M(rows, 1) += M(rows, 1) < 0.0 ? -left : left;
     }
     for (int k = random.whole(0, 3); k > 0; --k) {
         double& element = M(random.whole(1, 3), random.whole(1, 3));
@@ -509,11 +605,15 @@ TEST_F(FastSearch, FindsTheSameSlot)
         matrix3 inverse = inverseof(D);
         if (random.whole(0, 99) == 0)
             inverse(random.whole(1, 3), random.whole(1, 3)) = odd[random.whole(0, 8)];
+        soughtlattice sought = {};
+        sought.inverse = inverse;
+        sought.regular = true;
+        setfrominverse(sought);
         int expected = 0;
         for (int k = store.numberofsavedbases; k >= 1; --k)
             if (plain::samelattice(store.savedbases(k), inverse)) expected = k;
         for (int lanes = 1; lanes <= bestlanes(); ++lanes)
-            ASSERT_EQ(firstsimilarslotin(lanes, known.slots, inverse), expected)
+            ASSERT_EQ(firstsimilarslotin(lanes, known.slots, sought), expected)
                 << n << " " << lanes;
         found += expected > 0 ? 1 : 0;
         near += expected > 1 ? 1 : 0;
