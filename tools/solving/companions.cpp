@@ -17,7 +17,7 @@ namespace torvik::tools {
 namespace {
 
 constexpr std::size_t mostcompanions = 5; // a sixling has as many
-constexpr int largestindex = 16;
+constexpr int largestindex = 24;
 constexpr std::size_t mosttried = 4; // parts, with all that is left
 constexpr double rare = 0.05;        // what chance makes more often is not tried
 
@@ -30,7 +30,7 @@ struct latticepart {
 
 bool has(const matrix3& T, const vector3& h)
 {
-    constexpr double whole = 0.01; // others are off by 1/16 at least
+    constexpr double whole = 0.01; // others are off by 1/24 at least
     return offwhole(T.multiply(h)) < whole;
 }
 

@@ -24,7 +24,7 @@ namespace torvik::tools {
 // Gives the crystals that a lattice holds together: the first of them with the others as companions, and
 // the evidence of all.
 //
-// Looked through are the parts of its points that make a lattice with a cell n times smaller, n up to 16.
+// Looked through are the parts of its points that make a lattice with a cell n times smaller, n up to 24.
 // A part has one in n of the points. If it is that of a crystal, it has more of the reflections than
 // chance would give it.
 //

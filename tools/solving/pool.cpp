@@ -10,7 +10,7 @@ namespace torvik::tools {
 
 namespace {
 
-constexpr std::size_t kept = 12;       // lattices
+constexpr std::size_t kept = 24;       // lattices
 constexpr int relatives[] = {2, 3, 5}; // indices: of 4, 6 and more one comes by two steps
 constexpr double sametolerance = 0.15;
 
