@@ -6,6 +6,7 @@
 #include "plain/plain.h"
 #include "property/randomlattices.h"
 #include "support/cases.h"
+#include "support/child.h"
 #include "support/fresh.h"
 #include "support/runs.h"
 #include "text/units.h"
@@ -541,6 +542,34 @@ TEST_F(PrintedPeriodograms, NearSumsAreTheSameWithAndWithoutAvx2)
         EXPECT_EQ(sums.wayofS[j], others.wayofS[j]);
         EXPECT_EQ(sums.wayofC[j], others.wayofC[j]);
     }
+}
+
+// What an estimation that ends the run leaves in the periodogram file.
+std::string filed(void (*estimate)(const inputfilename&))
+{
+    const temporaryfolder folder;
+    const std::string name = folder.file("a.idx");
+    inchild([&] { estimate(makefilename(name)); });
+    return readfile(folder.file("a_periodogram.res"));
+}
+
+// With phases a thousand times as long the bounds are so much wider: many rows, of which both kinds
+// print alike at the two ends of their bounds, leave a digit of the product open.
+TEST_F(PrintedPeriodograms, OfTwoKindsInAFileHaveTheDigitsOfThePlainProducts)
+{
+    randomnumbers random(18);
+    makecase(random, 16, likeness::crystal, 2, 800);
+    for (std::size_t i = 0; i < numberofperiods(); ++i)
+        testperiods.tableoftestperiods.element[i] *= 1e-3;
+    periodogrambounds product = tableof(rayleigh).value;
+    multiply(product, tableof(scargle).value);
+    int open = 0;
+    for (std::size_t i = 0; i < numberofperiods(); ++i) open += printsalike(product, i) ? 0 : 1;
+    EXPECT_GT(open, 20);
+    otherglobalvariables.itypeofperiodogram = -rayleighxscargle;
+    const std::string expected = filed(plain::estimate_true_rvolumes);
+    EXPECT_EQ(linesof(expected).size(), numberofperiods() + 3);
+    EXPECT_TRUE(filed(estimate_true_rvolumes) == expected);
 }
 
 // Input for a run that writes the periodogram file, of vectors with noise.

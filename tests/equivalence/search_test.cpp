@@ -9,6 +9,7 @@
 #include "search/reduction.h"
 #include "search/scanning.h"
 #include "search/searchdriver.h"
+#include "search/tabulcos.h"
 #include "store/savedbases.h"
 #include "superlattices/hermite.h"
 #include "support/cases.h"
@@ -476,6 +477,36 @@ TEST_F(FastSearch, ReducesSideBySideByHalvesToTheSameBits)
     }
 }
 
+// Vectors as good as perpendicular: the product of the first two of their scalar products is too
+// small for a double, though the product of the last two, and of all three, is not. It counts as 0.
+TEST_F(FastSearch, ReducesSideBySideByAProductThatUnderflowsToTheSameBits)
+{
+    std::vector<matrix3> bases;
+    for (const double sign : {1.0, -1.0})
+        for (int turn = 0; turn < 3; ++turn) {
+            const matrix3 M = {
+                {{1e60, 0.0, 0.0}, {sign * 1e-210, 1e60, 0.0}, {1e-10, sign * 1e-260, 1e60}}};
+            matrix3 turned = {};
+            for (int i = 1; i <= 3; ++i)
+                for (int j = 1; j <= 3; ++j) turned((i + turn) % 3 + 1, j) = M(i, j);
+            bases.push_back(turned);
+        }
+    for (int lanes = 1; lanes <= bestlanes(); ++lanes) {
+        std::vector<matrix3> simple = bases;
+        std::vector<matrix3> full = bases;
+        simplereductionsin(lanes, simple);
+        buergerreductionsin(lanes, full);
+        for (std::size_t b = 0; b < bases.size(); ++b) {
+            matrix3 plain = bases[b];
+            plain::simplereduction(plain);
+            EXPECT_EQ(bitsof(simple[b]), bitsof(plain)) << lanes << " " << b;
+            plain = bases[b];
+            plain::buergerreduction(plain);
+            EXPECT_EQ(bitsof(full[b]), bitsof(plain)) << lanes << " " << b;
+        }
+    }
+}
+
 TEST_F(FastSearch, EndsReductionsThatGoInACircleAsTheGuardWould)
 {
     // Multiples of 0.2 that are equal but for rounding change places for ever.
@@ -622,6 +653,69 @@ TEST_F(FastSearch, FindsTheSameSlot)
     EXPECT_GT(near, cases(500, 50000));
 }
 
+// Whole numbers with ad - bc = 1, a and b of about the size given.
+numbered<double, 4> largeunimodular(randomnumbers& random, double size)
+{
+    numbered<double, 4> U = {{1.0, 0.0, 0.0, 1.0}};
+    while (std::fabs(U(1)) + std::fabs(U(2)) < size) {
+        const int k = random.whole(0, 1) == 0 ? random.whole(1, 9) : -random.whole(1, 9);
+        U = {{U(3) + k * U(1), U(4) + k * U(2), -U(1), -U(2)}};
+    }
+    return U;
+}
+
+// A lattice in terms of another one that it is at the limit of being the same as: by its volume, or by
+// the sum of the deviations. Two of its vectors are long, which brings large roundings; the deviations
+// stand where the determinant does not depend on them.
+matrix3 farfromreduced(randomnumbers& random)
+{
+    const numbered<double, 4> U = largeunimodular(random, std::pow(10.0, random.between(0.0, 5.0)));
+    const int along = random.whole(1, 3);
+    const int first = along % 3 + 1;
+    const int second = first % 3 + 1;
+    const auto either = [&](double x) { return random.whole(0, 1) == 0 ? x : -x; };
+    matrix3 T = {};
+    T(first, first) = U(1);
+    T(first, second) = U(2);
+    T(second, first) = U(3);
+    T(second, second) = U(4);
+    T(first, along) = random.whole(-9, 9);
+    T(second, along) = random.whole(-9, 9);
+    const bool byvolume = random.whole(0, 1) == 0;
+    T(along, along) = either(byvolume ? 1.0 + either(0.05) : 1.0);
+    const double part = byvolume ? 0.0 : random.between(0.0, 0.15);
+    T(first, along) += either(part);
+    T(second, along) += byvolume ? 0.0 : either(0.15 - part);
+    return T;
+}
+
+TEST_F(FastSearch, FindsTheSameSlotOfBasesFarFromReduced)
+{
+    randomnumbers random(53);
+    auto& store = modofsavedbases;
+    int found = 0;
+    const int tries = cases(4000, 400000);
+    for (int n = 1; n <= tries; ++n) {
+        const matrix3 D = inverseof(randombasis(random));
+        const matrix3 inverse = inverseof(D);
+        store.numberofsavedbases = 40;
+        int expected = 0;
+        for (int k = 1; k <= store.numberofsavedbases; ++k) {
+            matrix3& M = store.savedbases(k);
+            M = k % 16 == 0 ? matrixproduct(farfromreduced(random), D)
+                            : inverseof(randombasis(random));
+            if (expected == 0 && plain::samelattice(M, inverse)) expected = k;
+        }
+        const storeknowledge known = knowledgeofstore();
+        for (int lanes = 1; lanes <= bestlanes(); ++lanes)
+            ASSERT_EQ(firstsimilarslotin(lanes, known.slots, inverse), expected)
+                << n << " " << lanes;
+        found += expected > 0 ? 1 : 0;
+    }
+    EXPECT_GT(found, tries / 2); // two slots are at a limit, on either side as roundings will
+    EXPECT_LT(found, tries * 9 / 10);
+}
+
 TEST_F(FastSearch, FindsTheSameSolutions)
 {
     getlowindexsuperlattices();
@@ -653,6 +747,27 @@ TEST_F(FastSearch, FindsTheSameSolutions)
     }
     EXPECT_GT(solutions, cases(300, 15000));
     EXPECT_GT(full, 0); // then what is too weak is dropped
+}
+
+// Vectors come and go from one test value to the next, as the ranking has it; so do the three shortest
+// of them, and with them what a triple comes to.
+TEST_F(FastSearch, FindsTheSameSolutionsWhereTheShortestTrialVectorsChange)
+{
+    getlowindexsuperlattices();
+    getavonmisestypefunction(-9, tabulcos.vonmisesfunctinranking);
+    randomnumbers random(54);
+    int solutions = 0;
+    for (int n = 1; n <= cases(15, 3000); ++n) {
+        auto& parameters = otherglobalvariables;
+        parameters.iextentofthesearch = n % 3 + 3;
+        parameters.fractionofsupportingreflections = 0.6;
+        setrandomreflections(random, random.whole(7, 8));
+        estimatedvolumes.number_of_estimatedvolumes = 1;
+        estimatedvolumes.table_of_estimatedvolumes(1) = random.between(0.3, 1.2);
+        expectsamestore([] { printedby(getthebasis); }, [] { printedby(plain::getthebasis); });
+        solutions += modofsavedbases.numberofsavedbases;
+    }
+    EXPECT_GT(solutions, cases(100, 30000));
 }
 
 TEST_F(FastSearch, WritesTheSameLog)
