@@ -477,6 +477,24 @@ TEST_F(FastSearch, ReducesSideBySideByHalvesToTheSameBits)
     }
 }
 
+void expectsamereductions(const std::vector<matrix3>& bases)
+{
+    std::vector<matrix3> simple = bases;
+    std::vector<matrix3> full = bases;
+    for (matrix3& M : simple) plain::simplereduction(M);
+    for (matrix3& M : full) plain::buergerreduction(M);
+    for (int lanes = 1; lanes <= bestlanes(); ++lanes) {
+        std::vector<matrix3> simplyfast = bases;
+        std::vector<matrix3> fullyfast = bases;
+        simplereductionsin(lanes, simplyfast);
+        buergerreductionsin(lanes, fullyfast);
+        for (std::size_t b = 0; b < bases.size(); ++b) {
+            ASSERT_EQ(bitsof(simplyfast[b]), bitsof(simple[b])) << lanes << " " << b;
+            ASSERT_EQ(bitsof(fullyfast[b]), bitsof(full[b])) << lanes << " " << b;
+        }
+    }
+}
+
 // Vectors as good as perpendicular: the product of the first two of their scalar products is too
 // small for a double, though the product of the last two, and of all three, is not. It counts as 0.
 TEST_F(FastSearch, ReducesSideBySideByAProductThatUnderflowsToTheSameBits)
@@ -485,26 +503,41 @@ TEST_F(FastSearch, ReducesSideBySideByAProductThatUnderflowsToTheSameBits)
     for (const double sign : {1.0, -1.0})
         for (int turn = 0; turn < 3; ++turn) {
             const matrix3 M = {
-                {{1e60, 0.0, 0.0}, {sign * 1e-210, 1e60, 0.0}, {1e-10, sign * 1e-260, 1e60}}};
+                {{1e60, 0.0, 0.0}, {sign * 1e-210, 2e60, 0.0}, {1e-10, sign * 1e-260, 4e60}}};
             matrix3 turned = {};
             for (int i = 1; i <= 3; ++i)
                 for (int j = 1; j <= 3; ++j) turned((i + turn) % 3 + 1, j) = M(i, j);
             bases.push_back(turned);
         }
-    for (int lanes = 1; lanes <= bestlanes(); ++lanes) {
-        std::vector<matrix3> simple = bases;
-        std::vector<matrix3> full = bases;
-        simplereductionsin(lanes, simple);
-        buergerreductionsin(lanes, full);
-        for (std::size_t b = 0; b < bases.size(); ++b) {
-            matrix3 plain = bases[b];
-            plain::simplereduction(plain);
-            EXPECT_EQ(bitsof(simple[b]), bitsof(plain)) << lanes << " " << b;
-            plain = bases[b];
-            plain::buergerreduction(plain);
-            EXPECT_EQ(bitsof(full[b]), bitsof(plain)) << lanes << " " << b;
-        }
+    expectsamereductions(bases);
+}
+
+// Of whole multiples of a decimal fraction many steps are equal choices but for roundings.
+TEST_F(FastSearch, ReducesSideBySideMultiplesOfAFractionToTheSameBits)
+{
+    randomnumbers random(55);
+    const double units[] = {0.1, 0.2, 0.3, 0.7};
+    std::vector<matrix3> bases(static_cast<std::size_t>(cases(1000, 100000)));
+    for (matrix3& M : bases) {
+        const double unit = units[random.whole(0, 3)];
+        for (auto& row : M.element)
+            for (double& element : row) element = random.whole(-3, 3) * unit;
     }
+    expectsamereductions(bases);
+}
+
+// A product of zero and an infinite number is no number, and neither positive nor negative.
+TEST_F(FastSearch, ReducesSideBySideWhatIsNotFiniteToTheSameBits)
+{
+    randomnumbers random(56);
+    const double odd[] = {infinite, -infinite, notanumber};
+    std::vector<matrix3> bases(static_cast<std::size_t>(cases(60, 6000)));
+    for (matrix3& M : bases) {
+        for (auto& row : M.element)
+            for (double& element : row) element = random.whole(-1, 2);
+        M(random.whole(1, 3), random.whole(1, 3)) = odd[random.whole(0, 2)];
+    }
+    expectsamereductions(bases);
 }
 
 TEST_F(FastSearch, EndsReductionsThatGoInACircleAsTheGuardWould)

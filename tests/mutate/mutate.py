@@ -13,10 +13,11 @@ The checkout is not touched. The sources and tests are copied to a folder of the
 kept for the next time), and built there as the normal tests are, but for three things that save
 time: -O1, one shared library for all test executables, and no warnings. A fault then costs the
 compilation of what includes the faulty file, one link of the library, and the tests up to the first
-that fails: the unit tests of the file's folder, its fast procedures against the plain ones, the
-unit tests of the other folders, their fast procedures, the properties, whole runs under real faults,
-and whole runs with kept results. A fault may make a test run for ever, so every test executable has a time limit; to run
-into it counts as caught, since the normal run has one as well.
+that fails: those that caught the last fault of the file, the unit tests of the file's folder, its
+fast procedures against the plain ones, the unit tests of the other folders, their fast procedures,
+the properties, whole runs under real faults, and whole runs with kept results. A fault may make a
+test run for ever, so every test executable has a time limit; to run into it counts as caught, since
+the normal run has one as well.
 """
 
 import argparse
@@ -138,6 +139,7 @@ class Copy:
         self.faulty = {}  # objects of the fault that is planted, by source
         self.overlay = None
         self.cost = {}
+        self.lately = {}  # the suite that caught the last fault of a file, by file
         self.refresh()
         self.core = [s for s in self.sources("src/*/*.cpp") if s.name != "main.cpp"]
         self.main = self.sources("src/driver/main.cpp")
@@ -314,7 +316,9 @@ class Copy:
     def order(self, fault):
         """Gives the suites, those that will most likely catch the fault first."""
         folder = fault.file.split("/")[1]
-        own = [n for n in ("unit/" + folder, "equivalence/" + folder) if n in self.suites]
+        own = ["unit/" + folder, "equivalence/" + folder]
+        first = [self.lately[fault.file]] if fault.file in self.lately else []
+        own = first + [n for n in own if n in self.suites and n not in first]
         units = sorted((n for n in self.suites if n.startswith("unit/") and n not in own),
                        key=self.cost.get)
         return own + units + [n for n in LATER if n not in own]
@@ -333,6 +337,7 @@ class Copy:
             for name in self.order(fault):
                 failed = self.run(name, self.linksuite(name))
                 if failed:
+                    self.lately[fault.file] = name
                     return f"{name}: {failed}"
             return None
         except Failed as error:
