@@ -639,8 +639,8 @@ matrix3 nearalimit(randomnumbers& random)
 TEST_F(FastSearch, FindsTheSameSlot)
 {
     randomnumbers random(52);
-    const double odd[] = {0.0,  1e-200, 1e30,     2147483647.0, 2147483647.125,
-                          1e60, 1e200,  infinite, notanumber};
+    const double odd[] = {0.0, 1e-200, 1e30,  2147483647.0, 2147483647.125,
+                          3e9, 1e60,   1e200, infinite,     notanumber};
     auto& store = modofsavedbases;
     int found = 0;
     int near = 0;
@@ -654,10 +654,10 @@ TEST_F(FastSearch, FindsTheSameSlot)
             M = kind == 0 ? matrixproduct(nearalimit(random), D) : inverseof(randombasis(random));
             if (kind == 1 && random.whole(0, 9) == 0) M = relatedbasis(random, D);
             if (kind == 2 && whole)
-                M(random.whole(1, 3), random.whole(1, 3)) = odd[random.whole(0, 8)];
+                M(random.whole(1, 3), random.whole(1, 3)) = odd[random.whole(0, 9)];
             if (kind == 3 && whole) {
                 M = identity();
-                M(3, 1) = odd[random.whole(0, 8)];
+                M(3, 1) = odd[random.whole(0, 9)];
             }
         }
         storeknowledge known = knowledgeofstore();
@@ -668,7 +668,7 @@ TEST_F(FastSearch, FindsTheSameSlot)
         }
         matrix3 inverse = inverseof(D);
         if (random.whole(0, 99) == 0)
-            inverse(random.whole(1, 3), random.whole(1, 3)) = odd[random.whole(0, 8)];
+            inverse(random.whole(1, 3), random.whole(1, 3)) = odd[random.whole(0, 9)];
         soughtlattice sought = {};
         sought.inverse = inverse;
         sought.regular = true;
