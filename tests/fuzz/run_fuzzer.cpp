@@ -105,8 +105,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t cou
 {
     static summarizing fuzzed;
     static std::uint64_t number = 0;
-    ++number; // now and then a longer run
-    fuzzed.program.workadmitted = number % 10000 == 0 ? 1e6 : number % 100 == 0 ? 2e4 : 2e3;
+    ++number;
+    // Now and then a longer run, so that long periodograms come too, for which bounds are computed;
+    // and so do the kept inputs, which are the first.
+    const bool longer = number <= 1000 || number % 10 == 0;
+    fuzzed.program.workadmitted = number % 10000 == 0 ? 1e6 : longer ? 1e5 : 2e3;
     try {
         const std::string outcome =
             fuzzed.program.wholerun({reinterpret_cast<const char*>(bytes), count});
