@@ -13,7 +13,7 @@ The checkout is not touched. The sources and tests are copied to a folder of the
 kept for the next time), and built there as the normal tests are, but for three things that save
 time: -O1, one shared library for all test executables, and no warnings. A fault then costs the
 compilation of what includes the faulty file, one link of the library, and the tests up to the first
-that fails: those that caught the last fault of the file, the unit tests of the file's folder, its
+that fails: those that have caught faults of the file before, the unit tests of the file's folder, its
 fast procedures against the plain ones, the unit tests of the other folders, their fast procedures,
 the properties, whole runs under real faults, and whole runs with kept results. A fault may make a
 test run for ever, so every test executable has a time limit; to run into it counts as caught, since
@@ -139,7 +139,7 @@ class Copy:
         self.faulty = {}  # objects of the fault that is planted, by source
         self.overlay = None
         self.cost = {}
-        self.lately = {}  # the suite that caught the last fault of a file, by file
+        self.catching = {}  # tests that have caught faults of a file, by file and suite
         self.refresh()
         self.core = [s for s in self.sources("src/*/*.cpp") if s.name != "main.cpp"]
         self.main = self.sources("src/driver/main.cpp")
@@ -267,8 +267,8 @@ class Copy:
         for name in self.suites:
             self.linksuite(name)
 
-    def run(self, name, executable):
-        """Runs a suite up to its first failure. Gives None, or what failed."""
+    def run(self, name, executable, tests=None):
+        """Runs a suite, or some tests of it, up to the first failure. Gives None, or what failed."""
         seconds = int(20 + 4 * self.cost.get(name, 100.0))
 
         def limit():
@@ -282,7 +282,8 @@ class Copy:
         shutil.rmtree(scratch, ignore_errors=True)
         scratch.mkdir()
         environment = dict(os.environ, TMPDIR=str(scratch), GTEST_FAIL_FAST="1")
-        command = [str(executable), "--gtest_color=no", "--gtest_filter=" + LATER.get(name, "*")]
+        chosen = tests or LATER.get(name, "*")
+        command = [str(executable), "--gtest_color=no", "--gtest_filter=" + chosen]
         with (self.folder / "log").open("w") as log:
             process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=log,
                                        stderr=subprocess.STDOUT, cwd=scratch, env=environment,
@@ -314,14 +315,14 @@ class Copy:
             self.cost[name] = after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
 
     def order(self, fault):
-        """Gives the suites, those that will most likely catch the fault first."""
+        """Gives suites and tests, those that will most likely catch the fault first."""
+        known = [(n, ":".join(tests)) for n, tests in self.catching.get(fault.file, {}).items()]
         folder = fault.file.split("/")[1]
-        own = ["unit/" + folder, "equivalence/" + folder]
-        first = [self.lately[fault.file]] if fault.file in self.lately else []
-        own = first + [n for n in own if n in self.suites and n not in first]
+        own = [n for n in ("unit/" + folder, "equivalence/" + folder) if n in self.suites]
         units = sorted((n for n in self.suites if n.startswith("unit/") and n not in own),
                        key=self.cost.get)
-        return own + units + [n for n in LATER if n not in own]
+        suites = own + units + [n for n in LATER if n not in own]
+        return known + [(n, None) for n in suites]
 
     def plant(self, fault):
         """Tries one fault. Gives what caught it, or None."""
@@ -334,10 +335,12 @@ class Copy:
         self.overlay = (fault.file, path)
         try:
             self.linkprogram()
-            for name in self.order(fault):
-                failed = self.run(name, self.linksuite(name))
+            for name, tests in self.order(fault):
+                failed = self.run(name, self.linksuite(name), tests)
                 if failed:
-                    self.lately[fault.file] = name
+                    if tests is None and re.fullmatch(r"[\w/]+\.[\w/]+", failed):
+                        catching = self.catching.setdefault(fault.file, {})
+                        catching.setdefault(name, []).append(failed)
                     return f"{name}: {failed}"
             return None
         except Failed as error:
