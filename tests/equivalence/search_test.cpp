@@ -436,27 +436,32 @@ matrix3 basistobereduced(randomnumbers& random)
     return M;
 }
 
+void expectsamereductions(const std::vector<matrix3>& bases)
+{
+    std::vector<matrix3> simple = bases;
+    std::vector<matrix3> full = bases;
+    for (matrix3& M : simple) plain::simplereduction(M);
+    for (matrix3& M : full) plain::buergerreduction(M);
+    for (int lanes = 1; lanes <= bestlanes(); ++lanes) {
+        std::vector<matrix3> simplyfast = bases;
+        std::vector<matrix3> fullyfast = bases;
+        simplereductionsin(lanes, simplyfast);
+        buergerreductionsin(lanes, fullyfast);
+        for (std::size_t b = 0; b < bases.size(); ++b) {
+            ASSERT_EQ(bitsof(simplyfast[b]), bitsof(simple[b])) << lanes << " " << b;
+            ASSERT_EQ(bitsof(fullyfast[b]), bitsof(full[b])) << lanes << " " << b;
+        }
+    }
+}
+
 TEST_F(FastSearch, ReducesSideBySideToTheSameBits)
 {
     randomnumbers random(51);
     for (int n = 1; n <= cases(60, 6000); ++n) {
+        SCOPED_TRACE(n);
         std::vector<matrix3> bases(static_cast<std::size_t>(random.whole(0, 40)));
         for (matrix3& M : bases) M = basistobereduced(random);
-        std::vector<matrix3> simple = bases;
-        std::vector<matrix3> full = bases;
-        for (matrix3& M : simple) plain::simplereduction(M);
-        for (matrix3& M : full) plain::buergerreduction(M);
-        for (int lanes = 1; lanes <= bestlanes(); ++lanes) {
-            std::vector<matrix3> simplyfast = bases;
-            std::vector<matrix3> fullyfast = bases;
-            simplereductionsin(lanes, simplyfast);
-            buergerreductionsin(lanes, fullyfast);
-            for (std::size_t b = 0; b < bases.size(); ++b) {
-                ASSERT_EQ(bitsof(simplyfast[b]), bitsof(simple[b]))
-                    << n << " " << lanes << " " << b;
-                ASSERT_EQ(bitsof(fullyfast[b]), bitsof(full[b])) << n << " " << lanes << " " << b;
-            }
-        }
+        expectsamereductions(bases);
     }
 }
 
@@ -473,24 +478,6 @@ TEST_F(FastSearch, ReducesSideBySideByHalvesToTheSameBits)
             matrix3 plain = bases[b];
             plain::simplereduction(plain);
             EXPECT_EQ(bitsof(simple[b]), bitsof(plain)) << lanes << " " << b;
-        }
-    }
-}
-
-void expectsamereductions(const std::vector<matrix3>& bases)
-{
-    std::vector<matrix3> simple = bases;
-    std::vector<matrix3> full = bases;
-    for (matrix3& M : simple) plain::simplereduction(M);
-    for (matrix3& M : full) plain::buergerreduction(M);
-    for (int lanes = 1; lanes <= bestlanes(); ++lanes) {
-        std::vector<matrix3> simplyfast = bases;
-        std::vector<matrix3> fullyfast = bases;
-        simplereductionsin(lanes, simplyfast);
-        buergerreductionsin(lanes, fullyfast);
-        for (std::size_t b = 0; b < bases.size(); ++b) {
-            ASSERT_EQ(bitsof(simplyfast[b]), bitsof(simple[b])) << lanes << " " << b;
-            ASSERT_EQ(bitsof(fullyfast[b]), bitsof(full[b])) << lanes << " " << b;
         }
     }
 }
@@ -636,6 +623,15 @@ matrix3 nearalimit(randomnumbers& random)
     return M;
 }
 
+soughtlattice soughtby(const matrix3& inverse)
+{
+    soughtlattice sought = {};
+    sought.inverse = inverse;
+    sought.regular = true;
+    setfrominverse(sought);
+    return sought;
+}
+
 TEST_F(FastSearch, FindsTheSameSlot)
 {
     randomnumbers random(52);
@@ -669,10 +665,7 @@ TEST_F(FastSearch, FindsTheSameSlot)
         matrix3 inverse = inverseof(D);
         if (random.whole(0, 99) == 0)
             inverse(random.whole(1, 3), random.whole(1, 3)) = odd[random.whole(0, 9)];
-        soughtlattice sought = {};
-        sought.inverse = inverse;
-        sought.regular = true;
-        setfrominverse(sought);
+        const soughtlattice sought = soughtby(inverse);
         int expected = 0;
         for (int k = store.numberofsavedbases; k >= 1; --k)
             if (plain::samelattice(store.savedbases(k), inverse)) expected = k;
@@ -740,8 +733,9 @@ TEST_F(FastSearch, FindsTheSameSlotOfBasesFarFromReduced)
             if (expected == 0 && plain::samelattice(M, inverse)) expected = k;
         }
         const storeknowledge known = knowledgeofstore();
+        const soughtlattice sought = soughtby(inverse);
         for (int lanes = 1; lanes <= bestlanes(); ++lanes)
-            ASSERT_EQ(firstsimilarslotin(lanes, known.slots, inverse), expected)
+            ASSERT_EQ(firstsimilarslotin(lanes, known.slots, sought), expected)
                 << n << " " << lanes;
         found += expected > 0 ? 1 : 0;
     }

@@ -37,9 +37,9 @@ std::string onlyin(const matrix3& basis, const matrix3& other)
     std::string deciding;
     double shortest = std::numeric_limits<double>::infinity();
     constexpr int most = 3;
-    for (int h = -most; h <= most; ++h)
-        for (int k = -most; k <= most; ++k)
-            for (int l = -most; l <= most; ++l) {
+    for (int h = 0; h <= most; ++h)
+        for (int k = h > 0 ? -most : 0; k <= most; ++k)
+            for (int l = h > 0 || k > 0 ? -most : 1; l <= most; ++l) {
                 const vector3 q = UB.multiply(vector3(h, k, l));
                 constexpr double whole = 0.15;
                 if (offwhole(other.multiply(q)) < whole || q.length() >= shortest) continue;
