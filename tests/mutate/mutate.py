@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Plants small faults in the program, one at a time, and says which test catches each.
 
-    tests/mutate/mutate.py                  all faults of faults.txt; an hour or so on one core
+    tests/mutate/mutate.py                  all faults of faults.txt; an hour or two on one core
     tests/mutate/mutate.py --only REGEX     those whose file, line, kind or text matches
     tests/mutate/mutate.py --list           the faults, numbered
     tests/mutate/mutate.py --check          only that the list fits the sources, in a moment
