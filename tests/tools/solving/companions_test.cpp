@@ -35,6 +35,7 @@ crystals solved(const simulated& made, int lattices = 1)
 {
     solveoptions options;
     options.program = TORVIK_PROGRAM;
+    options.budget = 1e6; // which no machine is too slow for
     vectorlist list;
     list.vectors = made.vectors();
     return solveall(list, options, lattices);
