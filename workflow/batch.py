@@ -30,13 +30,12 @@ sys.dont_write_bytecode = True
 
 from torvikbatch import folder, inputs  # noqa: E402
 from torvikbatch.folder import FIRST, SECOND, VERDICTS, Pass, Unusable  # noqa: E402
+from torvikbatch.signals import STOPPING, hear, hold  # noqa: E402
 
 # What decides the answer for a crystal: all answers in one folder are of the same.
 FIXED = ("budget", "volume", "options", "keep")
 # A file system that many machines share can show a new file late.
 LATENCY = 60  # seconds
-# They end the work.
-STOPPING = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
 
 
 def start(asked: dict) -> IO:
@@ -126,11 +125,6 @@ def command(asked: dict) -> list[str]:
     if asked["slurm"]:
         return [*line, "--jobs", str(asked["jobs"]), *forcluster()]
     return [*line, "--cores", str(asked["jobs"])]
-
-
-def hear() -> None:
-    """Lets come what was held back."""
-    signal.pthread_sigmask(signal.SIG_UNBLOCK, STOPPING)
 
 
 def becomechild() -> None:
@@ -303,7 +297,7 @@ def run(line: list[str], asked: dict, progress: Progress, lock: IO) -> int:
     with open(folder.LOG, "ab") as log:
         child = None
         # A signal amid the start would leave a Snakemake that nobody knows of.
-        signal.pthread_sigmask(signal.SIG_BLOCK, STOPPING)
+        hold()
         try:
             child = subprocess.Popen(line, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
                                      env=environment, pass_fds=(lock.fileno(),),

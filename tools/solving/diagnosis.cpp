@@ -19,14 +19,6 @@ namespace {
 
 constexpr double rare = 1e-3; // what chance makes less often is told
 
-std::vector<vector3> nottaken(const std::vector<vector3>& vectors, const assessment& found)
-{
-    std::vector<vector3> left;
-    for (std::size_t i = 0; i < vectors.size(); ++i)
-        if (found.genuine[i] < 0.5) left.push_back(vectors[i]);
-    return left;
-}
-
 // The part of space within a distance of the points of a lattice with this volume of the cell.
 double filled(double distance, double volume)
 {
@@ -236,7 +228,7 @@ std::vector<std::string> diagnose(const std::vector<vector3>& vectors, const ass
 {
     std::vector<std::string> said;
     if (found.genuine.size() != vectors.size()) return said;
-    const std::vector<vector3> left = nottaken(vectors, found);
+    const std::vector<vector3> left = leftby(vectors, found);
     findfractions(left, found, said);
     findrings(left, said);
     findsystematic(vectors, found, said);

@@ -90,6 +90,14 @@ assessment result(const state& now, const expectation& sums, double evidence)
 
 } // namespace
 
+std::vector<vector3> leftby(const std::vector<vector3>& vectors, const assessment& found)
+{
+    std::vector<vector3> left;
+    for (std::size_t i = 0; i < vectors.size(); ++i)
+        if (!(found.genuine[i] > 0.5)) left.push_back(vectors[i]);
+    return left;
+}
+
 assessment assess(const std::vector<vector3>& vectors, const matrix3& start, double least)
 {
     const assessment nothing = {start, none, 0.0, 1.0, 0, {}};

@@ -53,6 +53,9 @@ struct assessment {
     std::vector<matrix3> companions = {};
 };
 
+// The vectors that a lattice does not take: those that are not more likely genuine than wrong.
+std::vector<vector3> leftby(const std::vector<vector3>& vectors, const assessment& found);
+
 // Refines a lattice on all vectors and gives its evidence. The errors and the fraction of wrong ones
 // are refined with it, by expectation and maximisation (Dempster, Laird & Rubin, 1977).
 //

@@ -120,9 +120,7 @@ void merge(const std::vector<vector3>& vectors, const std::vector<assessment>& f
 bool besides(const std::vector<vector3>& vectors, const assessment& best, const assessment& other,
              const std::vector<givencell>& cells)
 {
-    std::vector<vector3> left;
-    for (std::size_t i = 0; i < vectors.size(); ++i)
-        if (best.genuine[i] < 0.5) left.push_back(vectors[i]);
+    const std::vector<vector3> left = leftby(vectors, best);
     const givencell& cell = cells[static_cast<std::size_t>(other.known)];
     const int count = static_cast<int>(cells.size());
     return assessknown(left, cell, cell.orientationof(other.basis), count).evidence

@@ -144,14 +144,11 @@ std::vector<assessment> withcrystals(const vectorlist& list, const pool& candida
 bool besides(const std::vector<vector3>& vectors, const assessment& best, const assessment& other)
 {
     if (!best.companions.empty() || !other.companions.empty()) return false;
-    std::vector<vector3> left;
     int shared = 0;
     for (std::size_t i = 0; i < vectors.size(); ++i)
-        if (best.genuine[i] <= 0.5)
-            left.push_back(vectors[i]);
-        else if (other.genuine[i] > 0.5)
-            ++shared;
-    return 2 * shared < best.indexed && assess(left, other.basis).evidence >= evidenceneeded;
+        if (best.genuine[i] > 0.5 && other.genuine[i] > 0.5) ++shared;
+    return 2 * shared < best.indexed
+           && assess(leftby(vectors, best), other.basis).evidence >= evidenceneeded;
 }
 
 std::string reasonof(const answer& found, bool another)

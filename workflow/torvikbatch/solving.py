@@ -18,15 +18,12 @@ from pathlib import Path
 
 from torvikbatch import folder
 from torvikbatch.folder import CELL, Input, Pass
+from torvikbatch.signals import STOPPING, hear, hold
 
 # A command that has not ended so long after its budget hangs. One run, and reading a large file, can
 # go on beyond the budget.
 PATIENCE = 120.0  # seconds
 HANGS = -1000  # in place of a status
-
-
-# They end a job.
-STOPPING = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
 
 
 class Stopped(Exception):
@@ -58,18 +55,12 @@ def command(given: Input, output: Path, settings: dict, cells: list[list[float]]
     return line
 
 
-def hear() -> None:
-    """Lets come what was held back."""
-    signal.pthread_sigmask(signal.SIG_UNBLOCK, STOPPING)
-
-
 def ended(line: list[str], budget: float) -> tuple[int, str]:
     """Runs a command to its end. Returns its status and what it said on the error stream. It has a
     session of its own: a Ctrl-C for the workflow would make it give a hasty answer."""
     with tempfile.TemporaryFile("w+", encoding="utf-8", errors="surrogateescape") as errors:
         child = None
-        # A signal amid the start would leave a child that nobody knows of.
-        signal.pthread_sigmask(signal.SIG_BLOCK, STOPPING)
+        hold()
         try:
             child = subprocess.Popen(line, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                                      stderr=errors, start_new_session=True, preexec_fn=hear)
