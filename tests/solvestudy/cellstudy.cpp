@@ -1,9 +1,9 @@
 #include "cellstudy.h"
 
-#include "lattice/relations.h"
 #include "simulation/simulate.h"
-#include "solving/deformation.h"
-#include "solving/knowncell.h"
+#include "solver/evidence/known_cell.h"
+#include "solver/lattice/deformation.h"
+#include "solver/lattice/relations.h"
 #include "solving/knownsolve.h"
 
 #include <algorithm>
@@ -38,7 +38,7 @@ struct tally {
 struct trial {
     simulated made;
     vectorlist list;
-    cell6 given = {};
+    cell_parameters given = {};
 };
 
 simulationrequest requestof(int reflections, int wrong, double noise, double volume, int i)
@@ -54,12 +54,13 @@ simulationrequest requestof(int reflections, int wrong, double noise, double vol
 }
 
 // A cell as another crystal has it: strained by chance.
-cell6 strained(const matrix3& basis, std::uint64_t seed)
+cell_parameters strained(const matrix3& basis, std::uint64_t seed)
 {
     randomnumbers random(seed);
     nine strain = {};
-    for (std::size_t k = 3; k < strain.size(); ++k) strain[k] = usualstrain * normaldeviate(random);
-    return cellof(basis.multiply(matrix3() + deformationof(strain)));
+    for (std::size_t k = 3; k < strain.size(); ++k)
+        strain[k] = usual_strain * normaldeviate(random);
+    return cell_of(basis.multiply(matrix3() + deformation_of(strain)));
 }
 
 trial trialof(const simulationrequest& asked)
@@ -82,7 +83,7 @@ void add(tally& sums, const trial& one, const std::optional<matrix3>& truth)
     sums.longest = std::max(sums.longest, seconds);
     ++sums.trials;
     const bool best =
-        truth && !found.lattices.empty() && samelattice(found.lattices[0].basis, *truth, nearly);
+        truth && !found.lattices.empty() && same_lattice(found.lattices[0].basis, *truth, nearly);
     if (best) ++sums.best;
     switch (found.how) {
     case verdict::solved: ++(best ? sums.right : sums.wrong); break;
@@ -185,7 +186,7 @@ void wrongcells(int trials)
             randomnumbers random(seed + 77);
             const matrix3 cell = randomcell(random, latticetypes[0]);
             const double volume = std::fabs(one.made.truth().primitive.determinant());
-            one.given = cellof(scaled(cell, std::cbrt(volume / std::fabs(cell.determinant()))));
+            one.given = cell_of(scaled(cell, std::cbrt(volume / std::fabs(cell.determinant()))));
         },
         trials);
     row(
@@ -207,13 +208,13 @@ void wrongcells(int trials)
     row(
         "a supercell of index 2",
         [](trial& one, std::uint64_t seed) {
-            one.given = cellof(hermiteforms(2)[seed % 7].multiply(basisof(one.given)));
+            one.given = cell_of(hermite_forms(2)[seed % 7].multiply(basis_of(one.given)));
         },
         trials);
     row(
         "a subcell of index 2",
         [](trial& one, std::uint64_t seed) {
-            one.given = cellof(finerforms(2)[seed % 7].multiply(basisof(one.given)));
+            one.given = cell_of(finer_forms(2)[seed % 7].multiply(basis_of(one.given)));
         },
         trials);
 }

@@ -9,8 +9,8 @@
 
 #include "cellstudy.h"
 
-#include "lattice/relations.h"
 #include "simulation/simulate.h"
+#include "solver/lattice/relations.h"
 #include "solving/solve.h"
 
 #include <algorithm>
@@ -50,7 +50,7 @@ using byvolume = std::array<tally, volumeclasses>;
 bool right(const assessment& one, const simulated& made)
 {
     return std::any_of(made.lattices.begin(), made.lattices.end(), [&](const auto& lattice) {
-        return samelattice(one.basis, lattice.primitive, nearly);
+        return same_lattice(one.basis, lattice.primitive, nearly);
     });
 }
 
@@ -178,7 +178,7 @@ void twins(int trials)
             for (int i = 0; i < trials; ++i) {
                 simulationrequest asked;
                 asked.seed = 2000U + static_cast<std::uint64_t>(i);
-                asked.cell = cell6{7.1, 9.3, 12.2, 90.0, beta, 90.0};
+                asked.cell = cell_parameters{7.1, 9.3, 12.2, 90.0, beta, 90.0};
                 asked.reflections = what.reflections;
                 asked.wrong = what.wrong;
                 asked.noise = 0.01;

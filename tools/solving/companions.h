@@ -1,7 +1,8 @@
 // Several crystals of one cell, where one lattice with a large cell would hold them all.
 #pragma once
 
-#include "solving/evidence.h"
+#include "base/linear.h"
+#include "solver/evidence/free_lattice.h"
 #include "solving/ladder.h"
 
 #include <functional>

@@ -16,8 +16,8 @@ namespace torvik::tools {
 // of the cell that was given.
 answer solveknown(const vectorlist& list, const solveoptions& options);
 
-// Throws a failure, as a sentence, for what is no cell or not that of a crystal.
-void checkknown(const cell6& cell);
+// Throws invalid_input for what is no cell, and a failure for a cell that no crystal has: both sentences.
+void checkknown(const cell_parameters& cell);
 
 // A remark on the best lattice of an answer, if a part of its points alone is hit: the smaller cell, of a
 // half or a third of the volume, that explains the vectors better by the lead that an answer needs.
