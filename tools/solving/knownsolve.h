@@ -10,7 +10,7 @@ namespace torvik::tools {
 
 // Looks for the orientation of one of the cells of the options, all of them primitive, that the
 // vectors are best explained by. No run is made: orientations are proposed by pairs of vectors, and
-// judged by their evidence (knowncell.h). An answer needs the evidence that `solve` needs, or more if
+// judged by their evidence (known_cell.h). An answer needs the evidence that `solve` needs, or more if
 // there are more than 20 vectors, and its lead on the next orientation or cell; and it must not be a
 // coincidence with a part of another lattice. The bases of the answer are right-handed, in the setting
 // of the cell that was given.
