@@ -1,5 +1,7 @@
 #include "solver/evidence/binomial.h"
 
+#include "solver/numeric/functions.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -11,9 +13,9 @@ double binomial_tail(int hits, int trials, double p)
     if (p >= 1.0) return 1.0;
     double sum = 0.0;
     for (int k = hits; k <= trials; ++k)
-        sum += std::exp(std::lgamma(trials + 1.0) - std::lgamma(k + 1.0)
-                        - std::lgamma(trials - k + 1.0) + k * std::log(p)
-                        + (trials - k) * std::log1p(-p));
+        sum +=
+            exponential(log_gamma(trials + 1.0) - log_gamma(k + 1.0) - log_gamma(trials - k + 1.0)
+                        + k * logarithm(p) + (trials - k) * logarithm(1.0 - p));
     return std::min(sum, 1.0);
 }
 

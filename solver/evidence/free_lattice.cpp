@@ -1,6 +1,7 @@
 #include "solver/evidence/free_lattice.h"
 
 #include "solver/evidence/mixture.h"
+#include "solver/numeric/functions.h"
 
 #include <cmath>
 #include <limits>
@@ -67,20 +68,20 @@ bool singular(const matrix3& HH)
 bool visible(const state& now)
 {
     return std::isfinite(now.volume) && now.volume > 0.0
-           && now.errors.smallest_sigma < largest_sigma * std::cbrt(1.0 / now.volume);
+           && now.errors.smallest_sigma < largest_sigma * cube_root(1.0 / now.volume);
 }
 
 void refine(state& now, const expectation& sums, const products& of)
 {
     set_basis(now, of.qH.multiply(of.HH.inverse()));
-    now.errors.refine(sums, 9.0, largest_sigma * std::cbrt(1.0 / now.volume));
+    now.errors.refine(sums, 9.0, largest_sigma * cube_root(1.0 / now.volume));
 }
 
 double evidence_of(const expectation& sums, const matrix3& HH, const state& now)
 {
-    return sums.likelihood + 3.0 * std::log(now.volume) + 4.5 * std::log(2.0 * std::numbers::pi)
-           + 9.0 * std::log(now.errors.sigma) - 1.5 * std::log(HH.determinant())
-           - std::log(measure_of_lattices * std::log(range_of_volumes));
+    return sums.likelihood + 3.0 * logarithm(now.volume) + 4.5 * logarithm(2.0 * std::numbers::pi)
+           + 9.0 * logarithm(now.errors.sigma) - 1.5 * logarithm(HH.determinant())
+           - logarithm(measure_of_lattices * logarithm(range_of_volumes));
 }
 
 assessment result(const state& now, const expectation& sums, double evidence)
@@ -105,7 +106,7 @@ assessment assess(const std::vector<vector3>& vectors, const matrix3& start, dou
     state now;
     if (!(std::fabs(start.determinant()) > 0.0)) return nothing;
     set_basis(now, start.inverse());
-    now.errors = {first_sigma * std::cbrt(1.0 / now.volume), first_outlier_fraction,
+    now.errors = {first_sigma * cube_root(1.0 / now.volume), first_outlier_fraction,
                   digit_error(vectors)};
     refinement rounds(least);
     while (visible(now)) {

@@ -3,6 +3,7 @@
 #include "solver/evidence/mixture.h"
 #include "solver/lattice/deformation.h"
 #include "solver/lattice/short_vectors.h"
+#include "solver/numeric/functions.h"
 
 #include <algorithm>
 #include <array>
@@ -110,16 +111,16 @@ double log_strains(const state& now, const given_cell& cell)
     for (const matrix3& T : cell.rotations) {
         // The refined lattice, with its axes permuted by T, against the known one.
         const matrix3 UB = now.crystal.multiply(T.inverse());
-        sum += std::exp(-0.5 * strain_square(UB.multiply(cell.basis)) / variance);
+        sum += exponential(-0.5 * strain_square(UB.multiply(cell.basis)) / variance);
     }
-    return std::log(sum) - 3.0 * std::log(two_pi * variance);
+    return logarithm(sum) - 3.0 * logarithm(two_pi * variance);
 }
 
 double evidence_of(const expectation& sums, const state& now, const given_cell& cell,
                    const cholesky& M, int cells)
 {
-    return sums.likelihood + 4.5 * std::log(two_pi) - 0.5 * M.log_determinant()
-           - std::log(2.0 * two_pi * two_pi) + log_strains(now, cell) - std::log(cells);
+    return sums.likelihood + 4.5 * logarithm(two_pi) - 0.5 * M.log_determinant()
+           - logarithm(2.0 * two_pi * two_pi) + log_strains(now, cell) - logarithm(cells);
 }
 
 } // namespace
@@ -153,9 +154,9 @@ assessment assess_known(const std::vector<vector3>& vectors, const given_cell& c
     now.R = R;
     set(now, cell);
     const assessment nothing = {now.basis, no_evidence, 0.0, 1.0, 0, {}};
-    now.errors = {first_sigma / std::cbrt(now.volume), first_outlier_fraction,
+    now.errors = {first_sigma / cube_root(now.volume), first_outlier_fraction,
                   digit_error(vectors)};
-    if (!(now.errors.smallest_sigma < largest_sigma / std::cbrt(now.volume))) return nothing;
+    if (!(now.errors.smallest_sigma < largest_sigma / cube_root(now.volume))) return nothing;
     refinement rounds(least);
     while (true) {
         products of;
@@ -169,7 +170,7 @@ assessment assess_known(const std::vector<vector3>& vectors, const given_cell& c
             return {now.basis,          evidence,   now.errors.sigma, now.errors.outlier_fraction,
                     inlier_count(sums), sums.inlier};
         refine(now, cell, of, *M);
-        now.errors.refine(sums, fixed_by(variance), largest_sigma / std::cbrt(now.volume));
+        now.errors.refine(sums, fixed_by(variance), largest_sigma / cube_root(now.volume));
     }
 }
 

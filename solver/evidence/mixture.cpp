@@ -1,5 +1,7 @@
 #include "solver/evidence/mixture.h"
 
+#include "solver/numeric/functions.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -9,17 +11,17 @@ namespace torvik::solver {
 
 double error_model::peak(double volume) const
 {
-    return (1.0 - outlier_fraction) / volume
-           / std::pow(2.0 * std::numbers::pi * (sigma * sigma), 1.5);
+    const double spread = 2.0 * std::numbers::pi * (sigma * sigma);
+    return (1.0 - outlier_fraction) / volume / (spread * std::sqrt(spread));
 }
 
 double error_model::add(expectation& sums, double peak, const vector3& h, double square) const
 {
     // The origin is a point of every lattice: a vector near it is no evidence.
     const bool origin = h.length_sq() == 0.0;
-    const double density = origin ? 0.0 : peak * std::exp(-0.5 * square / (sigma * sigma));
+    const double density = origin ? 0.0 : peak * exponential(-0.5 * square / (sigma * sigma));
     const double inlier = density / (density + outlier_fraction);
-    sums.likelihood += std::log(density + outlier_fraction);
+    sums.likelihood += logarithm(density + outlier_fraction);
     sums.weight += inlier;
     sums.squares += inlier * square;
     sums.inlier.push_back(inlier);

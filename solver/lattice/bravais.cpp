@@ -2,6 +2,7 @@
 
 #include "solver/lattice/library_steps.h"
 #include "solver/lattice/short_vectors.h"
+#include "solver/numeric/functions.h"
 
 #include <algorithm>
 #include <array>
@@ -394,7 +395,7 @@ cell_parameters cell_of_metric(const matrix3& G)
     const double a = std::sqrt(G[0][0]);
     const double b = std::sqrt(G[1][1]);
     const double c = std::sqrt(G[2][2]);
-    const auto angle = [](double cosine) { return gemmi::deg(std::acos(cosine)); };
+    const auto angle = [](double cosine) { return gemmi::deg(arccosine(cosine)); };
     return {a, b, c, angle(G[1][2] / (b * c)), angle(G[0][2] / (a * c)), angle(G[0][1] / (a * b))};
 }
 

@@ -3,6 +3,7 @@
 #include "solver/lattice/invalid_input.h"
 #include "solver/lattice/short_vectors.h"
 #include "solver/lattice/text.h"
+#include "solver/numeric/functions.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -21,13 +22,13 @@ double cosine_of(double degrees)
     if (degrees == 90.0) return 0.0;
     if (degrees == 60.0) return 0.5;
     if (degrees == 120.0) return -0.5;
-    return std::cos(gemmi::rad(degrees));
+    return cosine(gemmi::rad(degrees));
 }
 
 // The angle between two vectors in degrees, as precise near 0 and 180 as near 90.
 double angle_of(const vector3& u, const vector3& v)
 {
-    return gemmi::deg(std::atan2(u.cross(v).length(), u.dot(v)));
+    return gemmi::deg(arctangent(u.cross(v).length(), u.dot(v)));
 }
 
 // The square of the volume of a cell of unit lengths.
@@ -180,7 +181,7 @@ constexpr double rounding_part = 1e-6;
 
 double scale_of(const matrix3& basis)
 {
-    return std::cbrt(basis.determinant() * basis.determinant());
+    return cube_root(basis.determinant() * basis.determinant());
 }
 
 // Calls `take` with the integer factors and the rows of every right-handed basis of one vector from each

@@ -1,6 +1,7 @@
 #include "solver/lattice/deformation.h"
 
 #include "solver/lattice/short_vectors.h"
+#include "solver/numeric/functions.h"
 
 #include <cmath>
 #include <cstddef>
@@ -91,7 +92,7 @@ std::optional<cholesky> cholesky::of(const nine_by_nine& A)
 double cholesky::log_determinant() const
 {
     double sum = 0.0;
-    for (std::size_t i = 0; i < size; ++i) sum += 2.0 * std::log(L_[i][i]);
+    for (std::size_t i = 0; i < size; ++i) sum += 2.0 * logarithm(L_[i][i]);
     return sum;
 }
 
@@ -160,8 +161,8 @@ matrix3 nearest_rotation(matrix3 R)
 matrix3 rotation_by(const vector3& w)
 {
     const double angle = w.length();
-    const double first = angle > 1e-8 ? std::sin(angle) / angle : 1.0;
-    const double second = angle > 1e-8 ? (1.0 - std::cos(angle)) / (angle * angle) : 0.5;
+    const double first = angle > 1e-8 ? sine(angle) / angle : 1.0;
+    const double second = angle > 1e-8 ? (1.0 - cosine(angle)) / (angle * angle) : 0.5;
     const matrix3 K = deformation_of({w.x, w.y, w.z, 0, 0, 0, 0, 0, 0});
     return matrix3() + scaled(K, first) + scaled(K.multiply(K), second);
 }

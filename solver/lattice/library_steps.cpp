@@ -1,5 +1,7 @@
 #include "solver/lattice/library_steps.h"
 
+#include "solver/numeric/functions.h"
+
 #include <gemmi/cellred.hpp>
 #include <gemmi/twin.hpp>
 
@@ -27,7 +29,7 @@ std::vector<integer_matrix> two_fold_axes(const cell_parameters& reduced, double
 double obliquity_of(const cell_parameters& reduced, const vector3& direction, const vector3& normal)
 {
     return gemmi::deg(
-        std::acos(gemmi::calculate_cos_obliquity(gemmi::UnitCell(reduced), direction, normal)));
+        arccosine(gemmi::calculate_cos_obliquity(gemmi::UnitCell(reduced), direction, normal)));
 }
 
 std::size_t rotation_count(const cell_parameters& reduced, double limit)

@@ -3,6 +3,7 @@
 #include "solver/lattice/deformation.h"
 #include "solver/lattice/relations.h"
 #include "solver/lattice/short_vectors.h"
+#include "solver/numeric/functions.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,7 +22,7 @@ double degrees(double radians)
 double angle_of(const matrix3& R)
 {
     const double cosine = 0.5 * (R.a[0][0] + R.a[1][1] + R.a[2][2] - 1.0);
-    return degrees(std::acos(std::clamp(cosine, -1.0, 1.0)));
+    return degrees(arccosine(std::clamp(cosine, -1.0, 1.0)));
 }
 
 // The axis is the direction that the rotation leaves unchanged: the longest column of
@@ -54,7 +55,7 @@ void name_row(const matrix3& basis, misorientation& turn)
                 if (!properly_named(u, v, w)) continue;
                 const vector3 row = basis.left_multiply(vector3(u, v, w));
                 const double cosine = std::fabs(row.dot(turn.axis)) / row.length();
-                const double off = degrees(std::acos(std::min(cosine, 1.0)));
+                const double off = degrees(arccosine(std::min(cosine, 1.0)));
                 if (off >= turn.off) continue;
                 turn.direct = std::array<int, 3>{u, v, w};
                 turn.off = off;

@@ -2,6 +2,7 @@
 
 #include "solver/lattice/cell.h"
 #include "solver/lattice/short_vectors.h"
+#include "solver/numeric/functions.h"
 
 #include <algorithm>
 #include <array>
@@ -80,7 +81,7 @@ private:
 
     [[nodiscard]] double angle_misfit(const vector3& u, const vector3& v, std::size_t i) const
     {
-        return std::fabs(std::atan2(u.cross(v).length(), u.dot(v)) - gemmi::rad(target_[i]));
+        return std::fabs(arctangent(u.cross(v).length(), u.dot(v)) - gemmi::rad(target_[i]));
     }
 
     void collect()

@@ -64,7 +64,8 @@ void find_rings(const std::vector<vector3>& unindexed, std::vector<std::string>&
             at = lengths[i] * (1.0 + 0.5 * narrow);
         }
     }
-    const double part = std::min(1.0, 3.0 * narrow * std::pow(at / longest, 3.0));
+    const double part =
+        std::min(1.0, 3.0 * narrow * (at / longest) * (at / longest) * (at / longest));
     // Any of the lengths could have been the first of the window.
     const double chance = binomial_tail(most - 1, static_cast<int>(unindexed.size()) - 1, part)
                           * static_cast<double>(unindexed.size());

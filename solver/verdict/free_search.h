@@ -1,0 +1,22 @@
+// The lattices that explain measured vectors best, without prior knowledge of the cell.
+#pragma once
+
+#include "solver/evidence/free_lattice.h"
+#include "solver/verdict/search.h"
+
+#include <vector>
+
+namespace torvik::solver {
+
+struct free_search_result {
+    std::vector<assessment>
+        lattices; // refined on all vectors, with their exact evidence; the best first
+    bool interrupted = false;
+    int rounds = 0;
+};
+
+// Searches, and computes the exact evidence of what may compete for the first place, each lattice once. More
+// than some hundred vectors are searched by a sample; what is found so is refined on all of them.
+free_search_result find_lattices(const std::vector<vector3>& vectors, const search_limits& limits);
+
+} // namespace torvik::solver

@@ -1,0 +1,35 @@
+// The limits that decide a verdict.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+
+// All of them were chosen on lists of torvik_solvestudy with its tuning seeds, and reported on others:
+// docs/solve.md has the figures.
+
+namespace torvik::solver {
+
+// Evidence that an answer needs, in nats, for up to 20 reflections. Of lists without any lattice less than one
+// in a thousand reach it.
+constexpr double evidence_needed = 6.5;
+
+// Of many reflections more is needed: outliers are not independent of each other, as the statistic takes
+// them to be, but lie in rows, on rings and on other lattices, and evidence grows as their number.
+inline double evidence_needed_of(std::size_t reflections)
+{
+    constexpr double few = 20.0;
+    return evidence_needed * std::max(1.0, static_cast<double>(reflections) / few);
+}
+
+// The lead that an answer needs, in nats, on the sum of all rivals: the odds are 12 to 1.
+constexpr double lead_needed = 2.5;
+
+// The fraction of the reflections that a lattice must index to be an answer. A lattice that rows or planes of
+// spots share by chance takes up to a fifth of a long list, with evidence beyond any doubt.
+constexpr double fraction_needed = 0.23;
+
+// The fewest reflections that can determine a lattice beyond doubt: three make it, and the others must confirm
+// it against all that chance offers.
+constexpr std::size_t fewest_reflections = 6;
+
+} // namespace torvik::solver
