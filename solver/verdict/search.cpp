@@ -4,6 +4,7 @@
 #include "solver/lattice/relations.h"
 #include "solver/lattice/short_vectors.h"
 #include "solver/numeric/functions.h"
+#include "solver/verdict/thresholds.h"
 
 #include <algorithm>
 #include <array>
@@ -279,11 +280,12 @@ private:
         for (std::size_t i = 1; i < pool_.entries().size(); ++i)
             rivals = log_sum(rivals, pool_.entries()[i].lattice.evidence);
         const double lead = best.evidence - rivals;
-        if (lead < 2.5) return false;
+        if (lead < lead_needed) return false;
         if (best.evidence >= 20.0 + 0.1 * count
             && best.inliers >= (round <= 2 ? 0.75 : 0.4) * count)
             return true;
-        return best.evidence >= 6.5 + extra && best.inliers >= 0.25 * count && round >= 3;
+        return best.evidence >= evidence_needed_of(list_.size()) + extra
+               && best.inliers >= fraction_needed * count && round >= 3;
     }
 
     const reflection_list& list_;

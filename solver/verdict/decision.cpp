@@ -1,0 +1,138 @@
+#include "solver/verdict/decision.h"
+
+#include "solver/lattice/text.h"
+#include "solver/numeric/functions.h"
+#include "solver/verdict/thresholds.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace torvik::solver {
+
+namespace {
+
+constexpr double infinite = std::numeric_limits<double>::infinity();
+
+std::string percent(double part)
+{
+    return fixed(100.0 * part, 0) + " %";
+}
+
+double fraction_of(const assessment& one)
+{
+    return static_cast<double>(one.indexed) / static_cast<double>(one.inlier.size());
+}
+
+// Whether a lattice is that of another crystal beside the best: it indexes what that leaves.
+bool of_another_crystal(const std::vector<vector3>& vectors, const assessment& best,
+                        const assessment& other)
+{
+    if (!best.further_crystals.empty() || !other.further_crystals.empty()) return false;
+    int shared = 0;
+    for (std::size_t i = 0; i < vectors.size(); ++i)
+        if (best.inlier[i] > 0.5 && other.inlier[i] > 0.5) ++shared;
+    if (2 * shared >= std::min(best.indexed, other.indexed)) return false;
+    const std::vector<vector3> left = unindexed_by(vectors, best);
+    return assess(left, other.basis).evidence >= evidence_needed_of(left.size());
+}
+
+// The logarithm of the sum of the odds of candidates from `first` to `last`.
+double log_odds(const std::vector<assessment>& candidates, std::size_t first, std::size_t last)
+{
+    double sum = -infinite;
+    for (std::size_t i = first; i < last; ++i) sum = log_sum(sum, candidates[i].evidence);
+    return sum;
+}
+
+// How many of the first candidates hold, together, the odds that an answer needs against the rest.
+std::size_t competing_among(const std::vector<assessment>& candidates, std::size_t rivals)
+{
+    std::size_t count = 1;
+    while (count < rivals
+           && log_odds(candidates, 0, count) - log_odds(candidates, count, rivals) < lead_needed)
+        ++count;
+    return count;
+}
+
+std::string reason_for(const decision& of, bool another)
+{
+    const assessment& best = of.candidates.front();
+    if (of.interrupted) return "The search was interrupted: this is the best lattice so far.";
+    if (of.competing > 1)
+        return std::to_string(of.competing) + " lattices explain the reflections equally well.";
+    if (of.how == verdict::ambiguous)
+        return "The best lattice indexes only " + percent(fraction_of(best))
+               + " of the reflections.";
+    if (!best.further_crystals.empty())
+        return std::to_string(1 + best.further_crystals.size())
+               + " crystals of one cell explain the reflections, and no other lattice comes near. "
+                 "The "
+                 "first one indexes "
+               + percent(fraction_of(best)) + " of them.";
+    return "One lattice indexes " + percent(fraction_of(best)) + " of the reflections"
+           + (another ? "; another crystal indexes others." : ", and no other comes near.");
+}
+
+} // namespace
+
+std::string precondition_failed(const std::vector<vector3>& vectors)
+{
+    constexpr std::size_t fewest_searched = 4;
+    if (vectors.size() < fewest_searched)
+        return "There are " + std::to_string(vectors.size())
+               + " reflections; a lattice needs at least " + std::to_string(fewest_reflections)
+               + ".";
+    matrix3 sum(0.0);
+    for (const vector3& q : vectors) add_product(sum, q, q);
+    const double trace = sum.a[0][0] + sum.a[1][1] + sum.a[2][2];
+    // The determinant is the product of the three spreads: a flat one is far below their mean.
+    constexpr double flat = 1e-7;
+    if (!(sum.determinant() > flat * trace * trace * trace / 27.0))
+        return "The reflections lie in a plane, or nearly: measure some out of it.";
+    return "";
+}
+
+decision decide(const std::vector<vector3>& vectors, std::vector<assessment> candidates,
+                bool interrupted)
+{
+    decision made;
+    made.interrupted = interrupted;
+    std::stable_sort(
+        candidates.begin(), candidates.end(),
+        [](const assessment& p, const assessment& q) { return p.evidence > q.evidence; });
+    made.candidates = std::move(candidates);
+    const double needed = evidence_needed_of(vectors.size());
+    if (made.candidates.empty()) {
+        made.reason = interrupted ? "The search was interrupted before a lattice was found."
+                                  : "No lattice was found.";
+        return made;
+    }
+    const assessment best = made.candidates.front();
+    const auto others = std::stable_partition(
+        made.candidates.begin() + 1, made.candidates.end(),
+        [&](const assessment& one) { return !of_another_crystal(vectors, best, one); });
+    const auto rivals = static_cast<std::size_t>(others - made.candidates.begin());
+    const bool another = others != made.candidates.end();
+    made.competing = competing_among(made.candidates, rivals);
+    made.lead = best.evidence - log_odds(made.candidates, 1, rivals);
+    if (interrupted) {
+        made.how = verdict::ambiguous;
+    } else if (best.evidence < needed || vectors.size() < fewest_reflections) {
+        made.how = verdict::refused;
+        made.reason = vectors.size() < fewest_reflections
+                          ? "There are " + std::to_string(vectors.size())
+                                + " reflections; no lattice is certain with fewer than "
+                                + std::to_string(fewest_reflections) + "."
+                          : "The best lattice is no better than chance could make one.";
+        return made;
+    } else if (made.competing > 1 || fraction_of(best) < fraction_needed) {
+        made.how = verdict::ambiguous;
+    } else {
+        made.how = verdict::solved;
+    }
+    made.reason = reason_for(made, another);
+    return made;
+}
+
+} // namespace torvik::solver

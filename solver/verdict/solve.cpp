@@ -1,0 +1,205 @@
+// From measured vectors to an answer: the one function of the public header.
+#include "solver/lattice/cell.h"
+#include "solver/lattice/invalid_input.h"
+#include "solver/verdict/decision.h"
+#include "solver/verdict/diagnosis.h"
+#include "solver/verdict/free_search.h"
+#include "solver/verdict/thresholds.h"
+#include "torvik/solver.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+namespace torvik::solver {
+
+namespace {
+
+using clock = std::chrono::steady_clock;
+
+vector3 internal(const vec3& v)
+{
+    return {v[0], v[1], v[2]};
+}
+
+mat3 external(const matrix3& A)
+{
+    mat3 rows;
+    for (std::size_t i = 0; i < 3; ++i)
+        for (std::size_t j = 0; j < 3; ++j) rows[i][j] = A.a[i][j];
+    return rows;
+}
+
+void check(bool right, const char* sentence)
+{
+    if (!right) throw invalid_input(sentence);
+}
+
+void check(const measurement& measured, const options& how)
+{
+    const std::size_t count = measured.vectors.size();
+    check(count > 0, "There are no reflections.");
+    const auto fits = [&](std::size_t size) { return size == 0 || size == count; };
+    check(fits(measured.intensities.size()) && fits(measured.images.size())
+              && fits(measured.errors.size()) && fits(measured.normals.size()),
+          "Intensities, images, errors and normals must be as many as the vectors, or none.");
+    for (const vec3& v : measured.vectors)
+        check(std::isfinite(v[0]) && std::isfinite(v[1]) && std::isfinite(v[2]),
+              "A vector has a component that is not a finite number.");
+    check(!how.smallest_volume || *how.smallest_volume > 0.0,
+          "The limits of the volume must be positive, the smaller first.");
+    check(!how.largest_volume || *how.largest_volume > how.smallest_volume.value_or(0.0),
+          "The limits of the volume must be positive, the smaller first.");
+    check(how.lattices >= 1, "At least one lattice must be looked for.");
+}
+
+// The covariance of UB: s^2 (H^T H)^-1 for each of its rows.
+std::array<std::array<double, 9>, 9> covariance_of(const std::vector<vector3>& vectors,
+                                                   const assessment& one)
+{
+    std::array<std::array<double, 9>, 9> covariance = {};
+    matrix3 hh(0.0);
+    for (std::size_t i = 0; i < vectors.size(); ++i) {
+        const auto h = nearest_indices(one.basis.multiply(vectors[i]));
+        const vector3 indices(h[0], h[1], h[2]);
+        add_product(hh, indices, indices, one.inlier[i]);
+    }
+    if (!(hh.determinant() > 0.0)) return covariance;
+    const matrix3 inverse = scaled(hh.inverse(), one.sigma * one.sigma);
+    for (std::size_t row = 0; row < 3; ++row)
+        for (std::size_t j = 0; j < 3; ++j)
+            for (std::size_t k = 0; k < 3; ++k)
+                covariance[3 * row + j][3 * row + k] = inverse.a[j][k];
+    return covariance;
+}
+
+// In the reduced setting, right-handed.
+assessment reduced_setting(assessment one)
+{
+    if (one.known < 0) one.basis = niggli(one.basis).basis;
+    return one;
+}
+
+lattice described(const std::vector<vector3>& vectors, const assessment& one)
+{
+    lattice found;
+    found.basis = external(one.basis);
+    found.covariance = covariance_of(vectors, one);
+    found.evidence = one.evidence;
+    found.sigma = one.sigma;
+    found.outlier_fraction = one.outlier_fraction;
+    found.indexed = one.indexed;
+    found.known = one.known;
+    for (const matrix3& basis : one.further_crystals) found.further.push_back(external(basis));
+    return found;
+}
+
+class solving {
+public:
+    solving(const measurement& measured, const options& how, const progress& report,
+            std::stop_token stop)
+        : how_(how), report_(report), stop_(std::move(stop)), end_(clock::now() + how.budget)
+    {
+        for (const vec3& v : measured.vectors) vectors_.push_back(internal(v));
+        left_.resize(vectors_.size());
+        std::iota(left_.begin(), left_.end(), std::size_t{0});
+        found_.reflections.resize(vectors_.size());
+    }
+
+    answer run()
+    {
+        for (int number = 1; number <= how_.lattices; ++number) {
+            const std::vector<vector3> part = those_left();
+            if (number > 1 && (part.size() < worth_trying || over())) break;
+            if (report_) report_("Looking for lattice " + std::to_string(number) + ".");
+            decision made = decide_on(part);
+            for (assessment& one : made.candidates) one = reduced_setting(one);
+            if (number == 1) first(part, made);
+            if (made.how == verdict::refused) break;
+            take(part, made.candidates.front(), number);
+        }
+        return found_;
+    }
+
+private:
+    // Too few are left for another lattice: the evidence would not do.
+    static constexpr std::size_t worth_trying = 8;
+
+    [[nodiscard]] bool over() const
+    {
+        return stop_.stop_requested() || clock::now() >= end_;
+    }
+
+    [[nodiscard]] std::vector<vector3> those_left() const
+    {
+        std::vector<vector3> part;
+        for (const std::size_t i : left_) part.push_back(vectors_[i]);
+        return part;
+    }
+
+    [[nodiscard]] decision decide_on(const std::vector<vector3>& part) const
+    {
+        decision made;
+        made.reason = precondition_failed(part);
+        if (!made.reason.empty()) return made;
+        search_limits limits;
+        limits.smallest_volume = how_.smallest_volume.value_or(0.0);
+        if (how_.largest_volume) limits.largest_volume = *how_.largest_volume;
+        limits.shortest_axis = how_.shortest_axis;
+        limits.seed = how_.seed;
+        limits.over = [this] { return over(); };
+        const free_search_result searched = find_lattices(part, limits);
+        return decide(part, searched.lattices, searched.interrupted);
+    }
+
+    void first(const std::vector<vector3>& part, const decision& made)
+    {
+        found_.how = made.how;
+        found_.reason = made.reason;
+        found_.competing = made.competing;
+        found_.lead = made.lead;
+        found_.interrupted = made.interrupted;
+        for (const assessment& one : made.candidates)
+            found_.candidates.push_back(described(part, one));
+        if (made.how != verdict::refused && made.candidates.front().further_crystals.empty())
+            found_.remarks = diagnose(part, made.candidates.front());
+    }
+
+    // Takes the reflections of a lattice from those that are left.
+    void take(const std::vector<vector3>& part, const assessment& one, int number)
+    {
+        found_.lattices.push_back(described(part, one));
+        std::vector<std::size_t> others;
+        for (std::size_t i = 0; i < left_.size(); ++i) {
+            assignment& of = found_.reflections[left_[i]];
+            if (one.inlier[i] > 0.5) {
+                of.lattice = number;
+                of.hkl = nearest_indices(one.basis.multiply(part[i]));
+                of.inlier = one.inlier[i];
+            } else {
+                if (number == 1) of.inlier = one.inlier[i];
+                others.push_back(left_[i]);
+            }
+        }
+        left_ = others;
+    }
+
+    const options& how_;
+    const progress& report_;
+    std::stop_token stop_;
+    clock::time_point end_;
+    std::vector<vector3> vectors_;
+    std::vector<std::size_t> left_; // places of the reflections that no lattice has taken yet
+    answer found_;
+};
+
+} // namespace
+
+answer solve(const measurement& measured, const options& how, const progress& report,
+             std::stop_token stop)
+{
+    check(measured, how);
+    return solving(measured, how, report, std::move(stop)).run();
+}
+
+} // namespace torvik::solver
