@@ -105,10 +105,10 @@ std::vector<vector3> on_rings(int count, randomnumbers& random)
     return vectors;
 }
 
-// Rows through the origin would be rows of a lattice; lines apart from each other are not.
+// Rows through the origin would be rows of a lattice, and so would any two long ones: four points each.
 std::vector<vector3> on_rows(int count, randomnumbers& random)
 {
-    const int rows = std::max(4, count / 6);
+    const int rows = std::max(4, (count + 3) / 4);
     std::vector<vector3> vectors;
     for (int r = 0; r < rows; ++r) {
         const vector3 origin = uniform_in_shell(0.2, 0.8, random);

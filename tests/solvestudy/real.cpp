@@ -48,10 +48,6 @@ std::vector<real_file> real_files()
          {"cunir_indexed.expt"},
          {},
          {{{96.4, 96.4, 96.4, 90.0, 90.0, 90.0}, 'P'}}},
-        {"nacl_tof_strong.refl",
-         {"nacl_tof_imported.expt"},
-         {},
-         {{{5.64, 5.64, 5.64, 90.0, 90.0, 90.0}, 'F'}}},
         {"myd88_strong.refl", {"myd88_imported.expt"}, {}, {}},
     };
 }
