@@ -2,8 +2,8 @@
 # Builds Torvik and runs all its tests.
 #
 #   ./test.sh [--long] [LABEL]      all tests, or those of one label: unit, property, golden, install,
-#                                   equivalence, structure, static, truth, faults, fuzz, manual, tools, workflow;
-#                                   with --long, many more cases in those that try random ones
+#                                   equivalence, structure, static, truth, faults, fuzz, manual, solver,
+#                                   tools, workflow; with --long, many more cases in those that try random ones
 #   ./test.sh --sanitize [PRESET]   the tests under AddressSanitizer, UndefinedBehaviorSanitizer and
 #                                   valgrind; or under one of them: asan, ubsan, valgrind
 #
@@ -29,7 +29,7 @@ case ${1:-} in
         [[ $# -le 2 && $presets =~ ^(asan ubsan valgrind|asan|ubsan|valgrind)$ ]] || usage
         set -- ;;
 esac
-labels='unit|property|golden|install|equivalence|structure|static|truth|faults|fuzz|manual|tools|workflow'
+labels='unit|property|golden|install|equivalence|structure|static|truth|faults|fuzz|manual|solver|tools|workflow'
 [[ $# -le 1 && ${1:-unit} =~ ^($labels)$ ]] || usage
 need "The tests of Torvik" g++=g++ make=make cmake=cmake clang=clang++ clang-format=clang-format \
     libgtest-dev=/usr/include/gtest/gtest.h nlohmann-json3-dev=/usr/include/nlohmann/json.hpp \

@@ -12,8 +12,9 @@ project = pathlib.Path(__file__).resolve().parent.parent
 document = project / "docs" / "architecture.md"
 begin, end = "<!-- file index -->\n", "<!-- end of the file index -->\n"
 # In the order of the way of the data.
-folders = ["driver", "geometry", "volumes", "search", "superlattices", "store", "report",
-           "numeric", "text"]
+folders = {"src": ["driver", "geometry", "volumes", "search", "superlattices", "store", "report",
+                   "numeric", "text"],
+           "solver": ["lattice", "evidence", "verdict"]}
 
 
 def sentence(header):
@@ -22,14 +23,15 @@ def sentence(header):
 
 
 def index():
-    found = sorted(path.name for path in (project / "src").iterdir() if path.is_dir())
-    if found != sorted(folders):
-        sys.exit(f"The folders of src have changed: {' '.join(found)}. Name them in {__file__}.")
     lines = []
-    for folder in folders:
-        lines += [f"\n### src/{folder}\n\n", "| Header | What it is |\n", "|---|---|\n"]
-        for header in sorted((project / "src" / folder).glob("*.h")):
-            lines.append(f"| [{header.stem}](../src/{folder}/{header.name}) | {sentence(header)} |\n")
+    for room, named in folders.items():
+        found = sorted(path.name for path in (project / room).iterdir() if path.is_dir())
+        if found != sorted(named):
+            sys.exit(f"The folders of {room} have changed: {' '.join(found)}. Name them in {__file__}.")
+        for folder in (f"{room}/{name}" for name in named):
+            lines += [f"\n### {folder}\n\n", "| Header | What it is |\n", "|---|---|\n"]
+            for header in sorted((project / folder).glob("*.h")):
+                lines.append(f"| [{header.stem}](../{folder}/{header.name}) | {sentence(header)} |\n")
     return "".join(lines) + "\n"
 
 

@@ -3,6 +3,7 @@
 #include "base/failure.h"
 #include "base/terminal.h"
 #include "commands/command.h"
+#include "solver/lattice/invalid_input.h"
 
 #include <exception>
 #include <iostream>
@@ -51,6 +52,8 @@ int main(int argc, char** argv)
     } catch (const CLI::ParseError& stop) {
         return program.exit(stop) == done ? done : misused;
     } catch (const torvik::tools::failure& why) {
+        return report(why.what());
+    } catch (const torvik::solver::invalid_input& why) {
         return report(why.what());
     } catch (const std::bad_alloc&) {
         return report("There is not enough memory.");

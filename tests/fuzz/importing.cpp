@@ -9,6 +9,7 @@
 #include "readers/kinds.h"
 #include "readers/reader.h"
 #include "readers/xds.h"
+#include "solver/lattice/invalid_input.h"
 
 #include <algorithm>
 #include <cmath>
@@ -158,6 +159,9 @@ std::string importharness::import(const std::string& format, std::string_view by
         else
             readmeasurement(format, bytes);
     } catch (const tools::failure& why) {
+        demandsentence(why.what());
+        outcome = "refused";
+    } catch (const solver::invalid_input& why) {
         demandsentence(why.what());
         outcome = "refused";
     }

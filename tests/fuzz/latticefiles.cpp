@@ -7,6 +7,7 @@
 #include "lattice/score.h"
 #include "lattice/survey.h"
 #include "simulation/ciffile.h"
+#include "solver/lattice/invalid_input.h"
 
 #include <algorithm>
 #include <cmath>
@@ -24,12 +25,12 @@ bool isfinite(const matrix3& T)
     return std::all_of(&T.a[0][0], &T.a[0][0] + 9, [](double x) { return std::isfinite(x); });
 }
 
-void checkcell(const tools::centredcell& one)
+void check_cell(const tools::centred_cell& one)
 {
     try {
-        tools::checkcell(one.cell);
-        tools::primitivetransformation(one.centring);
-    } catch (const tools::failure&) {
+        tools::check_cell(one.cell);
+        tools::primitive_transformation(one.centring);
+    } catch (const solver::invalid_input&) {
         throw misbehaviour("a cell that is none");
     }
 }
@@ -63,7 +64,7 @@ void trylepage(const textfile& source)
     const std::vector<tools::lepagejob> jobs = tools::readlepage(source);
     demand(!jobs.empty() && tools::islepage(source), "no jobs");
     for (const tools::lepagejob& job : jobs) {
-        checkcell(job.cell);
+        check_cell(job.cell);
         demand(job.metric.value_or(1.0) > 0.0 && std::isfinite(job.metric.value_or(1.0)),
                "a tolerance");
     }
@@ -74,7 +75,7 @@ std::vector<tools::knowncell> tryknown(const textfile& source)
     const std::vector<tools::knowncell> known = tools::readknowncells(source);
     demand(!known.empty(), "no cells");
     for (const tools::knowncell& one : known) {
-        checkcell(one.cell);
+        check_cell(one.cell);
         demand(!one.name.empty(), "a cell without a name");
     }
     return known;
@@ -84,7 +85,7 @@ void trytruth(const textfile& source)
 {
     const tools::truth known = tools::readtruth(source);
     demand(known.bases.empty() != known.cells.empty(), "bases and cells, or neither");
-    for (const tools::centredcell& one : known.cells) checkcell(one);
+    for (const tools::centred_cell& one : known.cells) check_cell(one);
     for (const matrix3& basis : known.bases)
         demand(isfinite(basis) && std::fabs(basis.determinant()) > 0.0, "a flat basis");
 }
@@ -123,7 +124,7 @@ void readlatticefile(const std::string& format, std::string_view bytes)
     else if (format == "truth")
         trytruth(source);
     else if (format == "cif")
-        checkcell(tools::readcifcell(source));
+        check_cell(tools::readcifcell(source));
     else if (format == "survey")
         survey(source);
     else

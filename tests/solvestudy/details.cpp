@@ -1,7 +1,7 @@
 #include "details.h"
 
-#include "lattice/relations.h"
-#include "solving/evidence.h"
+#include "solver/evidence/free_lattice.h"
+#include "solver/lattice/relations.h"
 
 #include <cmath>
 #include <cstdio>
@@ -20,7 +20,7 @@ std::string formatted(const char* format, values... v)
 
 std::string relation_of(const matrix3& found, const matrix3& truth)
 {
-    const auto relation = tools::relationbetween(found, truth, lattice_tolerance, 100);
+    const auto relation = tools::relation_between(found, truth, lattice_tolerance, 100);
     if (!relation) return "unrelated";
     switch (relation->how) {
     case tools::kinship::super: return "supercell of index " + std::to_string(relation->index);
@@ -31,7 +31,7 @@ std::string relation_of(const matrix3& found, const matrix3& truth)
 
 std::string cell_text(const matrix3& basis)
 {
-    const cell6 c = tools::cellof(basis);
+    const cell_parameters c = tools::cell_of(basis);
     return formatted("%.2f %.2f %.2f %.1f %.1f %.1f", c[0], c[1], c[2], c[3], c[4], c[5]);
 }
 

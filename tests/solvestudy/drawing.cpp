@@ -91,7 +91,7 @@ matrix3 bravais_crystal(double volume, randomnumbers& random)
     const tools::latticetype& type = latticetypes[bravais_types[which]];
     const matrix3 conventional =
         tools::randomcell(random, type).multiply(tools::randomorientation(random));
-    const matrix3 primitive = tools::primitivetransformation(type.centring).multiply(conventional);
+    const matrix3 primitive = tools::primitive_transformation(type.centring).multiply(conventional);
     const double size = tools::cuberoot(volume / std::fabs(primitive.determinant()));
     return tools::reducedbasis(tools::scaled(primitive, size));
 }
@@ -124,7 +124,7 @@ std::vector<millerindices> draw_indices(const matrix3& basis, double smallest_d,
     millerindices last = {};
     for (int i = 0; i < 3; ++i)
         last[static_cast<std::size_t>(i)] =
-            static_cast<int>(longest * tools::rowof(basis, i).length());
+            static_cast<int>(longest * tools::row_of(basis, i).length());
     std::set<millerindices> seen = {{0, 0, 0}};
     std::vector<millerindices> found;
     for (int attempt = 0; found.size() < static_cast<std::size_t>(count); ++attempt) {

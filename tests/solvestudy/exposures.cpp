@@ -104,7 +104,7 @@ std::vector<drawn> spots_of(const experiment& one, const matrix3& basis, randomn
     millerindices last = {};
     for (int i = 0; i < 3; ++i)
         last[static_cast<std::size_t>(i)] =
-            static_cast<int>(tools::rowof(basis, i).length() / one.smallest_d);
+            static_cast<int>(tools::row_of(basis, i).length() / one.smallest_d);
     std::vector<drawn> spots;
     tools::foreachpair(last, [&](const millerindices& pair) {
         for (const int sign : {1, -1}) {

@@ -1,6 +1,6 @@
 #include "judge.h"
 
-#include "lattice/relations.h"
+#include "solver/lattice/relations.h"
 
 #include <algorithm>
 #include <bit>
@@ -21,7 +21,7 @@ vector3 vector_of(const solver::vec3& v)
 
 bool same(const solver::lattice& found, const matrix3& truth)
 {
-    return tools::samelattice(matrix_of(found.basis), truth, lattice_tolerance);
+    return tools::same_lattice(matrix_of(found.basis), truth, lattice_tolerance);
 }
 
 bool any_true(const solver::lattice& found, const known_list& list)
@@ -125,7 +125,7 @@ std::optional<double> error_ratio(const solver::lattice& found, const known_list
 {
     for (std::size_t n = 0; n < list.lattices.size(); ++n) {
         const auto relation =
-            tools::relationbetween(list.lattices[n], matrix_of(found.basis), lattice_tolerance, 1);
+            tools::relation_between(list.lattices[n], matrix_of(found.basis), lattice_tolerance, 1);
         if (!relation) continue;
         const bool shifted = list.shift.length() > 0.0;
         const auto inliers = inliers_of(list, static_cast<int>(n) + 1);

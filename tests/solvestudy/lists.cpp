@@ -1,8 +1,8 @@
 #include "lists.h"
 
 #include "drawing.h"
-#include "lattice/relations.h"
-#include "solving/deformation.h"
+#include "solver/lattice/deformation.h"
+#include "solver/lattice/relations.h"
 
 #include <algorithm>
 #include <cmath>
@@ -41,7 +41,7 @@ matrix3 crystal_of(const lattice_request& asked, randomnumbers& random)
 // superlattice of index 2.
 matrix3 subcell_of(const matrix3& basis, randomnumbers& random)
 {
-    const auto forms = tools::finerforms(2);
+    const auto forms = tools::finer_forms(2);
     const int which = random.whole(0, static_cast<int>(forms.size()) - 1);
     return forms[static_cast<std::size_t>(which)].multiply(basis);
 }
@@ -54,7 +54,7 @@ std::vector<millerindices> inliers_of(const lattice_request& asked, const matrix
             basis, asked.smallest_d, count, [](const millerindices&) { return true; }, random);
     const matrix3 T = subcell_of(basis, random).multiply(basis.inverse());
     const auto main = [&](const millerindices& hkl) {
-        return tools::offwhole(T.multiply(vector3(hkl))) < 0.1;
+        return tools::off_whole(T.multiply(vector3(hkl))) < 0.1;
     };
     const int odd = std::max(1, static_cast<int>(std::lround(asked.odd * count)));
     auto all = draw_indices(basis, asked.smallest_d, count - odd, main, random);
@@ -137,7 +137,7 @@ matrix3 strained(const matrix3& basis, randomnumbers& random)
     tools::nine strain = {};
     for (std::size_t k = 3; k < strain.size(); ++k)
         strain[k] = usual_strain * tools::normaldeviate(random);
-    return basis.multiply(matrix3() + tools::deformationof(strain));
+    return basis.multiply(matrix3() + tools::deformation_of(strain));
 }
 
 matrix3 another_cell(const matrix3& basis, randomnumbers& random)
@@ -147,22 +147,22 @@ matrix3 another_cell(const matrix3& basis, randomnumbers& random)
         cell, tools::cuberoot(std::fabs(basis.determinant()) / std::fabs(cell.determinant())));
 }
 
-cell6 cell_believed(const matrix3& basis, belief what, randomnumbers& random)
+cell_parameters cell_believed(const matrix3& basis, belief what, randomnumbers& random)
 {
     const auto one_of_seven = static_cast<std::size_t>(random.whole(0, 6));
     const auto edge = static_cast<std::size_t>(random.whole(0, 2));
     const matrix3 near = strained(basis, random);
-    cell6 cell = tools::cellof(near);
+    cell_parameters cell = tools::cell_of(near);
     switch (what) {
     case belief::right: break;
-    case belief::another: return tools::cellof(another_cell(basis, random));
+    case belief::another: return tools::cell_of(another_cell(basis, random));
     case belief::one_edge: cell[edge] *= 1.05; break;
     case belief::all_edges:
         for (std::size_t i = 0; i < 3; ++i) cell[i] *= 1.02;
         break;
     case belief::supercell:
-        return tools::cellof(tools::hermiteforms(2)[one_of_seven].multiply(near));
-    case belief::subcell: return tools::cellof(tools::finerforms(2)[one_of_seven].multiply(near));
+        return tools::cell_of(tools::hermite_forms(2)[one_of_seven].multiply(near));
+    case belief::subcell: return tools::cell_of(tools::finer_forms(2)[one_of_seven].multiply(near));
     }
     return cell;
 }

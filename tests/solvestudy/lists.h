@@ -2,9 +2,9 @@
 #pragma once
 
 #include "base/linear.h"
-#include "lattice/cell.h"
 #include "simulation/crystals.h"
 #include "simulation/simulate.h"
+#include "solver/lattice/cell.h"
 
 #include <torvik/solver.h>
 
@@ -18,7 +18,7 @@
 
 namespace torvik::study {
 
-using tools::cell6;
+using tools::cell_parameters;
 using tools::matrix3;
 using tools::millerindices;
 using tools::vector3;
@@ -62,7 +62,7 @@ struct lattice_request {
     double smallest_volume = 200.0; // of the primitive cell, drawn evenly in the logarithm
     double largest_volume = 10000.0;
     crystal_kind kind = crystal_kind::bravais;
-    std::optional<cell6> cell; // in place of a random one; primitive
+    std::optional<cell_parameters> cell; // in place of a random one; primitive
     double smallest_d = 1.0;
     double odd = 0.0;        // of a superstructure: the fraction of inliers that the subcell lacks
     double shift = 0.0;      // times the shortest reciprocal axis, in a random direction

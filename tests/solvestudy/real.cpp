@@ -1,11 +1,11 @@
 #include "real.h"
 
 #include "base/textfile.h"
-#include "lattice/relations.h"
 #include "readers/dials.h"
 #include "readers/experiments.h"
 #include "readers/reader.h"
 #include "readers/reflectiontable.h"
+#include "solver/lattice/relations.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -23,15 +23,15 @@ struct real_file {
     const char* name;
     std::vector<const char*> others;
     std::optional<std::array<double, 2>> centre;
-    std::optional<tools::centredcell> cell; // none: as it is, it has no lattice that is right
-    double length = 0.02;                   // by which an edge may differ from the cell
+    std::optional<tools::centred_cell> cell; // none: as it is, it has no lattice that is right
+    double length = 0.02;                    // by which an edge may differ from the cell
 };
 
 // The cells are published or follow from the indexed reflections of the same data set. SPOT.XDS has the
 // coordinates of its centre exchanged in XDS.INP, the rotation axis of myd88 is 90 degrees off.
 std::vector<real_file> real_files()
 {
-    const tools::centredcell protein = {{42.45, 42.45, 39.80, 90.0, 90.0, 90.0}, 'P'};
+    const tools::centred_cell protein = {{42.45, 42.45, 39.80, 90.0, 90.0, 90.0}, 'P'};
     return {
         {"sucrose.p4p", {}, {}, {{{7.7133, 8.6559, 10.8082, 90.0, 102.963, 90.0}, 'P'}}},
         {"c15h8o4.p4p", {}, {}, {{{9.2063, 12.5548, 9.5319, 90.0, 99.005, 90.0}, 'P'}}},
@@ -133,7 +133,7 @@ std::vector<real_list> lists_of(const real_file& file, const fs::path& folder)
 
 std::string text_on(const solver::lattice& one)
 {
-    const cell6 c = tools::cellof(matrix_of(one.basis));
+    const cell_parameters c = tools::cell_of(matrix_of(one.basis));
     char text[160];
     std::snprintf(text, sizeof text, "%.2f %.2f %.2f %.1f %.1f %.1f, E %.1f, %d indexed", c[0],
                   c[1], c[2], c[3], c[4], c[5], one.evidence, one.indexed);
@@ -145,10 +145,10 @@ std::string comparison(const solver::answer& found, const real_file& file)
 {
     if (found.lattices.empty()) return "none";
     if (!file.cell) return "no lattice is right";
-    const matrix3 known = tools::primitivetransformation(file.cell->centring)
-                              .multiply(tools::basisof(file.cell->cell));
+    const matrix3 known = tools::primitive_transformation(file.cell->centring)
+                              .multiply(tools::basis_of(file.cell->cell));
     const auto match =
-        tools::matchcells(matrix_of(found.lattices.front().basis), known, file.length);
+        tools::match_cells(matrix_of(found.lattices.front().basis), known, file.length);
     if (!match) return "another cell";
     if (match->index == 1) return "right";
     return (match->how == tools::kinship::super ? "supercell of index " : "subcell of index ")

@@ -110,7 +110,7 @@ void add_shapes(rows& all)
 {
     struct shape {
         const char* name;
-        cell6 cell;
+        cell_parameters cell;
     };
     for (const shape& one : {shape{"long, 4 x 5 x 80", {4.0, 5.0, 80.0, 90.0, 90.0, 90.0}},
                              shape{"flat, 3 x 60 x 60", {3.0, 60.0, 60.0, 90.0, 90.0, 90.0}},
@@ -401,7 +401,7 @@ void add_twins(rows& all)
                            [=, N = reflections, w = wrong](std::uint64_t seed, int) {
                                tools::simulationrequest asked;
                                asked.seed = seed;
-                               asked.cell = cell6{7.1, 9.3, 12.2, 90.0, beta, 90.0};
+                               asked.cell = cell_parameters{7.1, 9.3, 12.2, 90.0, beta, 90.0};
                                asked.reflections = N;
                                asked.wrong = w;
                                asked.noise = 0.01;

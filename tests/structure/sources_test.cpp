@@ -78,18 +78,84 @@ TEST(Sources, OfHeadersBeginWithALineThatSaysWhatTheFileIs)
     }
 }
 
-TEST(Sources, OfHeadersOfTheToolsBeginInTheSameManner)
+TEST(Sources, OfHeadersOfSolverAndToolsBeginInTheSameManner)
 {
-    int headers = 0;
-    for (const auto& entry :
-         std::filesystem::recursive_directory_iterator(TORVIK_SOURCE_DIR "/tools")) {
-        if (entry.path().extension() != ".h") continue;
-        ++headers;
-        const auto lines = linesof(readfile(entry.path().string()));
-        EXPECT_TRUE(lines.at(0).starts_with("// ") && lines.at(0).ends_with('.')) << entry.path();
-        EXPECT_EQ(lines.at(1), "#pragma once") << entry.path();
+    for (const std::string folder : {"solver", "tools"}) {
+        int headers = 0;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(
+                 std::string(TORVIK_SOURCE_DIR "/") + folder)) {
+            if (entry.path().extension() != ".h") continue;
+            ++headers;
+            const auto lines = linesof(readfile(entry.path().string()));
+            EXPECT_TRUE(lines.at(0).starts_with("// ") && lines.at(0).ends_with('.'))
+                << entry.path();
+            EXPECT_EQ(lines.at(1), "#pragma once") << entry.path();
+        }
+        EXPECT_GT(headers, 10) << folder;
     }
-    EXPECT_GT(headers, 10);
+}
+
+// What the files of each folder of the solver may include of it.
+const std::map<std::string, std::set<std::string>> solverfolders = {
+    {"numeric", {"numeric"}},
+    {"lattice", {"lattice", "numeric"}},
+    {"evidence", {"evidence", "lattice", "numeric"}},
+    {"candidates", {"candidates", "lattice", "numeric"}},
+    {"verdict", {"verdict", "candidates", "evidence", "lattice", "numeric"}},
+    {"solver", {"verdict", "candidates", "evidence", "lattice", "numeric"}}, // public headers
+};
+
+// What a line includes, with its quotes or brackets; empty if nothing.
+std::string includedin(const std::string& line)
+{
+    static const std::regex include(R"re(#include (["<].*[">]).*)re");
+    std::smatch match;
+    return std::regex_match(line, match, include) ? match[1].str() : "";
+}
+
+// Says whether a file in a folder of the solver may include this: its own headers by their paths, and in
+// the direction of the arrows; gemmi's; those of the standard library, which have no dot and no slash.
+bool solvermayinclude(const std::string& folder, const std::string& included)
+{
+    static const std::regex own(R"re("solver/([a-z]+)/\w+\.h")re");
+    static const std::regex foreign(R"(<(gemmi/\w+\.hpp|[a-z_]+)>)");
+    std::smatch match;
+    if (std::regex_match(included, match, own)) return solverfolders.at(folder).contains(match[1]);
+    return std::regex_match(included, foreign);
+}
+
+TEST(Sources, OfTheSolverIncludeOnlyLowerFoldersGemmiAndTheStandardLibrary)
+{
+    int files = 0;
+    for (const auto& entry :
+         std::filesystem::recursive_directory_iterator(TORVIK_SOURCE_DIR "/solver")) {
+        const std::string extension = entry.path().extension().string();
+        if (extension != ".h" && extension != ".cpp") continue;
+        const std::string folder = entry.path().parent_path().filename().string();
+        ASSERT_TRUE(solverfolders.contains(folder)) << folder << " has no place in the solver";
+        ++files;
+        for (const std::string& line : linesof(readfile(entry.path().string()))) {
+            const std::string included = includedin(line);
+            if (included.empty()) continue;
+            EXPECT_TRUE(solvermayinclude(folder, included))
+                << entry.path() << " includes " << included;
+        }
+    }
+    EXPECT_GT(files, 20);
+}
+
+TEST(Sources, OfTheSolverMayNotIncludeUpwardsOrOutside)
+{
+    EXPECT_TRUE(solvermayinclude("lattice", "\"solver/lattice/cell.h\""));
+    EXPECT_TRUE(solvermayinclude("lattice", "<gemmi/math.hpp>"));
+    EXPECT_TRUE(solvermayinclude("lattice", "<vector>"));
+    EXPECT_FALSE(solvermayinclude("lattice", "\"solver/evidence/mixture.h\""));
+    EXPECT_FALSE(solvermayinclude("evidence", "\"solver/verdict/diagnosis.h\""));
+    EXPECT_FALSE(solvermayinclude("evidence", "\"solver/candidates/pool.h\""));
+    EXPECT_FALSE(solvermayinclude("verdict", "\"base/failure.h\""));
+    EXPECT_FALSE(solvermayinclude("verdict", "\"numeric/arrays.h\""));
+    EXPECT_FALSE(solvermayinclude("verdict", "<nlohmann/json.hpp>"));
+    EXPECT_FALSE(solvermayinclude("verdict", "<unistd.h>"));
 }
 
 // What the script would change is printed; nothing, if the document is as it would write it.
@@ -114,9 +180,9 @@ TEST(Sources, AreSetAsTheFormatterSetsThem)
 {
     if (printedbycommand("command -v clang-format").empty())
         GTEST_SKIP() << "clang-format is not installed";
-    const std::string complaints =
-        printedbycommand("cd '" TORVIK_SOURCE_DIR "' && find src tools tests bench -name '*.h' -o "
-                         "-name '*.cpp' | xargs clang-format --dry-run 2>&1 | head -20");
+    const std::string complaints = printedbycommand(
+        "cd '" TORVIK_SOURCE_DIR "' && find src solver tools tests bench -name '*.h' "
+        "-o -name '*.cpp' | xargs clang-format --dry-run 2>&1 | head -20");
     EXPECT_EQ(complaints, "");
 }
 

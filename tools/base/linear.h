@@ -1,54 +1,14 @@
-// Vectors and matrices of three dimensions.
+// Vectors and matrices, and the names of the solver, as the tools use them.
 #pragma once
 
-#include <gemmi/math.hpp>
-
-#include <array>
-#include <cmath>
-
-// Indices count from 0 here, as gemmi has them. The rows of a direct basis are a, b and c in the
-// frame of the reflection vectors; times a reflection vector it gives the indices h k l. Its inverse
-// is the matrix UB, which has a*, b* and c* in its columns. Lengths are in angstroms, reflection
-// vectors in 1/angstrom without a factor of 2 pi.
+#include "solver/lattice/linear.h"
 
 namespace torvik::tools {
 
-using vector3 = gemmi::Vec3;
-using matrix3 = gemmi::Mat33;
-
-inline vector3 rowof(const matrix3& A, int i)
-{
-    return A.row_copy(i);
-}
-
-inline matrix3 fromrows(const vector3& a, const vector3& b, const vector3& c)
-{
-    return {a.x, a.y, a.z, b.x, b.y, b.z, c.x, c.y, c.z};
-}
-
-inline matrix3 scaled(const matrix3& A, double factor)
-{
-    return A.multiply_by_diagonal({factor, factor, factor});
-}
-
-// Adds weight x y^T.
-inline void addproduct(matrix3& sum, const vector3& x, const vector3& y, double weight = 1.0)
-{
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j) sum.a[i][j] += weight * x.at(i) * y.at(j);
-}
-
-// Whole numbers nearest to the components.
-inline std::array<int, 3> nearestindices(const vector3& x)
-{
-    return {gemmi::iround(x.x), gemmi::iround(x.y), gemmi::iround(x.z)};
-}
-
-// Largest distance of a component from a whole number: at most 1/2.
-inline double offwhole(const vector3& x)
-{
-    const auto off = [](double u) { return std::fabs(u - std::round(u)); };
-    return std::fmax(off(x.x), std::fmax(off(x.y), off(x.z)));
-}
+// The one place that brings the names of the solver into the tools. A file includes the solver's headers
+// for what it uses.
+using namespace solver;
+using solver::matrix3; // the program has arrays of these two names
+using solver::vector3;
 
 } // namespace torvik::tools

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdio>
 
 namespace torvik::tools {
 
@@ -45,17 +44,6 @@ std::string tableof(const std::vector<column>& columns,
     appendrow(page, columns, heads, widths);
     for (const auto& row : rows) appendrow(page, columns, row, widths);
     return page;
-}
-
-std::string fixed(double value, int decimals)
-{
-    char text[400]; // the longest double has 309 digits before the point
-    std::snprintf(text, sizeof text, "%.*f", decimals, value);
-    std::string shown = text;
-    if (shown.starts_with('-') && shown.find_first_of("123456789") == std::string::npos
-        && shown.find_first_of("in") == std::string::npos)
-        shown.erase(0, 1);
-    return shown;
 }
 
 } // namespace torvik::tools

@@ -1,6 +1,8 @@
 // Tables for people.
 #pragma once
 
+#include "solver/lattice/text.h"
+
 #include <string>
 #include <vector>
 
@@ -18,7 +20,6 @@ struct column {
 std::string tableof(const std::vector<column>& columns,
                     const std::vector<std::vector<std::string>>& rows);
 
-// A number with as many decimals, "-0.00" as "0.00".
-std::string fixed(double value, int decimals);
+using solver::fixed;
 
 } // namespace torvik::tools

@@ -5,6 +5,7 @@
 #include "base/terminal.h"
 #include "commands/command.h"
 #include "lattice/notation.h"
+#include "lattice/readcell.h"
 #include "lattice/survey.h"
 
 #include <nlohmann/json.hpp>
@@ -38,9 +39,9 @@ struct page {
 // ------------------------------------------------------------------------------ input
 
 // Each argument with six numbers is a cell; arguments with less are joined to one.
-std::vector<centredcell> cellsfrom(const std::vector<std::string>& arguments)
+std::vector<centred_cell> cellsfrom(const std::vector<std::string>& arguments)
 {
-    std::vector<centredcell> cells;
+    std::vector<centred_cell> cells;
     std::string joined;
     for (const std::string& one : arguments)
         if (itemsof(one, " \t,;").size() >= 6)
@@ -82,7 +83,7 @@ page pagefrom(const cellsoptions& options)
 
 // ------------------------------------------------------------------------------ text
 
-const bravaislattice& best(const latticesurvey& one)
+const bravais_lattice& best(const latticesurvey& one)
 {
     return one.bravais.front();
 }
@@ -151,7 +152,7 @@ void printoverview(const page& all)
         std::vector<std::string> row = {std::to_string(one.given.number)};
         if (indexed) row.push_back(std::to_string(*one.given.indexed));
         row.insert(row.end(),
-                   {fixed(one.volume, 1), celltext(cellof(one.niggliform.basis), 2, 1),
+                   {fixed(one.volume, 1), celltext(cell_of(one.niggliform.basis), 2, 1),
                     best(one).symbol, fixed(best(one).obliquity, 2), relationof(all, i)});
         if (!all.known.empty()) row.push_back(knowntext(all, one));
         rows.push_back(row);
@@ -164,7 +165,7 @@ void printoverview(const page& all)
               << tableof(columns, rows) << "\n";
 }
 
-std::vector<std::string> latticerow(const bravaislattice& lattice, const setting& one, bool first)
+std::vector<std::string> latticerow(const bravais_lattice& lattice, const setting& one, bool first)
 {
     std::vector<std::string> row = {lattice.accepted ? "" : "?"};
     row.push_back(first ? lattice.symbol : "or " + std::string(1, one.centring));
@@ -179,7 +180,7 @@ std::vector<std::string> latticerow(const bravaislattice& lattice, const setting
 void printlattices(const latticesurvey& one)
 {
     std::vector<std::vector<std::string>> rows;
-    for (const bravaislattice& lattice : one.bravais)
+    for (const bravais_lattice& lattice : one.bravais)
         for (std::size_t i = 0; i < lattice.settings.size(); ++i)
             rows.push_back(latticerow(lattice, lattice.settings[i], i == 0));
     std::cout << tableof({{""},
@@ -196,7 +197,7 @@ void printlattices(const latticesurvey& one)
                           {"axes", align::left}},
                          rows);
     const bool doubtful = std::any_of(one.bravais.begin(), one.bravais.end(),
-                                      [](const bravaislattice& each) { return !each.accepted; });
+                                      [](const bravais_lattice& each) { return !each.accepted; });
     if (doubtful)
         std::cout << "?: the obliquity is above " << fixed(one.tolerance, 2) << " degrees.\n";
 }
@@ -233,7 +234,7 @@ void printknown(const page& all, const latticesurvey& one)
 
 void printdetails(const page& all, const latticesurvey& one)
 {
-    const auto line = [](const char* name, const cell6& cell, const std::string& rest) {
+    const auto line = [](const char* name, const cell_parameters& cell, const std::string& rest) {
         std::cout << name << celltext(cell, 4, 3) << rest << "\n";
     };
     const std::string title = all.given.oriented ? "Solution " + std::to_string(one.given.number)
@@ -242,8 +243,8 @@ void printdetails(const page& all, const latticesurvey& one)
               << "\n\n";
     line("  given     ", one.cell,
          one.given.centring == 'P' ? "" : " " + std::string(1, one.given.centring));
-    line("  Niggli    ", cellof(one.niggliform.basis), "   " + axestext(one.niggliform.T));
-    line("  Delaunay  ", cellof(one.delaunayform.basis), "   " + axestext(one.delaunayform.T));
+    line("  Niggli    ", cell_of(one.niggliform.basis), "   " + axestext(one.niggliform.T));
+    line("  Delaunay  ", cell_of(one.delaunayform.basis), "   " + axestext(one.delaunayform.T));
     std::cout << "\n";
     printlattices(one);
     printrelations(all, one);
@@ -268,16 +269,16 @@ ordered_json rowsof(const matrix3& T)
     return rows;
 }
 
-ordered_json formjson(const reduced& form)
+ordered_json formjson(const reduction& form)
 {
     ordered_json made;
-    made["cell"] = cellof(form.basis);
+    made["cell"] = cell_of(form.basis);
     made["basis"] = rowsof(form.basis);
     made["matrix"] = rowsof(form.T);
     return made;
 }
 
-ordered_json latticejson(const bravaislattice& lattice)
+ordered_json latticejson(const bravais_lattice& lattice)
 {
     ordered_json made;
     made["lattice"] = lattice.symbol;
@@ -309,7 +310,7 @@ ordered_json surveyjson(const page& all, const latticesurvey& one)
     made["delaunay"] = formjson(one.delaunayform);
     made["obliquity_tolerance"] = one.tolerance;
     made["bravais"] = ordered_json::array();
-    for (const bravaislattice& lattice : one.bravais)
+    for (const bravais_lattice& lattice : one.bravais)
         made["bravais"].push_back(latticejson(lattice));
     if (all.known.empty()) return made;
     made["known"] = ordered_json::array();

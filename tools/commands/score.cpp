@@ -7,6 +7,7 @@
 #include "base/terminal.h"
 #include "commands/command.h"
 #include "lattice/notation.h"
+#include "lattice/readcell.h"
 
 #include <nlohmann/json.hpp>
 

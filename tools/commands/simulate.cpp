@@ -36,7 +36,7 @@ struct simulateoptions {
 void settlecrystal(simulationrequest& request, const simulateoptions& options)
 {
     if (!options.cell.empty()) {
-        const centredcell found = cellasked(options.cell);
+        const centred_cell found = cellasked(options.cell);
         request.cell = found.cell;
         request.centring = found.centring;
     }

@@ -33,7 +33,7 @@ struct options {
     std::string output;
     std::string program;
     std::vector<double> volumes;
-    std::vector<cell6> cells;
+    std::vector<cell_parameters> cells;
     std::vector<double> centre;
     double wavelength = 0.0;
     double budget = 60.0;
@@ -93,7 +93,7 @@ solveoptions settings(const options& asked)
     how.budget = asked.budget;
     how.jobs = asked.jobs > 0 ? asked.jobs
                               : static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
-    for (const cell6& cell : asked.cells) checkknown(cell);
+    for (const cell_parameters& cell : asked.cells) checkknown(cell);
     how.known = asked.cells;
     if (how.known.empty())
         how.program = asked.program.empty() ? torvikprogram() : fs::absolute(asked.program);

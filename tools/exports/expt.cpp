@@ -23,9 +23,9 @@ std::string expttext(const exportinput& input)
     using json = nlohmann::ordered_json;
     json experiment = {{"__id__", "Experiment"}, {"identifier", ""}, {"crystal", 0}};
     json crystal = {{"__id__", "crystal"},
-                    {"real_space_a", vectorof(rowof(input.crystal.basis, 0))},
-                    {"real_space_b", vectorof(rowof(input.crystal.basis, 1))},
-                    {"real_space_c", vectorof(rowof(input.crystal.basis, 2))},
+                    {"real_space_a", vectorof(row_of(input.crystal.basis, 0))},
+                    {"real_space_b", vectorof(row_of(input.crystal.basis, 1))},
+                    {"real_space_c", vectorof(row_of(input.crystal.basis, 2))},
                     {"space_group_hall_symbol", " P 1"}};
     json list;
     list["__id__"] = "ExperimentList";

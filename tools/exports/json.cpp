@@ -24,7 +24,7 @@ json listof(const vector3& x)
 
 json rowsof(const matrix3& A)
 {
-    return {listof(rowof(A, 0)), listof(rowof(A, 1)), listof(rowof(A, 2))};
+    return {listof(row_of(A, 0)), listof(row_of(A, 1)), listof(row_of(A, 2))};
 }
 
 const char* nameof(fit how)

@@ -30,7 +30,7 @@ std::string rowtext(const vector3& row, int decimals, std::size_t width)
 std::string rowstext(const matrix3& A, int decimals, std::size_t width)
 {
     std::string text;
-    for (int i = 0; i < 3; ++i) text += rowtext(rowof(A, i), decimals, width);
+    for (int i = 0; i < 3; ++i) text += rowtext(row_of(A, i), decimals, width);
     return text;
 }
 
@@ -103,7 +103,7 @@ std::string p4ptext(const exportinput& input)
     std::string text = "TITLE  Torvik, " + origin(input) + "\n";
     text += "CELL  " + celltext(input.crystal, 4, 10) + field(input.crystal.volume, 3, 11) + "\n";
     for (int i = 0; i < 3; ++i) {
-        const vector3 row = rowof(input.crystal.UB, i);
+        const vector3 row = row_of(input.crystal.UB, i);
         text += "ORT" + std::to_string(i + 1);
         for (const double x : {row.x, row.y, row.z}) text += field(exponential(x), 18);
         text += "\n";
@@ -115,7 +115,7 @@ std::string p4ptext(const exportinput& input)
 std::string crystfeltext(const exportinput& input)
 {
     constexpr double nanometre = 10.0; // angstroms
-    const cell6& cell = input.crystal.cell;
+    const cell_parameters& cell = input.crystal.cell;
     std::string text = "--- Begin crystal\nCell parameters";
     for (std::size_t i = 0; i < 3; ++i) text += " " + fixed(cell[i] / nanometre, 6);
     text += " nm,";

@@ -17,7 +17,7 @@ orientation orientationof(const solution& chosen)
     one.turned = signedvolume < 0.0;
     one.basis = one.turned ? scaled(chosen.basis, -1.0) : chosen.basis;
     one.UB = one.basis.inverse();
-    one.cell = cellof(one.basis);
+    one.cell = cell_of(one.basis);
     one.volume = std::fabs(signedvolume);
     return one;
 }

@@ -3,7 +3,7 @@
 
 #include "base/linear.h"
 #include "formats/resultsfile.h"
-#include "lattice/cell.h"
+#include "solver/lattice/cell.h"
 
 namespace torvik::tools {
 
@@ -11,11 +11,11 @@ namespace torvik::tools {
 // programs want a right-handed one: of a left-handed basis all three vectors are negated here. The
 // cell stays as it is, and all indices h k l change their signs.
 struct orientation {
-    matrix3 basis;   // direct, rows a, b, c in angstroms: times a reflection vector it gives h k l
-    matrix3 UB;      // its inverse, columns a*, b*, c* in 1/angstrom: times h k l, the vector
-    cell6 cell = {}; // of the basis, with more digits than are printed in the results
-    double volume = 0.0; // positive
-    bool turned = false; // the basis of the results is left-handed
+    matrix3 basis; // direct, rows a, b, c in angstroms: times a reflection vector it gives h k l
+    matrix3 UB;    // its inverse, columns a*, b*, c* in 1/angstrom: times h k l, the vector
+    cell_parameters cell = {}; // of the basis, with more digits than are printed in the results
+    double volume = 0.0;       // positive
+    bool turned = false;       // the basis of the results is left-handed
 };
 
 // Throws a failure for a basis without a volume.

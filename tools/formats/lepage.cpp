@@ -1,6 +1,7 @@
 #include "formats/lepage.h"
 
 #include "base/failure.h"
+#include "lattice/readcell.h"
 
 #include <cstddef>
 #include <string>
@@ -84,7 +85,7 @@ private:
     const textfile& source_;
     std::size_t line_ = 1;
     std::vector<item> items_;
-    std::optional<centredcell> cell_;
+    std::optional<centred_cell> cell_;
     std::optional<double> metric_;
     std::vector<lepagejob> jobs_;
 };

@@ -1,8 +1,9 @@
 // The jobs that the program writes for the symmetry of its solutions: LePage.inp.
 #pragma once
 
+#include "base/linear.h"
 #include "base/textfile.h"
-#include "lattice/cell.h"
+#include "solver/lattice/cell.h"
 
 #include <optional>
 #include <vector>
@@ -10,7 +11,7 @@
 namespace torvik::tools {
 
 struct lepagejob {
-    centredcell cell;
+    centred_cell cell;
     std::optional<double> metric; // METR: the tolerance of the obliquity, in degrees
 };
 

@@ -155,7 +155,7 @@ private:
             row = {x[0], x[1], x[2]};
             ++at_;
         }
-        one.basis = fromrows(rows[0], rows[1], rows[2]);
+        one.basis = from_rows(rows[0], rows[1], rows[2]);
         expect("|   h   k   l |");
         expect(rule);
         while (!ended() && !trimmed(line()).starts_with(rule)) {
@@ -237,7 +237,7 @@ private:
                 row = {x[0], x[1], x[2]};
                 ++at_;
             }
-            one.T = fromrows(rows[0], rows[1], rows[2]);
+            one.T = from_rows(rows[0], rows[1], rows[2]);
             skipempty();
             const std::string_view text = trimmed(line());
             const auto ratio = text.starts_with("Volume ratio :")

@@ -34,7 +34,7 @@ std::string sumofaxes(const vector3& row)
 
 } // namespace
 
-std::string celltext(const cell6& cell, int lengthdecimals, int angledecimals)
+std::string celltext(const cell_parameters& cell, int lengthdecimals, int angledecimals)
 {
     std::string text;
     for (std::size_t i = 0; i < 6; ++i)
@@ -54,12 +54,14 @@ std::string rowstext(const matrix3& T)
 
 std::string axestext(const matrix3& T)
 {
-    return sumofaxes(rowof(T, 0)) + ", " + sumofaxes(rowof(T, 1)) + ", " + sumofaxes(rowof(T, 2));
+    return sumofaxes(row_of(T, 0)) + ", " + sumofaxes(row_of(T, 1)) + ", "
+           + sumofaxes(row_of(T, 2));
 }
 
 std::array<std::array<int, 3>, 3> wholerows(const matrix3& T)
 {
-    return {nearestindices(rowof(T, 0)), nearestindices(rowof(T, 1)), nearestindices(rowof(T, 2))};
+    return {nearest_indices(row_of(T, 0)), nearest_indices(row_of(T, 1)),
+            nearest_indices(row_of(T, 2))};
 }
 
 } // namespace torvik::tools

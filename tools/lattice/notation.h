@@ -1,7 +1,8 @@
 // Cells and matrices as people read them.
 #pragma once
 
-#include "lattice/cell.h"
+#include "base/linear.h"
+#include "solver/lattice/cell.h"
 
 #include <array>
 #include <string>
@@ -9,7 +10,7 @@
 namespace torvik::tools {
 
 // "7.71 8.66 10.81 90.0 103.0 90.0"
-std::string celltext(const cell6& cell, int lengthdecimals, int angledecimals);
+std::string celltext(const cell_parameters& cell, int lengthdecimals, int angledecimals);
 
 // The rows of a matrix of whole numbers or simple fractions: "1 0 0 | 0 1/2 -1/2 | 0 0 1".
 std::string rowstext(const matrix3& T);

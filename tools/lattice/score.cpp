@@ -1,6 +1,7 @@
 #include "lattice/score.h"
 
 #include "base/failure.h"
+#include "solver/lattice/invalid_input.h"
 
 #include <nlohmann/json.hpp>
 
@@ -59,22 +60,22 @@ matrix3 basisfrom(const textfile& source, const json& rows)
     return basis;
 }
 
-centredcell cellfrom(const textfile& source, const json& object)
+centred_cell cellfrom(const textfile& source, const json& object)
 {
     constexpr const char* key = "conventional_cell";
     if (!object.contains(key) || !isrow(object.at(key), 6))
         source.fail(0, 0,
                     R"(expected "direct_basis_rows", or "conventional_cell" with six numbers)");
-    centredcell found;
+    centred_cell found;
     for (std::size_t i = 0; i < 6; ++i) found.cell[i] = object.at(key).at(i).get<double>();
     const json letter = object.value("centring", json("P"));
     if (!letter.is_string() || letter.get<std::string>().size() != 1)
         source.fail(0, 0, "\"centring\" must be a letter");
     found.centring = letter.get<std::string>().front();
     try {
-        checkcell(found.cell);
-        primitivetransformation(found.centring);
-    } catch (const failure& why) {
+        check_cell(found.cell);
+        primitive_transformation(found.centring);
+    } catch (const invalid_input& why) {
         throw failure(source.name() + ": " + why.what());
     }
     return found;
@@ -108,7 +109,7 @@ verdict verdictof(kinship how)
 
 score againstbasis(const matrix3& solution, const matrix3& known)
 {
-    const auto related = relationbetween(solution, known);
+    const auto related = relation_between(solution, known);
     if (!related) return {};
     score found{verdictof(related->how), related->index, related->T, related->misfit};
     if (related->how != kinship::same) return found;
@@ -118,10 +119,11 @@ score againstbasis(const matrix3& solution, const matrix3& known)
     return found;
 }
 
-score againstcell(const matrix3& solution, const centredcell& known, const celltolerance& tolerance)
+score againstcell(const matrix3& solution, const centred_cell& known,
+                  const celltolerance& tolerance)
 {
-    const matrix3 basis = primitivetransformation(known.centring).multiply(basisof(known.cell));
-    const auto match = matchcells(solution, basis, tolerance.length, tolerance.angle);
+    const matrix3 basis = primitive_transformation(known.centring).multiply(basis_of(known.cell));
+    const auto match = match_cells(solution, basis, tolerance.length, tolerance.angle);
     if (!match) return {};
     return {verdictof(match->how), match->index, match->T, match->misfit};
 }
@@ -149,7 +151,7 @@ truth readtruth(const textfile& source)
     return known;
 }
 
-truth truthof(const centredcell& cell)
+truth truthof(const centred_cell& cell)
 {
     return {{}, {cell}};
 }
@@ -170,7 +172,7 @@ score scoreof(const matrix3& solution, const truth& known, const celltolerance& 
     std::size_t lattice = 0;
     for (const matrix3& basis : known.bases)
         takebetter(best, againstbasis(solution, basis), ++lattice);
-    for (const centredcell& cell : known.cells)
+    for (const centred_cell& cell : known.cells)
         takebetter(best, againstcell(solution, cell, tolerance), ++lattice);
     return best;
 }

@@ -1,10 +1,11 @@
 // Whether a solution is the lattice that is known to be there.
 #pragma once
 
+#include "base/linear.h"
 #include "base/textfile.h"
 #include "formats/resultsfile.h"
-#include "lattice/cell.h"
-#include "lattice/relations.h"
+#include "solver/lattice/cell.h"
+#include "solver/lattice/relations.h"
 
 #include <optional>
 #include <string>
@@ -16,7 +17,7 @@ namespace torvik::tools {
 // else cells alone, whose orientation is not known. One of the two lists is empty.
 struct truth {
     std::vector<matrix3> bases; // direct, primitive
-    std::vector<centredcell> cells;
+    std::vector<centred_cell> cells;
 };
 
 // Reads the JSON text that stands beside a simulated measurement. Of its keys these count:
@@ -29,7 +30,7 @@ struct truth {
 truth readtruth(const textfile& source);
 
 // What is known of a cell alone.
-truth truthof(const centredcell& cell);
+truth truthof(const centred_cell& cell);
 
 // How far cells may differ that are compared without their orientation.
 struct celltolerance {

@@ -2,6 +2,7 @@
 
 #include "base/failure.h"
 #include "formats/lepage.h"
+#include "solver/lattice/invalid_input.h"
 
 #include <algorithm>
 #include <string_view>
@@ -12,7 +13,7 @@ namespace {
 
 matrix3 primitivebasisof(const givenlattice& given)
 {
-    return primitivetransformation(given.centring).multiply(given.basis);
+    return primitive_transformation(given.centring).multiply(given.basis);
 }
 
 bool isresults(const textfile& source)
@@ -36,16 +37,16 @@ givenlattices jobsin(const textfile& source)
 {
     givenlattices found{source.name(), false, {}};
     for (const lepagejob& job : readlepage(source))
-        found.list.push_back({static_cast<int>(found.list.size()) + 1, basisof(job.cell.cell),
+        found.list.push_back({static_cast<int>(found.list.size()) + 1, basis_of(job.cell.cell),
                               job.cell.centring, std::nullopt, job.metric});
     return found;
 }
 
 // The known axes, or the given ones, from the primitive bases.
-matrix3 betweenaxes(const cellmatch& match, char given, char known)
+matrix3 betweenaxes(const cell_match& match, char given, char known)
 {
-    const matrix3 P = primitivetransformation(given);
-    const matrix3 Q = primitivetransformation(known);
+    const matrix3 P = primitive_transformation(given);
+    const matrix3 Q = primitive_transformation(known);
     if (match.how == kinship::super) return P.inverse().multiply(match.T).multiply(Q);
     return Q.inverse().multiply(match.T).multiply(P);
 }
@@ -55,10 +56,10 @@ std::vector<knownmatch> matchesof(const givenlattice& given, const std::vector<k
 {
     std::vector<knownmatch> found;
     for (std::size_t i = 0; i < known.size(); ++i) {
-        const centredcell& cell = known[i].cell;
-        const matrix3 E = primitivetransformation(cell.centring).multiply(basisof(cell.cell));
-        const auto match = matchcells(primitivebasisof(given), E, options.tolerance.length,
-                                      options.tolerance.angle, options.largest);
+        const centred_cell& cell = known[i].cell;
+        const matrix3 E = primitive_transformation(cell.centring).multiply(basis_of(cell.cell));
+        const auto match = match_cells(primitivebasisof(given), E, options.tolerance.length,
+                                       options.tolerance.angle, options.largest);
         if (!match) continue;
         found.push_back({i, match->how, match->index,
                          betweenaxes(*match, given.centring, cell.centring), match->misfit});
@@ -70,16 +71,16 @@ std::vector<knownmatch> matchesof(const givenlattice& given, const std::vector<k
 }
 
 // Cells without orientation match as multiples do with the known ones.
-std::optional<latticerelation> relationof(const matrix3& D, const matrix3& E, bool oriented,
-                                          const surveyoptions& options)
+std::optional<lattice_relation> relationof(const matrix3& D, const matrix3& E, bool oriented,
+                                           const surveyoptions& options)
 {
     constexpr double offwholes = 0.1;
-    if (oriented) return relationbetween(D, E, offwholes, options.largest);
+    if (oriented) return relation_between(D, E, offwholes, options.largest);
     const auto match =
-        matchcells(D, E, options.tolerance.length, options.tolerance.angle, options.largest);
+        match_cells(D, E, options.tolerance.length, options.tolerance.angle, options.largest);
     if (!match) return std::nullopt;
     const matrix3 T = match->how == kinship::same ? match->T.inverse() : match->T;
-    return latticerelation{match->how, match->index, T, match->misfit};
+    return lattice_relation{match->how, match->index, T, match->misfit};
 }
 
 } // namespace
@@ -91,11 +92,11 @@ givenlattices latticesin(const textfile& source)
     return jobsin(source);
 }
 
-givenlattices latticesof(const std::vector<centredcell>& cells)
+givenlattices latticesof(const std::vector<centred_cell>& cells)
 {
     givenlattices found;
-    for (const centredcell& one : cells)
-        found.list.push_back({static_cast<int>(found.list.size()) + 1, basisof(one.cell),
+    for (const centred_cell& one : cells)
+        found.list.push_back({static_cast<int>(found.list.size()) + 1, basis_of(one.cell),
                               one.centring, std::nullopt, std::nullopt});
     return found;
 }
@@ -120,8 +121,8 @@ std::vector<knowncell> readknowncells(const textfile& source)
         one.name = items.size() > next ? trimmed(text.substr(items[next].column - 1))
                                        : "line " + std::to_string(line);
         try {
-            checkcell(one.cell.cell);
-        } catch (const failure& why) {
+            check_cell(one.cell.cell);
+        } catch (const invalid_input& why) {
             std::string sentence = why.what();
             sentence.pop_back(); // its full stop
             source.fail(line, items[0].column, sentence);
@@ -135,20 +136,20 @@ std::vector<knowncell> readknowncells(const textfile& source)
 latticesurvey surveyof(const givenlattice& given, const std::vector<knowncell>& known,
                        const surveyoptions& options)
 {
-    const matrix3 P = primitivetransformation(given.centring);
+    const matrix3 P = primitive_transformation(given.centring);
     const matrix3 primitive = P.multiply(given.basis);
     latticesurvey made;
     made.given = given;
-    made.cell = cellof(given.basis);
+    made.cell = cell_of(given.basis);
     made.volume = std::fabs(primitive.determinant());
     made.niggliform = niggli(primitive);
-    made.tolerance = options.obliquity.value_or(given.obliquity.value_or(usualobliquity));
+    made.tolerance = options.obliquity.value_or(given.obliquity.value_or(usual_obliquity));
     // Measured right angles must not jump from one side of 90 degrees to the other.
     made.delaunayform = delaunay(primitive, std::sin(gemmi::rad(made.tolerance)));
-    made.bravais = bravaislattices(primitive, made.tolerance, options.limit);
+    made.bravais = bravais_lattices(primitive, made.tolerance, options.limit);
     made.niggliform.T = made.niggliform.T.multiply(P);
     made.delaunayform.T = made.delaunayform.T.multiply(P);
-    for (bravaislattice& lattice : made.bravais)
+    for (bravais_lattice& lattice : made.bravais)
         for (setting& one : lattice.settings) one.T = one.T.multiply(P);
     made.known = matchesof(given, known, options);
     return made;

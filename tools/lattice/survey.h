@@ -1,12 +1,13 @@
 // What can be said of the lattices of a list of solutions.
 #pragma once
 
+#include "base/linear.h"
 #include "base/textfile.h"
 #include "formats/resultsfile.h"
-#include "lattice/bravais.h"
-#include "lattice/cell.h"
-#include "lattice/relations.h"
 #include "lattice/score.h"
+#include "solver/lattice/bravais.h"
+#include "solver/lattice/cell.h"
+#include "solver/lattice/relations.h"
 
 #include <cstddef>
 #include <filesystem>
@@ -35,12 +36,12 @@ struct givenlattices {
 givenlattices latticesin(const textfile& source);
 
 // Of cells as cellfrom reads them.
-givenlattices latticesof(const std::vector<centredcell>& cells);
+givenlattices latticesof(const std::vector<centred_cell>& cells);
 
 // A cell with a name, of a file of known cells.
 struct knowncell {
     std::string name;
-    centredcell cell;
+    centred_cell cell;
 };
 
 // Reads known cells: on each line six numbers, perhaps a letter of the centring, then perhaps a name;
@@ -60,13 +61,13 @@ struct knownmatch {
 
 struct latticesurvey {
     givenlattice given;
-    cell6 cell = {};                   // of the given axes
-    double volume = 0.0;               // of the primitive cell
-    reduced niggliform;                // T from the given axes, with fractions if these are centred
-    reduced delaunayform;              // right angles are right within the tolerance
-    double tolerance = usualobliquity; // degrees
-    std::vector<bravaislattice> bravais; // the same
-    std::vector<knownmatch> known;       // the best first
+    cell_parameters cell = {}; // of the given axes
+    double volume = 0.0;       // of the primitive cell
+    reduction niggliform;      // T from the given axes, with fractions if these are centred
+    reduction delaunayform;    // right angles are right within the tolerance
+    double tolerance = usual_obliquity;   // degrees
+    std::vector<bravais_lattice> bravais; // the same
+    std::vector<knownmatch> known;        // the best first
 };
 
 // The primitive bases of two lattices, by their places in the list: how the first lies to the second.

@@ -279,9 +279,9 @@ private:
 
     [[nodiscard]] static matrix3 turn(const vector3& axis, double degrees)
     {
-        return fromrows(rotated({1.0, 0.0, 0.0}, axis, degrees),
-                        rotated({0.0, 1.0, 0.0}, axis, degrees),
-                        rotated({0.0, 0.0, 1.0}, axis, degrees))
+        return from_rows(rotated({1.0, 0.0, 0.0}, axis, degrees),
+                         rotated({0.0, 1.0, 0.0}, axis, degrees),
+                         rotated({0.0, 0.0, 1.0}, axis, degrees))
             .transpose();
     }
 

@@ -6,10 +6,10 @@
 #include "base/textfile.h"
 #include "formats/idxfile.h"
 #include "formats/resultsfile.h"
-#include "lattice/bravais.h"
-#include "lattice/cell.h"
-#include "lattice/relations.h"
 #include "reporting/periodogram.h"
+#include "solver/lattice/bravais.h"
+#include "solver/lattice/cell.h"
+#include "solver/lattice/relations.h"
 
 #include <nlohmann/json.hpp>
 
@@ -45,7 +45,7 @@ json numbersof(const std::vector<vector3>& vectors)
 // The highest symmetry that the metric has within the usual tolerance, and its conventional cell.
 json latticeof(const matrix3& basis)
 {
-    const bravaislattice best = bravaislattices(basis, usualobliquity, usualobliquity).front();
+    const bravais_lattice best = bravais_lattices(basis, usual_obliquity, usual_obliquity).front();
     return {{"symbol", best.symbol},
             {"cell", best.settings.front().cell},
             {"obliquity", best.obliquity}};
@@ -57,7 +57,7 @@ json relationsof(const std::vector<matrix3>& bases)
     json pairs = json::array();
     for (std::size_t i = 0; i < bases.size(); ++i)
         for (std::size_t j = i + 1; j < bases.size(); ++j) {
-            const auto found = relationbetween(bases[i], bases[j]);
+            const auto found = relation_between(bases[i], bases[j]);
             if (!found) continue;
             const bool larger = found->how == kinship::super;
             pairs.push_back({(larger ? i : j) + 1, (larger ? j : i) + 1, found->index});
@@ -266,18 +266,18 @@ matrix3 basisin(const json& rows)
         return vector3{rows.at(i).at(0).get<double>(), rows.at(i).at(1).get<double>(),
                        rows.at(i).at(2).get<double>()};
     };
-    return fromrows(row(0), row(1), row(2));
+    return from_rows(row(0), row(1), row(2));
 }
 
 json candidate(std::size_t number, const json& given, const std::vector<vector3>& vectors)
 {
     const matrix3 basis = basisin(given.at("basis"));
     const auto inside = [&](const vector3& v) {
-        return offwhole(basis.multiply(v)) < usualcriterion;
+        return off_whole(basis.multiply(v)) < usualcriterion;
     };
     return {{"number", number},
             {"basis", numbersof(basis)},
-            {"cell", cellof(basis)},
+            {"cell", cell_of(basis)},
             {"volume", std::fabs(basis.determinant())},
             {"lattice", latticeof(basis)},
             {"indexed", std::count_if(vectors.begin(), vectors.end(), inside)},
@@ -286,7 +286,7 @@ json candidate(std::size_t number, const json& given, const std::vector<vector3>
 
 bool same(const json& u, const json& v)
 {
-    return samelattice(basisin(u), basisin(v));
+    return same_lattice(basisin(u), basisin(v));
 }
 
 // The answer, then the other candidates.
@@ -309,7 +309,7 @@ void addcandidates(json& data, const json& given, const std::vector<vector3>& ve
     std::vector<matrix3> bases;
     for (const json& one : list) {
         const auto& m = one["basis"];
-        bases.push_back(fromrows({m[0], m[1], m[2]}, {m[3], m[4], m[5]}, {m[6], m[7], m[8]}));
+        bases.push_back(from_rows({m[0], m[1], m[2]}, {m[3], m[4], m[5]}, {m[6], m[7], m[8]}));
     }
     data["relations"] = relationsof(bases);
     data["solutions"] = std::move(list);

@@ -2,6 +2,7 @@
 
 #include "base/failure.h"
 #include "base/textfile.h"
+#include "lattice/readcell.h"
 #include "numeric/functions.h"
 #include "simulation/ciffile.h"
 
@@ -34,14 +35,14 @@ matrix3 orthonormal(const matrix3& rows)
         const double length = v.length();
         return vector3{v.x / length, v.y / length, v.z / length};
     };
-    const vector3 x = unit(rowof(rows, 0));
-    const vector3 z = unit(x.cross(rowof(rows, 1)));
-    return fromrows(x, z.cross(x), z);
+    const vector3 x = unit(row_of(rows, 0));
+    const vector3 z = unit(x.cross(row_of(rows, 1)));
+    return from_rows(x, z.cross(x), z);
 }
 
 } // namespace
 
-centredcell cellasked(const std::vector<std::string>& items)
+centred_cell cellasked(const std::vector<std::string>& items)
 {
     std::error_code none;
     if (items.size() == 1 && std::filesystem::is_regular_file(items.front(), none))

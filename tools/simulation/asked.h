@@ -11,7 +11,7 @@
 namespace torvik::tools {
 
 // A cell from the name of a CIF file, or from the items of a cell: "7.71 8.66 10.81 90 102.96 90 P".
-centredcell cellasked(const std::vector<std::string>& items);
+centred_cell cellasked(const std::vector<std::string>& items);
 
 // A number of reflections ("10") or a part of them ("0.25", "25%").
 int wrongasked(const std::string& text, int reflections);

@@ -1,6 +1,7 @@
 #include "simulation/ciffile.h"
 
 #include "base/failure.h"
+#include "solver/lattice/invalid_input.h"
 
 #include <gemmi/cif.hpp>
 #include <gemmi/numb.hpp>
@@ -62,9 +63,9 @@ std::optional<std::string> valueof(const cif::Block& block, std::string tag)
     return cif::as_string(*value);
 }
 
-cell6 cellof(const textfile& source, const cif::Block& block)
+cell_parameters cellof(const textfile& source, const cif::Block& block)
 {
-    cell6 cell = {};
+    cell_parameters cell = {};
     for (std::size_t i = 0; i < cell.size(); ++i) {
         const auto value = valueof(block, edges[i]);
         if (!value) source.fail(0, 0, std::string("there is no value for ") + edges[i]);
@@ -75,14 +76,14 @@ cell6 cellof(const textfile& source, const cif::Block& block)
                             + "'");
     }
     try {
-        checkcell(cell);
-    } catch (const failure& why) {
+        check_cell(cell);
+    } catch (const invalid_input& why) {
         throw failure(source.name() + ": " + why.what());
     }
     return cell;
 }
 
-std::optional<char> centringbyname(const cif::Block& block, const cell6& cell)
+std::optional<char> centringbyname(const cif::Block& block, const cell_parameters& cell)
 {
     for (const char* tag : names) {
         const auto name = valueof(block, tag);
@@ -114,12 +115,12 @@ std::optional<char> centringbyoperations(cif::Block& block)
 
 } // namespace
 
-centredcell readcifcell(const textfile& source)
+centred_cell readcifcell(const textfile& source)
 {
     cif::Document document = parsed(source);
     for (cif::Block& block : document.blocks) {
         if (!valueof(block, edges[0])) continue;
-        centredcell found{cellof(source, block), 'P'};
+        centred_cell found{cellof(source, block), 'P'};
         auto centring = centringbyname(block, found.cell);
         if (!centring) centring = centringbyoperations(block);
         if (!centring)

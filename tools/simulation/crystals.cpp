@@ -38,7 +38,7 @@ std::vector<rankedindices> indicesupto(double limit, const matrix3& D, const mat
 {
     millerindices last = {};
     for (int i = 0; i < 3; ++i)
-        last[static_cast<std::size_t>(i)] = static_cast<int>(limit * rowof(D, i).length());
+        last[static_cast<std::size_t>(i)] = static_cast<int>(limit * row_of(D, i).length());
     std::vector<rankedindices> found;
     foreachpair(last, [&](const millerindices& hkl) {
         const double length = vectorof(hkl, R).length();
@@ -118,8 +118,8 @@ matrix3 reducedbasis(matrix3 D)
         for (int i = 0; i < 3; ++i)
             for (int j = 0; j < 3; ++j) {
                 if (i == j) continue;
-                const vector3 v = rowof(D, i);
-                const vector3 u = rowof(D, j);
+                const vector3 v = row_of(D, i);
+                const vector3 u = row_of(D, j);
                 // Not for half a vector: that changes the basis but makes nothing shorter.
                 const double parts = v.dot(u) / u.dot(u);
                 if (std::fabs(parts) <= 0.5 + 1e-9) continue;
@@ -135,10 +135,10 @@ matrix3 reciprocalof(const matrix3& D)
     // Each component is divided by the volume: a product with its inverse would round twice.
     const double V = D.determinant();
     const auto row = [&](int i, int j) {
-        const vector3 normal = rowof(D, i).cross(rowof(D, j));
+        const vector3 normal = row_of(D, i).cross(row_of(D, j));
         return vector3{normal.x / V, normal.y / V, normal.z / V};
     };
-    return fromrows(row(1, 2), row(2, 0), row(0, 1));
+    return from_rows(row(1, 2), row(2, 0), row(0, 1));
 }
 
 vector3 vectorof(const millerindices& hkl, const matrix3& R)

@@ -46,11 +46,11 @@ bool knownlattice(const simulationrequest& asked)
 void checkcrystal(const simulationrequest& asked)
 {
     if (asked.cell) {
-        checkcell(*asked.cell);
+        check_cell(*asked.cell);
         for (std::size_t i = 0; i < 3; ++i)
             require((*asked.cell)[i] >= 1.0 && (*asked.cell)[i] <= 1e5,
                     "The edges of the cell must be 1 to 100000 angstroms.");
-        primitivetransformation(asked.centring); // a failure if there is no such centring
+        primitive_transformation(asked.centring); // throws if there is no such centring
         return;
     }
     require(knownlattice(asked), "There is no lattice \"" + latticename(asked) + "\".");
@@ -146,13 +146,13 @@ matrix3 firstcrystal(const simulationrequest& asked, randomnumbers& random)
                                             : upright.multiply(randomorientation(random));
     if (asked.cell) return basis;
     const double volume =
-        std::fabs(primitivetransformation(asked.centring).multiply(basis).determinant());
+        std::fabs(primitive_transformation(asked.centring).multiply(basis).determinant());
     return scaled(basis, cuberoot(asked.volume / volume));
 }
 
 simulatedlattice latticeof(const matrix3& conventional, char centring)
 {
-    return {conventional, reducedbasis(primitivetransformation(centring).multiply(conventional)),
+    return {conventional, reducedbasis(primitive_transformation(centring).multiply(conventional)),
             0};
 }
 
@@ -179,7 +179,7 @@ std::vector<millerindices> indiceswithin(const simulationrequest& asked,
     millerindices last = {};
     double box = 1.0;
     for (std::size_t i = 0; i < 3; ++i) {
-        const double edge = rowof(lattice.conventional, static_cast<int>(i)).length() * longest;
+        const double edge = row_of(lattice.conventional, static_cast<int>(i)).length() * longest;
         const double limit =
             asked.largestindex ? std::min<double>(edge, *asked.largestindex) : edge;
         box *= 2.0 * limit + 1.0;
@@ -193,7 +193,7 @@ std::vector<millerindices> indiceswithin(const simulationrequest& asked,
     foreachpair(last, [&](const millerindices& conventional) {
         if (vectorof(conventional, R).length() > longest) return;
         const vector3 primitive = P.multiply(vector3(conventional));
-        if (offwhole(primitive) < 0.1) found.push_back(nearestindices(primitive));
+        if (off_whole(primitive) < 0.1) found.push_back(nearest_indices(primitive));
     });
     return found;
 }

@@ -3,8 +3,8 @@
 
 #include "base/linear.h"
 #include "formats/idxfile.h"
-#include "lattice/cell.h"
 #include "simulation/crystals.h"
+#include "solver/lattice/cell.h"
 
 #include <array>
 #include <cstdint>
@@ -28,7 +28,7 @@ struct twinlaw {
 // What is asked of a crystal and its measurement.
 struct simulationrequest {
     // The crystal: a cell, or one of the system by chance, of the volume.
-    std::optional<cell6> cell; // conventional
+    std::optional<cell_parameters> cell; // conventional
     std::string system = "triclinic";
     char centring = 'P';
     double volume = 1000.0; // of the primitive cell; not for a given cell

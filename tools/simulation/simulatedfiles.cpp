@@ -87,7 +87,7 @@ json jsonof(const vector3& v)
 
 json jsonof(const matrix3& rows)
 {
-    return {jsonof(rowof(rows, 0)), jsonof(rowof(rows, 1)), jsonof(rowof(rows, 2))};
+    return {jsonof(row_of(rows, 0)), jsonof(row_of(rows, 1)), jsonof(row_of(rows, 2))};
 }
 
 double degreesbetween(const vector3& u, const vector3& v)
@@ -99,9 +99,9 @@ json cellof(const simulationrequest& asked, const matrix3& conventional)
 {
     if (asked.cell) return *asked.cell;
     constexpr double unit = 1e4;
-    const vector3 a = rowof(conventional, 0);
-    const vector3 b = rowof(conventional, 1);
-    const vector3 c = rowof(conventional, 2);
+    const vector3 a = row_of(conventional, 0);
+    const vector3 b = row_of(conventional, 1);
+    const vector3 c = row_of(conventional, 2);
     json cell = json::array();
     for (const double x : {a.length(), b.length(), c.length(), degreesbetween(b, c),
                            degreesbetween(a, c), degreesbetween(a, b)})
@@ -127,7 +127,7 @@ json jsonof(const simulatedreflection& one, std::size_t number, const simulated&
         const matrix3& D = made.lattices[static_cast<std::size_t>(one.lattice) - 1].conventional;
         entry["lattice"] = one.lattice;
         entry["hkl"] = one.hkl;
-        entry["conventional_hkl"] = nearestindices(D.multiply(one.exact));
+        entry["conventional_hkl"] = nearest_indices(D.multiply(one.exact));
     }
     entry["exact"] = jsonof(one.exact);
     return entry;

@@ -1,7 +1,8 @@
 // Several crystals of one cell, where one lattice with a large cell would hold them all.
 #pragma once
 
-#include "solving/evidence.h"
+#include "base/linear.h"
+#include "solver/evidence/free_lattice.h"
 #include "solving/ladder.h"
 
 #include <functional>
@@ -15,7 +16,7 @@
 //     E(S) + E'(S | the rest) + E''(S | what that leaves) + ...
 //
 // The first counts the reflections of the other crystals as wrong. The others are those of the cell as one
-// that is known (knowncell.h), against chance, in what is left: where a reflection is genuine there it
+// that is known (known_cell.h), against chance, in what is left: where a reflection is genuine there it
 // stands in the place of a wrong one. So the sum is the likelihood of a mixture of all crystals, but for
 // those few reflections that two of them could have made.
 

@@ -1,7 +1,7 @@
 #include "solving/crystals.h"
 
 #include "base/table.h"
-#include "lattice/relations.h"
+#include "solver/lattice/relations.h"
 #include "solving/knownsolve.h"
 
 #include <algorithm>
@@ -23,9 +23,9 @@ crystal crystalof(const vectorlist& list, const std::vector<std::size_t>& positi
 {
     crystal one;
     one.found = found;
-    one.cell = uncertaintyof(list.vectors, found.lattices[0]);
+    one.cell = uncertainty_of(list.vectors, found.lattices[0]);
     for (std::size_t i = 0; i < positions.size(); ++i)
-        if (found.lattices[0].genuine[i] > 0.5) one.members.push_back(positions[i]);
+        if (found.lattices[0].inlier[i] > 0.5) one.members.push_back(positions[i]);
     return one;
 }
 
@@ -42,7 +42,7 @@ std::string onlyin(const matrix3& basis, const matrix3& other)
             for (int l = h > 0 || k > 0 ? -most : 1; l <= most; ++l) {
                 const vector3 q = UB.multiply(vector3(h, k, l));
                 constexpr double whole = 0.15;
-                if (offwhole(other.multiply(q)) < whole || q.length() >= shortest) continue;
+                if (off_whole(other.multiply(q)) < whole || q.length() >= shortest) continue;
                 shortest = q.length();
                 deciding = std::to_string(h) + " " + std::to_string(k) + " " + std::to_string(l)
                            + ", at a spacing of " + fixed(1.0 / shortest, 2) + " angstroms";
@@ -54,7 +54,7 @@ std::string onlyin(const matrix3& basis, const matrix3& other)
 
 std::string whatdecides(const matrix3& first, const matrix3& second)
 {
-    const auto related = relationbetween(first, second, 0.2, 12);
+    const auto related = relation_between(first, second, 0.2, 12);
     if (!related || related->how == kinship::same) return "";
     const bool firstlarger = related->how == kinship::super;
     const std::string deciding = firstlarger ? onlyin(first, second) : onlyin(second, first);
@@ -79,10 +79,10 @@ namespace {
 std::vector<std::string> remarksoncompanions(const assessment& best, int lattices)
 {
     std::vector<std::string> said;
-    for (const matrix3& basis : best.companions)
-        if (const auto turn = misorientationof(best.basis, basis))
-            said.push_back("There is a further crystal of this cell, " + sentenceof(*turn) + ".");
-    const int count = 1 + static_cast<int>(best.companions.size());
+    for (const matrix3& basis : best.further_crystals)
+        if (const auto turn = misorientation_of(best.basis, basis))
+            said.push_back("There is a further crystal of this cell, " + sentence_of(*turn) + ".");
+    const int count = 1 + static_cast<int>(best.further_crystals.size());
     if (lattices < count)
         said.push_back("With --lattices " + std::to_string(count)
                        + " all these crystals are indexed.");
@@ -93,8 +93,9 @@ std::vector<std::string> remarkson(const std::vector<vector3>& vectors, const an
                                    int lattices)
 {
     const assessment& best = found.lattices[0];
-    std::vector<std::string> said =
-        best.companions.empty() ? diagnose(vectors, best) : remarksoncompanions(best, lattices);
+    std::vector<std::string> said = best.further_crystals.empty()
+                                        ? diagnose(vectors, best)
+                                        : remarksoncompanions(best, lattices);
     if (found.given > 0) said.push_back(pointsneverhit(vectors, found));
     const auto decide = found.given > 0 ? whatdecidesofknown : whatdecides;
     if (found.competing > 1)
@@ -124,7 +125,7 @@ crystals solveall(const vectorlist& list, const solveoptions& options, int latti
         for (const std::size_t i : one.members) all.latticeof[i] = number;
         if (number > 1)
             one.turn =
-                misorientationof(all.each[0].found.lattices[0].basis, found.lattices[0].basis);
+                misorientation_of(all.each[0].found.lattices[0].basis, found.lattices[0].basis);
         if (number == 1) all.remarks = remarkson(list.vectors, found, lattices);
         std::erase_if(left, [&](std::size_t i) { return all.latticeof[i] != 0; });
         all.each.push_back(one);

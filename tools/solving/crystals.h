@@ -1,9 +1,10 @@
 // All lattices of a measurement, one after the other.
 #pragma once
 
-#include "solving/diagnosis.h"
+#include "base/linear.h"
+#include "solver/verdict/diagnosis.h"
+#include "solver/verdict/uncertainty.h"
 #include "solving/solve.h"
-#include "solving/uncertainty.h"
 
 #include <cstddef>
 #include <optional>
@@ -15,7 +16,7 @@ namespace torvik::tools {
 // A lattice that was found, and what it is to the measurement.
 struct crystal {
     answer found;                       // of the reflections that those before it left
-    uncertaincell cell;                 // of its best lattice
+    uncertain_cell cell;                // of its best lattice
     std::vector<std::size_t> members;   // the vectors that it takes, among all
     std::optional<misorientation> turn; // against the first crystal, if its cell is the same
 };

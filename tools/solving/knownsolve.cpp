@@ -3,9 +3,9 @@
 #include "base/failure.h"
 #include "base/table.h"
 #include "lattice/notation.h"
-#include "lattice/relations.h"
-#include "lattice/shortvectors.h"
-#include "solving/knowncell.h"
+#include "solver/evidence/known_cell.h"
+#include "solver/lattice/relations.h"
+#include "solver/lattice/short_vectors.h"
 #include "solving/orientations.h"
 
 #include <algorithm>
@@ -42,7 +42,7 @@ double evidenceneededof(std::size_t reflections)
 bool onelattice(const matrix3& D, const matrix3& E)
 {
     constexpr double nearly = 0.03; // of an index
-    return samelattice(D, E, nearly);
+    return same_lattice(D, E, nearly);
 }
 
 int determinantof(const std::array<int, 3>& a, const std::array<int, 3>& b,
@@ -89,7 +89,7 @@ bool nocoincidence(const std::vector<vector3>& vectors, const assessment& one)
     if (one.indexed >= most * static_cast<double>(vectors.size())) return true;
     std::vector<std::array<int, 3>> hits;
     for (std::size_t i = 0; i < vectors.size(); ++i)
-        if (one.genuine[i] > 0.5) hits.push_back(nearestindices(one.basis.multiply(vectors[i])));
+        if (one.inlier[i] > 0.5) hits.push_back(nearest_indices(one.basis.multiply(vectors[i])));
     const int index = indexofspan(hits);
     return index >= 1 && index <= largest && !nearlyinaplane(hits);
 }
@@ -97,12 +97,12 @@ bool nocoincidence(const std::vector<vector3>& vectors, const assessment& one)
 // Takes the orientations of a cell among those of the others, the most evident first, each lattice
 // once: of two cells that are nearly the same the better one counts.
 void merge(const std::vector<vector3>& vectors, const std::vector<assessment>& found,
-           const givencell& cell, int known, std::vector<assessment>& all)
+           const given_cell& cell, int known, std::vector<assessment>& all)
 {
     for (assessment one : found) {
         if (!nocoincidence(vectors, one)) continue;
         one.known = known;
-        one.basis = cell.back.multiply(one.basis);
+        one.basis = cell.to_given.multiply(one.basis);
         const auto same = std::find_if(all.begin(), all.end(), [&](const assessment& other) {
             return other.known != known && onelattice(other.basis, one.basis);
         });
@@ -118,17 +118,17 @@ void merge(const std::vector<vector3>& vectors, const std::vector<assessment>& f
 
 // Whether a lattice is there beside the best one: it has enough evidence in what that leaves.
 bool besides(const std::vector<vector3>& vectors, const assessment& best, const assessment& other,
-             const std::vector<givencell>& cells)
+             const std::vector<given_cell>& cells)
 {
-    const std::vector<vector3> left = leftby(vectors, best);
-    const givencell& cell = cells[static_cast<std::size_t>(other.known)];
+    const std::vector<vector3> left = unindexed_by(vectors, best);
+    const given_cell& cell = cells[static_cast<std::size_t>(other.known)];
     const int count = static_cast<int>(cells.size());
-    return assessknown(left, cell, cell.orientationof(other.basis), count).evidence
+    return assess_known(left, cell, cell.orientation_of(other.basis), count).evidence
            >= evidenceneededof(left.size());
 }
 
 // A lattice that is free to differ has less evidence than a known one, unless it is not that one.
-void judge(const std::vector<vector3>& vectors, const std::vector<givencell>& cells, answer& found)
+void judge(const std::vector<vector3>& vectors, const std::vector<given_cell>& cells, answer& found)
 {
     const bool several = cells.size() > 1;
     if (found.lattices.empty() || found.lattices[0].evidence < evidenceneededof(vectors.size())) {
@@ -142,7 +142,7 @@ void judge(const std::vector<vector3>& vectors, const std::vector<givencell>& ce
     const assessment loose = assess(vectors, best.basis);
     if (loose.evidence > best.evidence + leadneeded) {
         found.reason = "Not the known cell, but one like it explains the reflections: "
-                       + celltext(cellof(loose.basis), 2, 1) + ".";
+                       + celltext(cell_of(loose.basis), 2, 1) + ".";
         return;
     }
     const bool another = countcompeting(
@@ -155,8 +155,7 @@ void judge(const std::vector<vector3>& vectors, const std::vector<givencell>& ce
             + " explain the reflections alike.";
         return;
     }
-    const double part =
-        static_cast<double>(best.indexed) / static_cast<double>(best.genuine.size());
+    const double part = static_cast<double>(best.indexed) / static_cast<double>(best.inlier.size());
     const std::string cell =
         several ? "known cell " + std::to_string(best.known + 1) : std::string("the known cell");
     found.reason = "One orientation of " + cell + " takes " + percent(part) + " of the reflections"
@@ -165,13 +164,13 @@ void judge(const std::vector<vector3>& vectors, const std::vector<givencell>& ce
 
 } // namespace
 
-void checkknown(const cell6& cell)
+void checkknown(const cell_parameters& cell)
 {
     constexpr double least = 1.0;
     constexpr double most = 10000.0;
-    const matrix3 shortest = shortestbasis(basisof(cell)).basis;
+    const matrix3 shortest = shortest_basis(basis_of(cell)).basis;
     for (int i = 0; i < 3; ++i) {
-        const double length = rowof(shortest, i).length();
+        const double length = row_of(shortest, i).length();
         if (length >= least && length <= most) continue;
         throw failure("The cell " + celltext(cell, 4, 3) + " has an axis of " + fixed(length, 4)
                       + " angstroms, or may be described by such a one: from 1 to 10000 is what a "
@@ -195,13 +194,13 @@ answer solveknown(const vectorlist& list, const solveoptions& options)
     const auto over = [&] {
         return (options.stop != nullptr && *options.stop) || clock::now() >= end;
     };
-    std::vector<givencell> cells;
-    for (const cell6& cell : options.known) cells.emplace_back(cell);
+    std::vector<given_cell> cells;
+    for (const cell_parameters& cell : options.known) cells.emplace_back(cell);
     for (int i = 0; i < found.given && !over(); ++i) {
         if (options.progress)
             options.progress("Cell " + std::to_string(i + 1) + " of "
                              + std::to_string(found.given));
-        const givencell& cell = cells[static_cast<std::size_t>(i)];
+        const given_cell& cell = cells[static_cast<std::size_t>(i)];
         merge(list.vectors, orientationsof(list, cell, found.given, over), cell, i, found.lattices);
     }
     found.interrupted = over();
@@ -215,11 +214,11 @@ std::string pointsneverhit(const std::vector<vector3>& vectors, const answer& fo
     std::optional<assessment> best;
     int parts = 0;
     for (const int index : {2, 3})
-        for (const matrix3& T : finerforms(index)) {
+        for (const matrix3& T : finer_forms(index)) {
             const matrix3 basis = T.multiply(known.basis);
-            const givencell cell(cellof(basis));
+            const given_cell cell(cell_of(basis));
             const assessment one =
-                assessknown(vectors, cell, cell.orientationof(basis), found.given);
+                assess_known(vectors, cell, cell.orientation_of(basis), found.given);
             if (best && one.evidence <= best->evidence) continue;
             best = one;
             parts = index;
@@ -227,7 +226,7 @@ std::string pointsneverhit(const std::vector<vector3>& vectors, const answer& fo
     if (!best || best->evidence < known.evidence + leadneeded) return "";
     return "The reflections lie on every " + std::string(parts == 2 ? "second" : "third")
            + " point of the known lattice: a cell of " + (parts == 2 ? "half" : "a third of")
-           + " the volume, " + celltext(cellof(niggli(best->basis).basis), 2, 1) + ", takes "
+           + " the volume, " + celltext(cell_of(niggli(best->basis).basis), 2, 1) + ", takes "
            + std::to_string(best->indexed) + " of them.";
 }
 

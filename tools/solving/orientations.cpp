@@ -45,10 +45,10 @@ struct point {
 };
 
 // All points up to a length but the origin, in rising length.
-std::vector<point> pointsof(const givencell& cell, double longest)
+std::vector<point> pointsof(const given_cell& cell, double longest)
 {
     const auto last = [&](int i) {
-        return static_cast<int>(rowof(cell.basis, i).length() * longest);
+        return static_cast<int>(row_of(cell.basis, i).length() * longest);
     };
     std::vector<point> points;
     for (int h = -last(0); h <= last(0); ++h)
@@ -112,16 +112,16 @@ struct vectorpair {
 };
 
 // How far a measured length may be off.
-double offof(double length, const givencell& cell)
+double offof(double length, const given_cell& cell)
 {
     const double own = reach / std::cbrt(cell.volume);
-    const double strain = 2.5 * usualstrain * length;
+    const double strain = 2.5 * usual_strain * length;
     return std::sqrt(own * own + strain * strain);
 }
 
 // All pairs of vectors that fix an orientation, those with few choices first. Vectors that are longer
 // than all points have none.
-std::vector<vectorpair> pairsof(const std::vector<vector3>& vectors, const givencell& cell,
+std::vector<vectorpair> pairsof(const std::vector<vector3>& vectors, const given_cell& cell,
                                 const std::vector<point>& points)
 {
     const auto beyond = [&](double length) {
@@ -155,14 +155,14 @@ matrix3 framebetween(const vector3& u, const vector3& v, double cosine)
 {
     const vector3 x = (u + v) / std::sqrt(2.0 + 2.0 * cosine);
     const vector3 y = (u - v) / std::sqrt(2.0 - 2.0 * cosine);
-    return fromrows(x, y, x.cross(y)).transpose();
+    return from_rows(x, y, x.cross(y)).transpose();
 }
 
 // Judges orientations: a vector at a distance of r from a point counts log(G(r) / V), with as many
 // wrong vectors as genuine ones, where that is positive. The best sum for several errors is the score.
 class judge {
 public:
-    judge(const std::vector<vector3>& vectors, const givencell& cell) : cell_(cell)
+    judge(const std::vector<vector3>& vectors, const given_cell& cell) : cell_(cell)
     {
         const double spacing = 1.0 / std::cbrt(cell.volume);
         for (const vector3& q : vectors) {
@@ -170,7 +170,7 @@ public:
             one.q = q;
             for (std::size_t k = 0; k < errors.size(); ++k) {
                 const double own = errors[k] * spacing;
-                const double strain = usualstrain * q.length();
+                const double strain = usual_strain * q.length();
                 const double variance = own * own + strain * strain;
                 one.top[k] = -std::log(cell.volume * std::pow(twopi * variance, 1.5));
                 one.fall[k] = 0.5 / variance;
@@ -213,7 +213,7 @@ private:
         return x - ((x + large) - large);
     }
 
-    const givencell& cell_;
+    const given_cell& cell_;
     std::vector<term> terms_;
 };
 
@@ -248,7 +248,7 @@ public:
     }
 
     // Each lattice once, the best first.
-    [[nodiscard]] std::vector<proposal> different(const givencell& cell) const
+    [[nodiscard]] std::vector<proposal> different(const given_cell& cell) const
     {
         std::vector<proposal> sorted = kept_;
         std::stable_sort(sorted.begin(), sorted.end(), better);
@@ -271,7 +271,7 @@ private:
 };
 
 // Offers all orientations of a pair. Gives how many.
-double tryall(const vectorpair& pair, const givencell& cell, const judge& judging, shortlist& list)
+double tryall(const vectorpair& pair, const given_cell& cell, const judge& judging, shortlist& list)
 {
     const double product = pair.q.length() * pair.r.length();
     const double cosine = pair.q.dot(pair.r) / product;
@@ -293,7 +293,7 @@ double tryall(const vectorpair& pair, const givencell& cell, const judge& judgin
 }
 
 std::vector<proposal> proposals(const std::vector<vector3>& pairing,
-                                const std::vector<vector3>& judging, const givencell& cell,
+                                const std::vector<vector3>& judging, const given_cell& cell,
                                 const std::function<bool()>& over)
 {
     double longest = 0.0;
@@ -335,18 +335,18 @@ bool sameorientation(const matrix3& D, const matrix3& E)
     constexpr double near = 0.03;
     const matrix3 between = D.multiply(E.inverse());
     for (int i = 0; i < 3; ++i)
-        if (offwhole(rowof(between, i)) > near) return false;
+        if (off_whole(row_of(between, i)) > near) return false;
     return true;
 }
 
-std::vector<assessment> orientationsof(const vectorlist& list, const givencell& cell, int cells,
+std::vector<assessment> orientationsof(const vectorlist& list, const given_cell& cell, int cells,
                                        const std::function<bool()>& over)
 {
     const std::vector<vector3> judging = chosen(list, mostjudging);
     std::vector<proposal> likely = proposals(chosen(list, mostpaired), judging, cell, over);
     if (judging.size() < list.vectors.size()) {
         for (proposal& one : likely)
-            if (!over()) one.score = assessknown(judging, cell, one.R, cells).evidence;
+            if (!over()) one.score = assess_known(judging, cell, one.R, cells).evidence;
         std::stable_sort(likely.begin(), likely.end(), better);
         likely.resize(std::min(likely.size(), mostrefined));
     }
@@ -355,7 +355,7 @@ std::vector<assessment> orientationsof(const vectorlist& list, const givencell& 
         if (over()) break;
         const double least = found.size() < mostgiven ? -std::numeric_limits<double>::infinity()
                                                       : found.back().evidence;
-        insert(assessknown(list.vectors, cell, one.R, cells, least), found);
+        insert(assess_known(list.vectors, cell, one.R, cells, least), found);
     }
     return found;
 }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/linear.h"
-#include "solving/knowncell.h"
+#include "solver/evidence/known_cell.h"
 #include "solving/ladder.h"
 
 #include <functional>
@@ -23,7 +23,7 @@ namespace torvik::tools {
 //            cells     how many cells were given
 // Returned:  assessments of the orientations, refined on all vectors, each lattice once, the most
 //            evident first
-std::vector<assessment> orientationsof(const vectorlist& list, const givencell& cell, int cells,
+std::vector<assessment> orientationsof(const vectorlist& list, const given_cell& cell, int cells,
                                        const std::function<bool()>& over);
 
 // Whether two lattices of one cell are one, to some hundredths of an index: bases of shortest vectors.

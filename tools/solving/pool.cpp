@@ -1,6 +1,6 @@
 #include "solving/pool.h"
 
-#include "lattice/relations.h"
+#include "solver/lattice/relations.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,14 +19,14 @@ bool takenforone(const matrix3& D, const matrix3& E)
     const double ratio = std::fabs(D.determinant() / E.determinant());
     constexpr double nearly = 1.3;
     if (!(ratio < nearly && ratio > 1.0 / nearly)) return false;
-    return samelattice(D, E, sametolerance);
+    return same_lattice(D, E, sametolerance);
 }
 
 std::vector<matrix3> stepsaside()
 {
     std::vector<matrix3> found;
     for (const int index : relatives)
-        for (const auto& forms : {hermiteforms(index), finerforms(index)})
+        for (const auto& forms : {hermite_forms(index), finer_forms(index)})
             found.insert(found.end(), forms.begin(), forms.end());
     return found;
 }

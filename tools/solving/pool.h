@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/linear.h"
-#include "solving/evidence.h"
+#include "solver/evidence/free_lattice.h"
 
 #include <cstddef>
 #include <vector>

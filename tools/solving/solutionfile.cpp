@@ -2,8 +2,8 @@
 
 #include "base/table.h"
 #include "base/terminal.h"
-#include "lattice/bravais.h"
-#include "lattice/relations.h"
+#include "solver/lattice/bravais.h"
+#include "solver/lattice/relations.h"
 
 #include <nlohmann/json.hpp>
 
@@ -31,7 +31,7 @@ json jsonof(const matrix3& A)
     return json::array({jsonof(A.row_copy(0)), jsonof(A.row_copy(1)), jsonof(A.row_copy(2))});
 }
 
-json jsonof(const uncertaincell& cell)
+json jsonof(const uncertain_cell& cell)
 {
     json values;
     json errors;
@@ -40,7 +40,7 @@ json jsonof(const uncertaincell& cell)
         errors[cellnames[k]] = cell.error[k];
     }
     values["volume"] = cell.volume;
-    errors["volume"] = cell.volumeerror;
+    errors["volume"] = cell.volume_error;
     values["uncertainty"] = errors;
     return values;
 }
@@ -49,15 +49,15 @@ json candidate(const assessment& one)
 {
     json entry;
     entry["basis"] = jsonof(one.basis);
-    const cell6 cell = cellof(one.basis);
+    const cell_parameters cell = cell_of(one.basis);
     for (std::size_t k = 0; k < 6; ++k) entry["cell"][cellnames[k]] = cell[k];
     entry["volume"] = std::fabs(one.basis.determinant());
     entry["evidence"] = one.evidence;
     entry["indexed"] = one.indexed;
     entry["sigma"] = one.sigma;
-    entry["wrong"] = one.wrong;
+    entry["wrong"] = one.outlier_fraction;
     if (one.known >= 0) entry["known"] = one.known;
-    for (const matrix3& basis : one.companions) entry["companions"].push_back(jsonof(basis));
+    for (const matrix3& basis : one.further_crystals) entry["companions"].push_back(jsonof(basis));
     return entry;
 }
 
@@ -70,7 +70,7 @@ std::vector<double> probabilities(const vectorlist& list, const crystals& all)
     int number = 0;
     for (const crystal& one : all.each) {
         ++number;
-        const std::vector<double>& parts = one.found.lattices[0].genuine;
+        const std::vector<double>& parts = one.found.lattices[0].inlier;
         for (std::size_t i = 0; i < left.size(); ++i)
             if (number == 1 || parts[i] > 0.5) genuine[left[i]] = parts[i];
         std::erase_if(left, [&](std::size_t i) {
@@ -96,7 +96,7 @@ json reflections(const vectorlist& list, const crystals& all)
             const matrix3& basis =
                 all.each[static_cast<std::size_t>(all.latticeof[i]) - 1].found.lattices[0].basis;
             const vector3 x = basis.multiply(q);
-            const auto h = nearestindices(x);
+            const auto h = nearest_indices(x);
             entry["hkl"] = h;
             entry["lattice"] = all.latticeof[i];
             entry["error"] = (x - vector3(h[0], h[1], h[2])).length();
@@ -117,23 +117,23 @@ json jsonof(const misorientation& turn)
     return entry;
 }
 
-std::string lineofcell(const uncertaincell& cell)
+std::string lineofcell(const uncertain_cell& cell)
 {
     std::string text;
     for (std::size_t k = 0; k < 6; ++k)
-        text += (k == 0 ? "" : "  ") + withuncertainty(cell.cell[k], cell.error[k]);
+        text += (k == 0 ? "" : "  ") + with_uncertainty(cell.cell[k], cell.error[k]);
     return text;
 }
 
 std::string lineof(const assessment& one)
 {
     std::string text;
-    for (const double value : cellof(one.basis)) text += fixed(value, 2) + "  ";
+    for (const double value : cell_of(one.basis)) text += fixed(value, 2) + "  ";
     return text + "volume " + fixed(std::fabs(one.basis.determinant()), 1) + ", indexed "
            + std::to_string(one.indexed) + ", evidence " + fixed(one.evidence, 1)
-           + (one.companions.empty()
+           + (one.further_crystals.empty()
                   ? ""
-                  : " of " + std::to_string(1 + one.companions.size()) + " crystals");
+                  : " of " + std::to_string(1 + one.further_crystals.size()) + " crystals");
 }
 
 std::string coloured(verdict how, bool colourful)
@@ -148,8 +148,8 @@ std::string relationtofirst(const assessment& best, const assessment& next)
     const matrix3& first = best.basis;
     const matrix3& other = next.basis;
     if (next.known >= 0 && next.known == best.known)
-        if (const auto turn = misorientationof(first, other)) return sentenceof(*turn);
-    const auto related = relationbetween(other, first, 0.2, 12);
+        if (const auto turn = misorientation_of(first, other)) return sentence_of(*turn);
+    const auto related = relation_between(other, first, 0.2, 12);
     if (!related || related->how == kinship::same) return "not related to the first";
     return std::string(related->how == kinship::super ? "a superlattice" : "a sublattice")
            + "'s cell, of index " + std::to_string(related->index);
@@ -158,8 +158,8 @@ std::string relationtofirst(const assessment& best, const assessment& next)
 // The highest symmetry that the metric has, and its conventional cell.
 std::string bravaisof(const matrix3& basis)
 {
-    const std::vector<bravaislattice> possible = bravaislattices(basis, obliquityaccepted);
-    const bravaislattice& highest = possible.front();
+    const std::vector<bravais_lattice> possible = bravais_lattices(basis, obliquityaccepted);
+    const bravais_lattice& highest = possible.front();
     std::string text = highest.symbol + " ";
     for (const double value : highest.settings.front().cell) text += " " + fixed(value, 2);
     return text + ", to " + fixed(highest.obliquity, 2) + " degrees";
@@ -171,17 +171,17 @@ std::string pageof(const crystal& one, int number, std::size_t measured, bool se
     if (several) page += "  Lattice " + std::to_string(number) + "\n";
     page += "  Cell      " + lineofcell(one.cell) + "\n";
     page += "  Lattice   " + bravaisof(one.found.lattices[0].basis) + "\n";
-    page += "  Volume    " + withuncertainty(one.cell.volume, one.cell.volumeerror) + "\n";
+    page += "  Volume    " + with_uncertainty(one.cell.volume, one.cell.volume_error) + "\n";
     page += "  Indexed   " + std::to_string(one.members.size()) + " of " + std::to_string(measured)
             + ", to " + fixed(1000.0 * one.found.lattices[0].sigma, 2)
             + " thousandths of 1/angstrom\n";
     page += "  Evidence  e^" + fixed(one.found.lattices[0].evidence, 0) + " to 1 against chance";
-    if (!one.found.lattices[0].companions.empty()) page += ", of all its crystals";
+    if (!one.found.lattices[0].further_crystals.empty()) page += ", of all its crystals";
     if (one.found.lattices.size() > 1)
         page += ", e^" + fixed(one.found.lattices[0].evidence - one.found.lattices[1].evidence, 1)
                 + " to 1 against the next lattice";
     page += "\n";
-    if (one.turn) page += "  Turn      " + sentenceof(*one.turn) + "\n";
+    if (one.turn) page += "  Turn      " + sentence_of(*one.turn) + "\n";
     return page;
 }
 

@@ -5,8 +5,8 @@
 #include "base/table.h"
 #include "base/textfile.h"
 #include "formats/resultsfile.h"
-#include "lattice/cell.h"
-#include "lattice/relations.h"
+#include "solver/lattice/cell.h"
+#include "solver/lattice/relations.h"
 #include "solving/companions.h"
 #include "solving/pool.h"
 
@@ -143,12 +143,12 @@ std::vector<assessment> withcrystals(const vectorlist& list, const pool& candida
 // and not the same.
 bool besides(const std::vector<vector3>& vectors, const assessment& best, const assessment& other)
 {
-    if (!best.companions.empty() || !other.companions.empty()) return false;
+    if (!best.further_crystals.empty() || !other.further_crystals.empty()) return false;
     int shared = 0;
     for (std::size_t i = 0; i < vectors.size(); ++i)
-        if (best.genuine[i] > 0.5 && other.genuine[i] > 0.5) ++shared;
+        if (best.inlier[i] > 0.5 && other.inlier[i] > 0.5) ++shared;
     return 2 * shared < best.indexed
-           && assess(leftby(vectors, best), other.basis).evidence >= evidenceneeded;
+           && assess(unindexed_by(vectors, best), other.basis).evidence >= evidenceneeded;
 }
 
 std::string reasonof(const answer& found, bool another)
@@ -156,11 +156,11 @@ std::string reasonof(const answer& found, bool another)
     if (found.how == verdict::ambiguous)
         return std::to_string(found.competing) + " lattices explain the reflections alike.";
     const assessment& best = found.lattices[0];
-    const auto measured = static_cast<double>(best.genuine.size());
-    if (best.companions.empty())
+    const auto measured = static_cast<double>(best.inlier.size());
+    if (best.further_crystals.empty())
         return "One lattice takes " + percent(best.indexed / measured) + " of the reflections"
                + (another ? "; another crystal takes others." : ", and no other comes near.");
-    return std::to_string(1 + best.companions.size())
+    return std::to_string(1 + best.further_crystals.size())
            + " crystals of one cell explain the reflections, and no other lattice comes near. The "
              "first takes "
            + percent(best.indexed / measured) + " of them.";
@@ -203,7 +203,7 @@ bool ofonestill(const std::vector<vector3>& vectors)
     vector3 right;
     double squares = 0.0;
     for (const vector3& q : vectors) {
-        addproduct(normal, q, q);
+        add_product(normal, q, q);
         right += q * (0.5 * q.length_sq());
         squares += q.length_sq();
     }
@@ -226,7 +226,7 @@ std::string hindrance(const std::vector<vector3>& vectors)
                + " reflections; no lattice is sure with fewer than " + std::to_string(fewestvectors)
                + ".";
     matrix3 sum(0.0);
-    for (const vector3& q : vectors) addproduct(sum, q, q);
+    for (const vector3& q : vectors) add_product(sum, q, q);
     const double trace = sum.a[0][0] + sum.a[1][1] + sum.a[2][2];
     // The determinant is the product of the three spreads: a flat one is far below their mean.
     constexpr double flat = 1e-7;

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "base/linear.h"
-#include "lattice/cell.h"
-#include "solving/evidence.h"
+#include "solver/evidence/free_lattice.h"
+#include "solver/lattice/cell.h"
 #include "solving/ladder.h"
 
 #include <atomic>
@@ -16,7 +16,8 @@ namespace torvik::tools {
 
 struct solveoptions {
     ladderoptions ladder;
-    std::vector<cell6> known;      // the cells that the crystal may have; empty if none is known
+    std::vector<cell_parameters>
+        known;                     // the cells that the crystal may have; empty if none is known
     double budget = 60.0;          // seconds
     int jobs = 1;                  // runs at a time
     std::filesystem::path program; // Torvik

@@ -120,8 +120,8 @@ TEST_F(Judge, ComparesTheErrorOfACellToThatOfLeastSquares)
     matrix3 hh = tools::scaled(matrix3(), 0.0);
     for (std::size_t i = 0; i < list_.crystals.size(); ++i) {
         const auto& [x, y, z] = list_.measured.vectors[i];
-        tools::addproduct(qh, {x, y, z}, vector3(list_.indices[i]));
-        tools::addproduct(hh, vector3(list_.indices[i]), vector3(list_.indices[i]));
+        tools::add_product(qh, {x, y, z}, vector3(list_.indices[i]));
+        tools::add_product(hh, vector3(list_.indices[i]), vector3(list_.indices[i]));
     }
     const matrix3 fitted = qh.multiply(hh.inverse());
     const matrix3 T = {1, 0, 0, 1, 1, 0, 0, -1, 1};

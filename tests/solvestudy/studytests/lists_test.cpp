@@ -3,7 +3,7 @@
 #include "rows.h"
 
 #include "base/linear.h"
-#include "lattice/relations.h"
+#include "solver/lattice/relations.h"
 
 #include <gtest/gtest.h>
 
@@ -89,7 +89,7 @@ TEST(Lists, OfSuperstructuresLackNothingButTheOddOrdersInTheSubcell)
     asked.reflections = 80;
     asked.noise = 0.0;
     asked.odd = 0.15;
-    const auto subcells = tools::finerforms(2);
+    const auto subcells = tools::finer_forms(2);
     for (std::uint64_t seed = 1; seed <= 20; ++seed) {
         const known_list list = lattice_list(asked, seed);
         EXPECT_EQ(list.span, 1);
@@ -98,7 +98,7 @@ TEST(Lists, OfSuperstructuresLackNothingButTheOddOrdersInTheSubcell)
             const matrix3 subcell = form.multiply(list.lattices.front());
             long taken = 0;
             for (std::size_t i = 0; i < 80; ++i)
-                taken += tools::offwhole(subcell.multiply(measured(list, i))) < 1e-6 ? 1 : 0;
+                taken += tools::off_whole(subcell.multiply(measured(list, i))) < 1e-6 ? 1 : 0;
             most = std::max(most, taken);
         }
         EXPECT_EQ(most, 68); // 85 % of 80
@@ -185,9 +185,9 @@ TEST(Span, OfAnUndeterminedListIsTheLatticeThatTakesAllInliers)
         if (!list.spanned) continue;
         ++undetermined;
         for (std::size_t i = 0; i < list.crystals.size(); ++i)
-            EXPECT_LT(tools::offwhole(list.spanned->multiply(measured(list, i))), 1e-6);
-        const auto relation = tools::relationbetween(list.lattices.front(), *list.spanned, 1e-6,
-                                                     static_cast<int>(list.span));
+            EXPECT_LT(tools::off_whole(list.spanned->multiply(measured(list, i))), 1e-6);
+        const auto relation = tools::relation_between(list.lattices.front(), *list.spanned, 1e-6,
+                                                      static_cast<int>(list.span));
         ASSERT_TRUE(relation);
         EXPECT_EQ(relation->index, list.span); // the true cell is so many times as large
     }

@@ -15,13 +15,6 @@ TEST(Tables, StandInColumnsWithoutBlanksAtTheEnds)
               "longer  22.00  \xC3\xA5 b\n");
 }
 
-TEST(FixedNumbers, HaveNoNegativeZero)
-{
-    EXPECT_EQ(fixed(-0.001, 2), "0.00");
-    EXPECT_EQ(fixed(-0.005001, 2), "-0.01");
-    EXPECT_EQ(fixed(1234.5, 1), "1234.5");
-}
-
 } // namespace
 
 } // namespace torvik::tools

@@ -1,7 +1,7 @@
 // torvik-tools import as a user calls it.
 #include "formats/resultsfile.h"
-#include "lattice/cell.h"
 #include "readers/reader.h"
+#include "solver/lattice/cell.h"
 
 #include "support/runs.h"
 
@@ -220,7 +220,8 @@ TEST(ImportedExamples, LeadToTheSameFirstSolution)
 
 // Imports a real measurement with the usual choices, runs the program on it, and gives the reduced
 // cell of the first solution. The first file is the measurement.
-cell6 cellfound(const std::vector<std::string>& names, const std::vector<std::string>& options)
+cell_parameters cellfound(const std::vector<std::string>& names,
+                          const std::vector<std::string>& options)
 {
     namedfiles files;
     for (const std::string& name : names)
@@ -232,15 +233,15 @@ cell6 cellfound(const std::vector<std::string>& names, const std::vector<std::st
     EXPECT_EQ(run.status, 0) << run.errors;
     const auto written = runtorvik(run.files.at("a.idx")).files;
     const resultsfile results = readresults(textfile("a_idx.res", written.at("a_idx.res")));
-    return cellof(niggli(solutionof(results, 1).basis).basis);
+    return cell_of(niggli(solutionof(results, 1).basis).basis);
 }
 
-void expectcell(const std::vector<std::string>& names, const cell6& known, double tolerance,
-                const std::vector<std::string>& options = {})
+void expectcell(const std::vector<std::string>& names, const cell_parameters& known,
+                double tolerance, const std::vector<std::string>& options = {})
 {
     if (!fs::exists(std::string(TORVIK_SHARED_DATA) + "/" + names.front()))
         GTEST_SKIP() << "there is no file " << names.front();
-    const cell6 found = cellfound(names, options);
+    const cell_parameters found = cellfound(names, options);
     for (std::size_t i = 0; i < 6; ++i)
         EXPECT_NEAR(found[i] / known[i], 1.0, tolerance) << "parameter " << i + 1;
 }

@@ -40,7 +40,7 @@ std::string listof(const simulationrequest& asked)
 simulationrequest usual()
 {
     simulationrequest asked;
-    asked.cell = cell6{7.0, 8.0, 10.0, 85.0, 100.0, 95.0};
+    asked.cell = cell_parameters{7.0, 8.0, 10.0, 85.0, 100.0, 95.0};
     asked.reflections = 24;
     asked.wrong = 4;
     asked.noise = 0.01;

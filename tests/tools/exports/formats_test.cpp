@@ -55,7 +55,7 @@ matrix3 ofrmat(const std::string& text)
 matrix3 ofmat(const std::string& text)
 {
     const matrix3 beamalongx = matrixof(numbersbehind(text, "")).transpose();
-    return fromrows(rowof(beamalongx, 1), rowof(beamalongx, 2), rowof(beamalongx, 0)).inverse();
+    return from_rows(row_of(beamalongx, 1), row_of(beamalongx, 2), row_of(beamalongx, 0)).inverse();
 }
 
 matrix3 ofp4p(const std::string& text)
@@ -139,7 +139,7 @@ TEST(AnExport, InEveryFormatIndexesTheReflectionsAsTheResultsDo)
                 const vector3 hkl = basis.multiply(x) * (left ? -1.0 : 1.0);
                 EXPECT_TRUE(hkl.approx(found.basis.multiply(x), format.tolerance)) << line.number;
                 if (line.how == fit::strict || line.how == fit::loose) {
-                    EXPECT_EQ(nearestindices(hkl), line.hkl) << line.number;
+                    EXPECT_EQ(nearest_indices(hkl), line.hkl) << line.number;
                 }
             }
         }
@@ -155,7 +155,7 @@ TEST(AnExport, OfALeftHandedBasisNegatesAllThreeVectors)
     EXPECT_TRUE(crystal.basis.approx({0, -3, 0, -4, 0, 0, 0, 0, -5}, 0.0));
     EXPECT_TRUE(crystal.UB.approx({0, -0.25, 0, -1.0 / 3, 0, 0, 0, 0, -0.2}, 1e-15));
     EXPECT_EQ(crystal.volume, 60.0);
-    const cell6 expected = {3, 4, 5, 90, 90, 90};
+    const cell_parameters expected = {3, 4, 5, 90, 90, 90};
     for (std::size_t i = 0; i < 6; ++i) EXPECT_NEAR(crystal.cell[i], expected[i], 1e-12);
 }
 

@@ -1,7 +1,7 @@
 #include "lattice/score.h"
 
 #include "base/failure.h"
-#include "randombases.h"
+#include "support/random_bases.h"
 
 #include <gtest/gtest.h>
 
@@ -77,17 +77,17 @@ TEST(Scores, TellRightFromMultiplesPartsAndWrong)
 {
     chance random(21);
     for (int n = 0; n < 50; ++n) {
-        const matrix3 E = randombasis(random);
+        const matrix3 E = random_basis(random);
         const truth known{{E}, {}};
-        const matrix3 same = randomunimodular(random, 5).multiply(E);
+        const matrix3 same = random_unimodular(random, 5).multiply(E);
         const score right = scoreof(same, known);
         EXPECT_EQ(right.how, verdict::right);
         EXPECT_EQ(right.lattice, 1U);
         expectmakes(right.T, same, E);
 
         const int index = random.whole(2, 6);
-        const matrix3 H = hermiteforms(index)[static_cast<std::size_t>(random.whole(0, 6))];
-        const matrix3 twice = randomunimodular(random, 3).multiply(H).multiply(E);
+        const matrix3 H = hermite_forms(index)[static_cast<std::size_t>(random.whole(0, 6))];
+        const matrix3 twice = random_unimodular(random, 3).multiply(H).multiply(E);
         const score above = scoreof(twice, known);
         EXPECT_EQ(above.how, verdict::supercell);
         EXPECT_EQ(above.index, index);
@@ -98,8 +98,8 @@ TEST(Scores, TellRightFromMultiplesPartsAndWrong)
         EXPECT_EQ(below.index, index);
         expectmakes(below.T, E, twice);
 
-        EXPECT_EQ(scoreof(randombasis(random), known).how, verdict::wrong);
-        EXPECT_EQ(scoreof(same.multiply(randomrotation(random)), known).how, verdict::wrong);
+        EXPECT_EQ(scoreof(random_basis(random), known).how, verdict::wrong);
+        EXPECT_EQ(scoreof(same.multiply(random_rotation(random)), known).how, verdict::wrong);
     }
 }
 
@@ -107,16 +107,16 @@ TEST(Scores, TellRightFromMultiplesPartsAndWrong)
 TEST(Scores, AgainstACellAloneAreTakenInAnyOrientation)
 {
     chance random(22);
-    for (const centredcell& one : bravaiscells()) {
-        const matrix3 D = randomunimodular(random, 5)
-                              .multiply(primitivebasis(one))
-                              .multiply(randomrotation(random));
+    for (const centred_cell& one : bravais_cells()) {
+        const matrix3 D = random_unimodular(random, 5)
+                              .multiply(primitive_basis(one))
+                              .multiply(random_rotation(random));
         EXPECT_EQ(scoreof(D, truthof(one)).how, verdict::right) << one.centring;
         if (one.centring == 'P') continue;
-        const score above = scoreof(basisof(one.cell), truthof(one));
+        const score above = scoreof(basis_of(one.cell), truthof(one));
         EXPECT_EQ(above.how, verdict::supercell);
         EXPECT_EQ(above.index,
-                  gemmi::iround(1.0 / primitivetransformation(one.centring).determinant()));
+                  gemmi::iround(1.0 / primitive_transformation(one.centring).determinant()));
     }
 }
 

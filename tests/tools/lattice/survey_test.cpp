@@ -2,7 +2,7 @@
 
 #include "base/failure.h"
 #include "lattice/notation.h"
-#include "randombases.h"
+#include "support/random_bases.h"
 
 #include <gtest/gtest.h>
 
@@ -50,17 +50,17 @@ TEST(KnownCells, WithFaultsAreRefusedWithTheirPlace)
 // All matrices make from the given axes what they say, centred or not.
 TEST(Surveys, GiveMatricesFromTheGivenAxes)
 {
-    for (const centredcell& one : bravaiscells()) {
+    for (const centred_cell& one : bravais_cells()) {
         const givenlattices given = latticesof({one});
         const latticesurvey made = surveyof(given.list[0], {{"the same", one}}, surveyoptions());
         const matrix3& axes = given.list[0].basis;
-        const auto expect = [&](const matrix3& T, const cell6& cell) {
-            const cell6 found = cellof(T.multiply(axes));
+        const auto expect = [&](const matrix3& T, const cell_parameters& cell) {
+            const cell_parameters found = cell_of(T.multiply(axes));
             for (std::size_t i = 0; i < 6; ++i) EXPECT_NEAR(found[i], cell[i], 1e-9 * cell[i]);
         };
-        expect(made.niggliform.T, cellof(made.niggliform.basis));
-        expect(made.delaunayform.T, cellof(made.delaunayform.basis));
-        for (const bravaislattice& lattice : made.bravais)
+        expect(made.niggliform.T, cell_of(made.niggliform.basis));
+        expect(made.delaunayform.T, cell_of(made.delaunayform.basis));
+        for (const bravais_lattice& lattice : made.bravais)
             for (const setting& each : lattice.settings) expect(each.T, each.cell);
         ASSERT_EQ(made.known.size(), 1U);
         EXPECT_EQ(made.known[0].how, kinship::same);
@@ -85,8 +85,8 @@ TEST(Surveys, FindKnownCellsThatAreMultiplesOrParts)
 // Of solutions in one frame, and of cells without.
 TEST(Surveys, TellWhichLatticesArePartsOfWhich)
 {
-    const centredcell one = {{5, 6, 7, 80, 95, 100}, 'P'};
-    const centredcell two = {{5, 6, 14, 80, 95, 100}, 'P'};
+    const centred_cell one = {{5, 6, 7, 80, 95, 100}, 'P'};
+    const centred_cell two = {{5, 6, 14, 80, 95, 100}, 'P'};
     givenlattices given = latticesof({two, one, {{5, 6.9, 8.9, 80, 95, 100}, 'P'}});
     for (const bool oriented : {false, true}) {
         given.oriented = oriented;

@@ -94,9 +94,9 @@ std::size_t fitting(const measurement& measured, const matrix3& UB, double limit
 std::vector<double> cellofUB(const matrix3& UB)
 {
     const matrix3 direct = UB.inverse();
-    const vector3 a = rowof(direct, 0);
-    const vector3 b = rowof(direct, 1);
-    const vector3 c = rowof(direct, 2);
+    const vector3 a = row_of(direct, 0);
+    const vector3 b = row_of(direct, 1);
+    const vector3 c = row_of(direct, 2);
     return {a.length(), b.length(), c.length(), angle(b, c), angle(a, c), angle(a, b)};
 }
 

@@ -199,7 +199,7 @@ int indexed(const measurement& measured, matrix3& basis)
     for (const spot& one : measured.spots) {
         const vector3 hkl = basis.multiply({one.value[0], one.value[1], one.value[2]});
         const bool nonzero = hkl.length() > 0.5;
-        if (nonzero && offwhole(hkl) < 0.1) ++count;
+        if (nonzero && off_whole(hkl) < 0.1) ++count;
     }
     return count;
 }
@@ -226,9 +226,9 @@ TEST_F(TheProteinCrystal, FitsWithTheRightCentre)
     EXPECT_GT(count, static_cast<int>(measured.spots.size()) * 85 / 100) << measured.spots.size();
     const double expected[] = {42.45, 42.45, 39.80};
     for (int i = 0; i < 3; ++i)
-        EXPECT_NEAR(rowof(basis, i).length(), expected[i], 0.01 * expected[i]);
+        EXPECT_NEAR(row_of(basis, i).length(), expected[i], 0.01 * expected[i]);
     for (int i = 0; i < 3; ++i)
-        EXPECT_NEAR(rowof(basis, i).cos_angle(rowof(basis, (i + 1) % 3)), 0.0, 0.01);
+        EXPECT_NEAR(row_of(basis, i).cos_angle(row_of(basis, (i + 1) % 3)), 0.0, 0.01);
 }
 
 TEST_F(TheProteinCrystal, FitsNothingWithTheCentreOfTheFile)

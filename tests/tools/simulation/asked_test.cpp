@@ -25,7 +25,7 @@ TEST(ACellThatIsAskedFor, IsItsNumbersOrAFile)
 {
     EXPECT_EQ(cellasked({"5 6 7 90 91 92 C"}).centring, 'C');
     EXPECT_EQ(cellasked({"5", "6", "7", "90", "91", "92"}).cell,
-              (cell6{5.0, 6.0, 7.0, 90.0, 91.0, 92.0}));
+              (cell_parameters{5.0, 6.0, 7.0, 90.0, 91.0, 92.0}));
     const temporaryfolder folder;
     writefile(folder.file("a.cif"),
               "data_x\n_cell_length_a 5\n_cell_length_b 5\n_cell_length_c 5\n_cell_angle_alpha 90\n"

@@ -37,9 +37,9 @@ std::string refusalof(const std::string& text)
 
 TEST(CifFiles, GiveTheCellWithoutItsUncertainties)
 {
-    const centredcell found =
+    const centred_cell found =
         readcifcell(textfile("a.cif", cell + "_space_group_name_H-M_alt 'P 1 21 1'\n"));
-    EXPECT_EQ(found.cell, (cell6{10.8633, 8.705, 7.7585, 90.0, 102.945, 90.0}));
+    EXPECT_EQ(found.cell, (cell_parameters{10.8633, 8.705, 7.7585, 90.0, 102.945, 90.0}));
     EXPECT_EQ(found.centring, 'P');
 }
 

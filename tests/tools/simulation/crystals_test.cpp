@@ -1,8 +1,8 @@
 // Crystals made by chance are what their names say.
 
-#include "lattice/cell.h"
 #include "simulation/crystals.h"
 #include "simulation/goniometer.h"
+#include "solver/lattice/cell.h"
 
 #include "geometry/getreciprocallatticevectors.h"
 
@@ -24,9 +24,9 @@ struct shape {
 
 shape shapeof(const matrix3& D)
 {
-    const vector3 a = rowof(D, 0);
-    const vector3 b = rowof(D, 1);
-    const vector3 c = rowof(D, 2);
+    const vector3 a = row_of(D, 0);
+    const vector3 b = row_of(D, 1);
+    const vector3 c = row_of(D, 2);
     return {a.length(),
             b.length(),
             c.length(),
@@ -73,7 +73,7 @@ matrix3 randombasis(randomnumbers& random)
 void expectsamelattice(const matrix3& D, const matrix3& E)
 {
     const matrix3 T = D.multiply(E.inverse());
-    for (int i = 0; i < 3; ++i) EXPECT_LT(offwhole(rowof(T, i)), 1e-6);
+    for (int i = 0; i < 3; ++i) EXPECT_LT(off_whole(row_of(T, i)), 1e-6);
     EXPECT_NEAR(std::fabs(T.determinant()), 1.0, 1e-6);
 }
 
@@ -111,12 +111,12 @@ TEST(ACrystal, HasThePrimitiveLatticeOfItsCentring)
         SCOPED_TRACE(centring);
         const matrix3 conventional = randombasis(random);
         const matrix3 primitive =
-            reducedbasis(primitivetransformation(centring).multiply(conventional));
+            reducedbasis(primitive_transformation(centring).multiply(conventional));
         const matrix3 P = conventional.multiply(primitive.inverse());
-        for (int i = 0; i < 3; ++i) EXPECT_LT(offwhole(rowof(P, i)), rounding) << "a corner";
+        for (int i = 0; i < 3; ++i) EXPECT_LT(off_whole(row_of(P, i)), rounding) << "a corner";
         const auto centres = centresof(centring);
         for (const vector3& c : centres)
-            EXPECT_LT(offwhole(P.left_multiply(c / 6.0)), rounding) << "a centre";
+            EXPECT_LT(off_whole(P.left_multiply(c / 6.0)), rounding) << "a centre";
         EXPECT_NEAR(P.determinant(), 1.0 + static_cast<double>(centres.size()), rounding);
     }
 }
@@ -133,8 +133,8 @@ TEST(ACrystal, IsGivenByABasisWhosePairsCannotBeShortened)
         expectsamelattice(reduced, D);
         for (int i = 0; i < 3; ++i)
             for (int j = 0; j < 3; ++j) {
-                const vector3 v = rowof(reduced, i);
-                const vector3 u = rowof(reduced, j);
+                const vector3 v = row_of(reduced, i);
+                const vector3 u = row_of(reduced, j);
                 if (i != j) {
                     ASSERT_LE(2.0 * std::fabs(u.dot(v)), u.dot(u) * (1.0 + 1e-8));
                 }

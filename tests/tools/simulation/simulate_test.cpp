@@ -60,9 +60,9 @@ TEST(ASimulation, HasTheReflectionsThatWereAskedFor)
             for (const simulatedreflection& one : made.reflections) {
                 const vector3 x = made.truth().primitive.multiply(one.measured);
                 // A wrong one on the lattice by chance, to nine digits, there is none.
-                EXPECT_EQ(offwhole(x) < 1e-9, one.genuine());
+                EXPECT_EQ(off_whole(x) < 1e-9, one.genuine());
                 if (!one.genuine()) continue;
-                EXPECT_EQ(nearestindices(x), one.hkl);
+                EXPECT_EQ(nearest_indices(x), one.hkl);
                 nearest = std::min(nearest, one.measured.length());
                 farthest = std::max(farthest, one.measured.length());
             }
@@ -128,15 +128,15 @@ TEST(ASimulation, HasLimitsOfTheVolumeFromARoughGuess)
 TEST(ASimulation, OfAGivenCellHasThatCellInTheOrientationThatWasGiven)
 {
     simulationrequest asked = usual();
-    asked.cell = cell6{7.7, 8.7, 10.8, 90.0, 103.0, 90.0};
+    asked.cell = cell_parameters{7.7, 8.7, 10.8, 90.0, 103.0, 90.0};
     asked.centring = 'C';
     asked.orientation = matrix3(0, -1, 0, 1, 0, 0, 0, 0, 1); // x to y, y to -x
     const simulated made = simulate(asked);
     const matrix3& D = made.truth().conventional;
-    EXPECT_TRUE(rowof(D, 0).approx({0.0, 7.7, 0.0}, rounding));
-    EXPECT_TRUE(rowof(D, 1).approx({-8.7, 0.0, 0.0}, rounding));
-    EXPECT_NEAR(rowof(D, 2).length(), 10.8, rounding);
-    EXPECT_NEAR(gemmi::deg(rowof(D, 0).angle(rowof(D, 2))), 103.0, rounding);
+    EXPECT_TRUE(row_of(D, 0).approx({0.0, 7.7, 0.0}, rounding));
+    EXPECT_TRUE(row_of(D, 1).approx({-8.7, 0.0, 0.0}, rounding));
+    EXPECT_NEAR(row_of(D, 2).length(), 10.8, rounding);
+    EXPECT_NEAR(gemmi::deg(row_of(D, 0).angle(row_of(D, 2))), 103.0, rounding);
     EXPECT_NEAR(2.0 * made.truth().primitive.determinant(), D.determinant(), 1e-6);
 }
 
@@ -144,7 +144,7 @@ TEST(ASimulation, OfAGivenCellHasThatCellInTheOrientationThatWasGiven)
 TEST(ASimulation, TakesReflectionsWithinLimits)
 {
     simulationrequest asked = usual();
-    asked.cell = cell6{10.0, 10.0, 10.0, 90.0, 90.0, 90.0};
+    asked.cell = cell_parameters{10.0, 10.0, 10.0, 90.0, 90.0, 90.0};
     asked.reflections = 13;
     asked.smallestd = 5.5; // above the 5 of 2 0 0
     EXPECT_EQ(simulate(asked).reflections.size(), 13U);
@@ -173,8 +173,8 @@ TEST(ASimulation, TakesLimitsOfIndicesForThoseOfTheConventionalCell)
     std::set<millerindices> seen;
     for (const simulatedreflection& one : made.reflections) {
         const vector3 x = made.truth().conventional.multiply(one.exact);
-        EXPECT_LT(offwhole(x), rounding);
-        const millerindices hkl = nearestindices(x);
+        EXPECT_LT(off_whole(x), rounding);
+        const millerindices hkl = nearest_indices(x);
         for (const int h : hkl) EXPECT_LE(std::abs(h), 2);
         EXPECT_EQ((hkl[0] + hkl[1] + hkl[2]) % 2, 0);
         EXPECT_FALSE(seen.contains(hkl) || seen.contains({-hkl[0], -hkl[1], -hkl[2]}));
@@ -214,15 +214,15 @@ TEST(ASimulation, TwinsALatticeByALaw)
     const simulated made = simulate(asked);
     const matrix3& D = made.lattices[0].conventional;
     const matrix3& E = made.lattices[1].conventional;
-    EXPECT_TRUE(rowof(E, 2).approx(rowof(D, 2), rounding));
-    EXPECT_TRUE(rowof(E, 1).approx(-rowof(D, 1), rounding));
+    EXPECT_TRUE(row_of(E, 2).approx(row_of(D, 2), rounding));
+    EXPECT_TRUE(row_of(E, 1).approx(-row_of(D, 1), rounding));
     EXPECT_NEAR(E.determinant(), D.determinant(), 1e-6);
 
     // About the normal of (1 0 0), a* stays.
     asked.twin = twinlaw{180.0, {1.0, 0.0, 0.0}, true};
     const simulated other = simulate(asked);
-    EXPECT_TRUE(rowof(reciprocalof(other.lattices[0].conventional), 0)
-                    .approx(rowof(reciprocalof(other.lattices[1].conventional), 0), rounding));
+    EXPECT_TRUE(row_of(reciprocalof(other.lattices[0].conventional), 0)
+                    .approx(row_of(reciprocalof(other.lattices[1].conventional), 0), rounding));
 
     // A third one by 120 degrees is two thirds of a turn away: one further turn leads back.
     asked.lattices = 3;
@@ -272,9 +272,9 @@ TEST(ASimulation, RefusesWhatCannotBe)
                   asked.volume = 1e9;
               }),
               "Too many reflections lie within the limits: give a larger d spacing.");
-    EXPECT_EQ(refusal([](auto& asked) { asked.cell = cell6{0.5, 1, 1, 90, 90, 90}; }),
+    EXPECT_EQ(refusal([](auto& asked) { asked.cell = cell_parameters{0.5, 1, 1, 90, 90, 90}; }),
               "The edges of the cell must be 1 to 100000 angstroms.");
-    EXPECT_EQ(refusal([](auto& asked) { asked.cell = cell6{3, 3, 100000, 90, 90, 90}; }),
+    EXPECT_EQ(refusal([](auto& asked) { asked.cell = cell_parameters{3, 3, 100000, 90, 90, 90}; }),
               "No choice of 20 reflections spans the lattice: ask for more, or for wider limits.");
     EXPECT_EQ(refusal([](auto& asked) { asked.volume = NAN; }),
               "The volume of the primitive cell must be 1 to 1000000000 cubic angstroms.");

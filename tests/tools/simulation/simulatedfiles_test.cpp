@@ -111,7 +111,7 @@ TEST(TheTruth, HasTheLatticesAndWhatEachReflectionIs)
         const auto lattice = one.at("lattice").get<std::size_t>() - 1;
         const vector3 v(one.at("exact").at(0), one.at("exact").at(1), one.at("exact").at(2));
         const auto indices = [&](const char* rows) {
-            return nearestindices(basisin(truth.at("lattices").at(lattice).at(rows)).multiply(v));
+            return nearest_indices(basisin(truth.at("lattices").at(lattice).at(rows)).multiply(v));
         };
         EXPECT_EQ(indices("direct_basis_rows"), one.at("hkl").get<millerindices>());
         EXPECT_EQ(indices("conventional_basis_rows"),

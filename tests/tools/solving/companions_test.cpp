@@ -1,7 +1,6 @@
 // Several crystals of one cell, against one lattice that would hold them all.
-#include "lattice/relations.h"
 #include "simulation/simulate.h"
-#include "solving/chance.h"
+#include "solver/lattice/relations.h"
 #include "solving/companions.h"
 #include "solving/crystals.h"
 #include "solving/solve.h"
@@ -22,7 +21,7 @@ constexpr double nearly = 0.15;
 simulationrequest twin(double beta, std::uint64_t seed)
 {
     simulationrequest asked;
-    asked.cell = cell6{7.1, 9.3, 12.2, 90.0, beta, 90.0};
+    asked.cell = cell_parameters{7.1, 9.3, 12.2, 90.0, beta, 90.0};
     asked.reflections = 60;
     asked.noise = 0.01;
     asked.lattices = 2;
@@ -44,7 +43,7 @@ crystals solved(const simulated& made, int lattices = 1)
 bool isone(const matrix3& basis, const simulated& made)
 {
     return std::any_of(made.lattices.begin(), made.lattices.end(), [&](const auto& lattice) {
-        return samelattice(basis, lattice.primitive, nearly);
+        return same_lattice(basis, lattice.primitive, nearly);
     });
 }
 
@@ -68,9 +67,9 @@ TEST(Twins, AreTwoCrystalsOfASmallCellAndNotOneOfALargeCell)
         ASSERT_EQ(all.first.how, verdict::solved);
         const assessment& best = all.first.lattices[0];
         EXPECT_TRUE(isone(best.basis, made)) << beta;
-        ASSERT_EQ(best.companions.size(), 1U);
-        EXPECT_TRUE(isone(best.companions[0], made));
-        EXPECT_FALSE(samelattice(best.companions[0], best.basis, 0.05));
+        ASSERT_EQ(best.further_crystals.size(), 1U);
+        EXPECT_TRUE(isone(best.further_crystals[0], made));
+        EXPECT_FALSE(same_lattice(best.further_crystals[0], best.basis, 0.05));
         EXPECT_EQ(
             all.first.reason.substr(0, 90),
             "2 crystals of one cell explain the reflections, and no other lattice comes near. "
@@ -105,7 +104,7 @@ TEST(Twins, AreIndexedBothIfTwoLatticesAreAskedFor)
 TEST(TwoCrystals, ThatAreAsEvidentAreNoRivals)
 {
     simulationrequest asked;
-    asked.cell = cell6{7.1, 9.3, 12.2, 84.0, 93.0, 99.0};
+    asked.cell = cell_parameters{7.1, 9.3, 12.2, 84.0, 93.0, 99.0};
     asked.reflections = 60;
     asked.noise = 0.01;
     asked.lattices = 2;
@@ -163,8 +162,8 @@ TEST(TwoCrystals, AreFoundInTheLatticeThatHoldsThemTogether)
     ASSERT_TRUE(found);
     EXPECT_GT(found->evidence, held.evidence + leadneeded);
     EXPECT_TRUE(isone(found->basis, made));
-    ASSERT_EQ(found->companions.size(), 1U);
-    EXPECT_TRUE(isone(found->companions[0], made));
+    ASSERT_EQ(found->further_crystals.size(), 1U);
+    EXPECT_TRUE(isone(found->further_crystals[0], made));
     EXPECT_FALSE(heldtogether(list, held, [] { return true; }));
 }
 
@@ -181,31 +180,6 @@ TEST(ALattice, OfOneCrystalHoldsNoOthers)
         vectorlist list;
         list.vectors = made.vectors();
         EXPECT_FALSE(heldtogether(list, assess(list.vectors, made.truth().primitive), never));
-    }
-}
-
-TEST(Chance, IsTheTailOfTheBinomialDistribution)
-{
-    EXPECT_NEAR(atleast(2, 3, 0.5), 0.5, 1e-12);
-    EXPECT_NEAR(atleast(3, 3, 0.1), 0.001, 1e-12);
-    EXPECT_EQ(atleast(0, 3, 0.1), 1.0);
-    EXPECT_EQ(atleast(4, 3, 0.1), 0.0);
-}
-
-TEST(Misorientations, TakeTheTurnThatNamesATwinLawOfAllThatSymmetryAllows)
-{
-    // Half a turn about a is, with the twofold axis along b, also half a turn about c*, which is no row.
-    const matrix3 first = basisof({7.1, 9.3, 12.2, 90.0, 95.0, 90.0});
-    const matrix3 halfturn(1, 0, 0, 0, -1, 0, 0, 0, -1); // rows: about x, which is a
-    const matrix3 aboutb(-1, 0, 0, 0, 1, 0, 0, 0, -1);
-    const matrix3 second = first.multiply(halfturn);
-    for (const matrix3& setting : {matrix3(), aboutb, scaled(matrix3(), -1.0)}) {
-        const auto turn = misorientationof(first, setting.multiply(second));
-        ASSERT_TRUE(turn);
-        EXPECT_TRUE(turn->twin);
-        ASSERT_TRUE(turn->direct);
-        EXPECT_EQ(*turn->direct, (std::array<int, 3>{1, 0, 0}));
-        EXPECT_NEAR(turn->angle, 180.0, 1e-3);
     }
 }
 

@@ -143,7 +143,7 @@ TEST(Solving, RefusesReflectionsOfNoLattice)
     // The same lengths, in directions that have nothing to do with each other.
     randomnumbers random(77);
     for (vector3& q : list.vectors) {
-        const matrix3 R = fromrows({0.36, 0.48, -0.8}, {-0.8, 0.6, 0}, {0.48, 0.64, 0.6});
+        const matrix3 R = from_rows({0.36, 0.48, -0.8}, {-0.8, 0.6, 0}, {0.48, 0.64, 0.6});
         const int turns = random.whole(1, 97);
         for (int i = 0; i < turns; ++i) q = R.multiply(q);
     }

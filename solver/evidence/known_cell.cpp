@@ -1,0 +1,176 @@
+#include "solver/evidence/known_cell.h"
+
+#include "solver/evidence/mixture.h"
+#include "solver/lattice/deformation.h"
+#include "solver/lattice/short_vectors.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <numbers>
+
+namespace torvik::solver {
+
+namespace {
+
+constexpr double no_evidence = -std::numeric_limits<double>::infinity();
+constexpr double two_pi = 2.0 * std::numbers::pi;
+
+// In units of the mean distance of lattice points: with larger errors any similar cell would fit.
+constexpr double largest_sigma = 0.06;
+constexpr double first_sigma = 0.05;
+constexpr double first_outlier_fraction = 0.4;
+
+// Strains of more standard deviations are those of another lattice.
+constexpr double most_deviations = 6.0;
+
+struct state {
+    matrix3 R;
+    matrix3 strain{0.0}; // e
+    matrix3 crystal;     // (1 + e) UB0
+    matrix3 basis;       // inverse of R (1 + e) UB0
+    double volume = 0.0;
+    error_model errors;
+};
+
+void set(state& now, const given_cell& cell)
+{
+    now.crystal = (matrix3() + now.strain).multiply(cell.UB);
+    const matrix3 inverse = now.crystal.inverse();
+    now.volume = std::fabs(inverse.determinant());
+    now.basis = inverse.multiply(now.R.transpose());
+}
+
+// The sums that refine the lattice, in the frame of the unrotated cell.
+struct products {
+    matrix3 gg{0.0}; // sum of g g^T
+    matrix3 dg{0.0}; // sum of d g^T
+};
+
+expectation expected(const std::vector<vector3>& vectors, const state& now, products& of)
+{
+    expectation sums;
+    sums.inlier.reserve(vectors.size());
+    const double peak = now.errors.peak(now.volume);
+    const matrix3 upright = now.R.transpose();
+    for (const vector3& q : vectors) {
+        const vector3 h = nearest_point(now.basis, q);
+        const vector3 g = now.crystal.multiply(h);
+        const vector3 d = upright.multiply(q) - g;
+        const double inlier = now.errors.add(sums, peak, h, d.length_sq());
+        add_product(of.gg, g, g, inlier);
+        add_product(of.dg, d, g, inlier);
+    }
+    return sums;
+}
+
+nine_by_nine precision_of(const products& of, const state& now)
+{
+    nine_by_nine M = squares_of(scaled(of.gg, 1.0 / (now.errors.sigma * now.errors.sigma)));
+    add_prior(M, usual_strain);
+    return M;
+}
+
+// Whether the vectors determine the orientation: at least two inliers, and a posterior that is narrow
+// compared with all rotations.
+bool oriented(const expectation& sums, const nine_by_nine& variance)
+{
+    constexpr double widest = 0.1; // radians
+    for (std::size_t k = 0; k < 3; ++k)
+        if (!(variance[k][k] < widest * widest)) return false;
+    return sums.weight >= 2.0;
+}
+
+// The number of the nine components that the vectors determine, rather than the prior.
+double fixed_by(const nine_by_nine& variance)
+{
+    double count = 9.0;
+    for (std::size_t k = 3; k < 9; ++k) count -= variance[k][k] / (usual_strain * usual_strain);
+    return count;
+}
+
+void refine(state& now, const given_cell& cell, const products& of, const cholesky& M)
+{
+    nine b = products_of(scaled(of.dg, 1.0 / (now.errors.sigma * now.errors.sigma)));
+    const nine pull = products_of(now.strain);
+    for (std::size_t k = 3; k < 9; ++k) b[k] -= pull[k] / (usual_strain * usual_strain);
+    nine x = M.solve(b);
+    now.R = now.R.multiply(rotation_by({x[0], x[1], x[2]}));
+    x[0] = x[1] = x[2] = 0.0;
+    now.strain = now.strain + deformation_of(x);
+    set(now, cell);
+}
+
+// The logarithm of the sum over all rotations of the density of the strain.
+double log_strains(const state& now, const given_cell& cell)
+{
+    const double variance = usual_strain * usual_strain;
+    double sum = 0.0;
+    for (const matrix3& T : cell.rotations) {
+        // The refined lattice, with its axes permuted by T, against the known one.
+        const matrix3 UB = now.crystal.multiply(T.inverse());
+        sum += std::exp(-0.5 * strain_square(UB.multiply(cell.basis)) / variance);
+    }
+    return std::log(sum) - 3.0 * std::log(two_pi * variance);
+}
+
+double evidence_of(const expectation& sums, const state& now, const given_cell& cell,
+                   const cholesky& M, int cells)
+{
+    return sums.likelihood + 4.5 * std::log(two_pi) - 0.5 * M.log_determinant()
+           - std::log(2.0 * two_pi * two_pi) + log_strains(now, cell) - std::log(cells);
+}
+
+} // namespace
+
+given_cell::given_cell(const cell_parameters& cell)
+{
+    const matrix3 given = basis_of(cell);
+    short_basis shortest = shortest_basis(given);
+    if (shortest.T.determinant() < 0.0) {
+        shortest.T = scaled(shortest.T, -1.0);
+        shortest.basis = scaled(shortest.basis, -1.0);
+    }
+    basis = shortest.basis;
+    UB = basis.inverse();
+    to_given = shortest.T.inverse();
+    for (auto& row : to_given.a)
+        for (double& x : row) x = std::round(x);
+    volume = basis.determinant();
+    rotations = rotations_of(basis, most_deviations * usual_strain);
+}
+
+matrix3 given_cell::orientation_of(const matrix3& given) const
+{
+    return nearest_rotation(given.inverse().multiply(to_given.multiply(basis)));
+}
+
+assessment assess_known(const std::vector<vector3>& vectors, const given_cell& cell,
+                        const matrix3& R, int cells, double least)
+{
+    state now;
+    now.R = R;
+    set(now, cell);
+    const assessment nothing = {now.basis, no_evidence, 0.0, 1.0, 0, {}};
+    now.errors = {first_sigma / std::cbrt(now.volume), first_outlier_fraction,
+                  digit_error(vectors)};
+    if (!(now.errors.smallest_sigma < largest_sigma / std::cbrt(now.volume))) return nothing;
+    refinement rounds(least);
+    while (true) {
+        products of;
+        const expectation sums = expected(vectors, now, of);
+        const auto M = cholesky::of(precision_of(of, now));
+        if (!M) return nothing;
+        const nine_by_nine variance = M->inverse();
+        if (!oriented(sums, variance)) return nothing;
+        const double evidence = evidence_of(sums, now, cell, *M, cells);
+        if (rounds.ends(sums, evidence))
+            return {now.basis,          evidence,   now.errors.sigma, now.errors.outlier_fraction,
+                    inlier_count(sums), sums.inlier};
+        refine(now, cell, of, *M);
+        now.errors.refine(sums, fixed_by(variance), largest_sigma / std::cbrt(now.volume));
+    }
+}
+
+} // namespace torvik::solver
