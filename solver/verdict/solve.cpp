@@ -1,9 +1,12 @@
 // From measured vectors to an answer: the one function of the public header.
 #include "solver/lattice/cell.h"
 #include "solver/lattice/invalid_input.h"
+#include "solver/lattice/relations.h"
+#include "solver/numeric/functions.h"
 #include "solver/verdict/decision.h"
 #include "solver/verdict/diagnosis.h"
 #include "solver/verdict/free_search.h"
+#include "solver/verdict/shift_search.h"
 #include "solver/verdict/thresholds.h"
 #include "torvik/solver.h"
 
@@ -60,7 +63,7 @@ std::array<std::array<double, 9>, 9> covariance_of(const std::vector<vector3>& v
     std::array<std::array<double, 9>, 9> covariance = {};
     matrix3 hh(0.0);
     for (std::size_t i = 0; i < vectors.size(); ++i) {
-        const auto h = nearest_indices(one.basis.multiply(vectors[i]));
+        const auto h = nearest_indices(one.basis.multiply(vectors[i] - one.shift));
         const vector3 indices(h[0], h[1], h[2]);
         add_product(hh, indices, indices, one.inlier[i]);
     }
@@ -90,8 +93,39 @@ lattice described(const std::vector<vector3>& vectors, const assessment& one)
     found.outlier_fraction = one.outlier_fraction;
     found.indexed = one.indexed;
     found.known = one.known;
+    found.shift = {one.shift.x, one.shift.y, one.shift.z};
     for (const matrix3& basis : one.further_crystals) found.further.push_back(external(basis));
     return found;
+}
+
+// A lattice and a shift are twelve parameters.
+constexpr std::size_t fewest_for_shift = 10;
+
+// Whether a shift could not explain the vectors better.
+bool beyond_shift(const decision& made)
+{
+    if (made.how != verdict::solved) return false;
+    const assessment& best = made.candidates.front();
+    const double side = cube_root(std::fabs(best.basis.determinant()));
+    return best.indexed >= fraction_beyond_shift * static_cast<double>(best.inlier.size())
+           && best.sigma * side <= error_beyond_shift;
+}
+
+// Lattices without and with a shift; of one lattice the more evident.
+std::vector<assessment> merged(const std::vector<assessment>& unshifted,
+                               std::vector<assessment> shifted)
+{
+    constexpr double same_within = 0.15;
+    for (const assessment& one : unshifted) {
+        const auto same = std::find_if(shifted.begin(), shifted.end(), [&](const assessment& other) {
+            return same_lattice(one.basis, other.basis, same_within);
+        });
+        if (same == shifted.end())
+            shifted.push_back(one);
+        else if (same->evidence <= one.evidence)
+            *same = one;
+    }
+    return shifted;
 }
 
 class solving {
@@ -101,6 +135,7 @@ public:
         : how_(how), report_(report), stop_(std::move(stop)), end_(clock::now() + how.budget)
     {
         for (const vec3& v : measured.vectors) vectors_.push_back(internal(v));
+        images_ = measured.images;
         left_.resize(vectors_.size());
         std::iota(left_.begin(), left_.end(), std::size_t{0});
         found_.reflections.resize(vectors_.size());
@@ -137,6 +172,14 @@ private:
         return part;
     }
 
+    [[nodiscard]] std::vector<int> images_left() const
+    {
+        std::vector<int> images;
+        if (images_.empty()) return images;
+        for (const std::size_t i : left_) images.push_back(images_[i]);
+        return images;
+    }
+
     [[nodiscard]] decision decide_on(const std::vector<vector3>& part) const
     {
         decision made;
@@ -149,7 +192,12 @@ private:
         limits.seed = how_.seed;
         limits.over = [this] { return over(); };
         const free_search_result searched = find_lattices(part, limits);
-        return decide(part, searched.lattices, searched.interrupted);
+        made = decide(part, searched.lattices, searched.interrupted);
+        if (over() || part.size() < fewest_for_shift || beyond_shift(made)) return made;
+        std::vector<assessment> rivals =
+            find_shifted_lattices(part, images_left(), searched.lattices, limits);
+        return decide(part, merged(searched.lattices, std::move(rivals)),
+                      searched.interrupted || over());
     }
 
     void first(const std::vector<vector3>& part, const decision& made)
@@ -174,7 +222,7 @@ private:
             assignment& of = found_.reflections[left_[i]];
             if (one.inlier[i] > 0.5) {
                 of.lattice = number;
-                of.hkl = nearest_indices(one.basis.multiply(part[i]));
+                of.hkl = nearest_indices(one.basis.multiply(part[i] - one.shift));
                 of.inlier = one.inlier[i];
             } else {
                 if (number == 1) of.inlier = one.inlier[i];
@@ -190,6 +238,7 @@ private:
     clock::time_point end_;
     std::vector<vector3> vectors_;
     std::vector<std::size_t> left_; // places of the reflections that no lattice has taken yet
+    std::vector<int> images_;
     answer found_;
 };
 
