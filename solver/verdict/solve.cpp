@@ -3,9 +3,11 @@
 #include "solver/lattice/invalid_input.h"
 #include "solver/lattice/relations.h"
 #include "solver/numeric/functions.h"
+#include "solver/verdict/coincidence.h"
 #include "solver/verdict/decision.h"
 #include "solver/verdict/diagnosis.h"
 #include "solver/verdict/free_search.h"
+#include "solver/verdict/known_search.h"
 #include "solver/verdict/shift_search.h"
 #include "solver/verdict/thresholds.h"
 #include "torvik/solver.h"
@@ -101,14 +103,41 @@ lattice described(const std::vector<vector3>& vectors, const assessment& one)
 // A lattice and a shift are twelve parameters.
 constexpr std::size_t fewest_for_shift = 10;
 
+// Whether the inliers lie on the points of a sublattice but for a shift: a cell some times too large then takes all
+// of them, however small their errors are. Looked at are the differences within some groups of eight by chance,
+// of which one in twenty has all in one half of the points if there is no shift.
+bool differences_in_a_part(const std::vector<vector3>& vectors, const assessment& one,
+                           random_numbers random)
+{
+    std::vector<std::array<int, 3>> inliers;
+    for (std::size_t i = 0; i < vectors.size(); ++i)
+        if (one.inlier[i] > 0.5)
+            inliers.push_back(nearest_indices(one.basis.multiply(vectors[i])));
+    constexpr int groups = 9;
+    constexpr std::size_t in_group = 8;
+    if (inliers.size() < in_group) return true;
+    int in_a_part = 0;
+    for (int group = 0; group < groups; ++group) {
+        for (std::size_t i = 0; i < in_group; ++i)
+            std::swap(inliers[i], inliers[i + random.below(inliers.size() - i)]);
+        std::vector<std::array<int, 3>> differences;
+        for (std::size_t i = 1; i < in_group; ++i)
+            differences.push_back({inliers[i][0] - inliers[0][0], inliers[i][1] - inliers[0][1],
+                                   inliers[i][2] - inliers[0][2]});
+        if (index_of_span(differences) != 1) ++in_a_part;
+    }
+    return 2 * in_a_part > groups;
+}
+
 // Whether a shift could not explain the vectors better.
-bool beyond_shift(const decision& made)
+bool beyond_shift(const std::vector<vector3>& vectors, const decision& made, std::uint64_t seed)
 {
     if (made.how != verdict::solved) return false;
     const assessment& best = made.candidates.front();
     const double side = cube_root(std::fabs(best.basis.determinant()));
     return best.indexed >= fraction_beyond_shift * static_cast<double>(best.inlier.size())
-           && best.sigma * side <= error_beyond_shift;
+           && best.sigma * side <= error_beyond_shift
+           && !differences_in_a_part(vectors, best, random_numbers(seed + 2));
 }
 
 // Lattices without and with a shift; of one lattice the more evident.
@@ -136,6 +165,7 @@ public:
     {
         for (const vec3& v : measured.vectors) vectors_.push_back(internal(v));
         images_ = measured.images;
+        intensities_ = measured.intensities;
         left_.resize(vectors_.size());
         std::iota(left_.begin(), left_.end(), std::size_t{0});
         found_.reflections.resize(vectors_.size());
@@ -180,8 +210,23 @@ private:
         return images;
     }
 
+    [[nodiscard]] decision decide_on_known(const std::vector<vector3>& part) const
+    {
+        std::vector<centred_cell> cells;
+        for (const known_cell& one : how_.known) cells.push_back({one.cell, one.centring});
+        std::vector<double> intensities;
+        if (!intensities_.empty())
+            for (const std::size_t i : left_) intensities.push_back(intensities_[i]);
+        known_limits limits;
+        limits.tolerance = how_.known_tolerance;
+        limits.seed = how_.seed;
+        limits.over = [this] { return over(); };
+        return find_known(part, intensities, cells, limits).made;
+    }
+
     [[nodiscard]] decision decide_on(const std::vector<vector3>& part) const
     {
+        if (!how_.known.empty()) return decide_on_known(part);
         decision made;
         made.reason = precondition_failed(part);
         if (!made.reason.empty()) return made;
@@ -193,7 +238,7 @@ private:
         limits.over = [this] { return over(); };
         const free_search_result searched = find_lattices(part, limits);
         made = decide(part, searched.lattices, searched.interrupted);
-        if (over() || part.size() < fewest_for_shift || beyond_shift(made)) return made;
+        if (over() || part.size() < fewest_for_shift || beyond_shift(part, made, how_.seed)) return made;
         std::vector<assessment> rivals =
             find_shifted_lattices(part, images_left(), searched.lattices, limits);
         return decide(part, merged(searched.lattices, std::move(rivals)),
@@ -239,6 +284,7 @@ private:
     std::vector<vector3> vectors_;
     std::vector<std::size_t> left_; // places of the reflections that no lattice has taken yet
     std::vector<int> images_;
+    std::vector<double> intensities_;
     answer found_;
 };
 
