@@ -226,7 +226,7 @@ private:
         search_limits limits;
         limits.seed = limits_.seed;
         limits.over = [this] { return over(); };
-        limits.most_rounds = quick_rounds;
+        limits.rounds = quick_rounds;
         limits.most_points = most_enumerated;
         for (const given_cell& cell : cells_)
             limits.shortest_axis =

@@ -1,4 +1,5 @@
 // From measured vectors to an answer: the one function of the public header.
+#include "solver/evidence/shifted_lattice.h"
 #include "solver/lattice/cell.h"
 #include "solver/lattice/invalid_input.h"
 #include "solver/lattice/relations.h"
@@ -140,6 +141,17 @@ bool beyond_shift(const std::vector<vector3>& vectors, const decision& made, std
            && !differences_in_a_part(vectors, best, random_numbers(seed + 2));
 }
 
+// A decision on a lattice beyond doubt, with a small common shift if that explains the vectors better.
+decision with_small_shift(const std::vector<vector3>& vectors, const decision& made)
+{
+    const assessment& best = made.candidates.front();
+    const assessment shifted = assess_shifted(vectors, best.basis, {});
+    if (!(shifted.evidence > best.evidence)) return made;
+    std::vector<assessment> candidates = made.candidates;
+    candidates.front() = shifted;
+    return decide(vectors, candidates, made.interrupted);
+}
+
 // Lattices without and with a shift; of one lattice the more evident.
 std::vector<assessment> merged(const std::vector<assessment>& unshifted,
                                std::vector<assessment> shifted)
@@ -238,7 +250,8 @@ private:
         limits.over = [this] { return over(); };
         const free_search_result searched = find_lattices(part, limits);
         made = decide(part, searched.lattices, searched.interrupted);
-        if (over() || part.size() < fewest_for_shift || beyond_shift(part, made, how_.seed)) return made;
+        if (over() || part.size() < fewest_for_shift) return made;
+        if (beyond_shift(part, made, how_.seed)) return with_small_shift(part, made);
         std::vector<assessment> rivals =
             find_shifted_lattices(part, images_left(), searched.lattices, limits);
         return decide(part, merged(searched.lattices, std::move(rivals)),
