@@ -28,11 +28,11 @@ constexpr double infinite = std::numeric_limits<double>::infinity();
 // Three vectors make an orientation, so a fourth one is the first that can support it.
 constexpr std::size_t fewest_vectors = 4;
 
-// The search without the cell takes a sample of long lists, and few rounds; it needs six reflections in common.
+// The search without the cell takes a sample of long lists, and few rounds; it finds nothing reliable in fewer than eight.
 constexpr std::size_t most_searched = 400;
 constexpr int quick_rounds = 2;
-constexpr double most_enumerated = 2e6; // some 10 ms
-constexpr std::size_t fewest_searched = 6;
+constexpr double most_enumerated = 8e6; // some 30 ms
+constexpr std::size_t fewest_searched = 8;
 
 // Refinements: of so many proposals of pairs on the vectors that scored them; on a sample of long lists; of so
 // many on all vectors.
@@ -199,7 +199,7 @@ public:
                                   + std::to_string(fewest_vectors) + ".";
             return result_;
         }
-        search_without_cells();
+        search_without_cells(quick_rounds);
         for (std::size_t i = 0; i < cells_.size(); ++i) take(i, from_free_lattices(cells_[i]));
         if (settled()) {
             look_beside();
@@ -220,13 +220,14 @@ private:
         return interrupted_;
     }
 
-    void search_without_cells()
+    void search_without_cells(int rounds)
     {
-        if (vectors_.size() < fewest_searched || over()) return;
+        free_.clear();
+        if (searched_.size() < fewest_searched || over()) return;
         search_limits limits;
         limits.seed = limits_.seed;
         limits.over = [this] { return over(); };
-        limits.most_rounds = quick_rounds;
+        limits.most_rounds = rounds;
         limits.most_points = most_enumerated;
         for (const given_cell& cell : cells_)
             limits.shortest_axis =
@@ -234,7 +235,7 @@ private:
         free_ = search_lattices(searched_, limits).lattices;
     }
 
-    // Without these, what the lattices of the free search give.
+    // The orientations that the lattices of the free search give.
     std::vector<contender> from_free_lattices(const given_cell& cell)
     {
         std::vector<deformed_cell> starts;
@@ -352,12 +353,14 @@ private:
     void look_beside()
     {
         constexpr std::size_t fewest = 8;
+        constexpr double most_indexed = 0.75;
         const assessment best = found_[0];
+        if (best.indexed > most_indexed * static_cast<double>(vectors_.size())) return;
         const std::vector<vector3> left = unindexed_by(vectors_, best);
         if (left.size() < fewest || over()) return;
         searched_ = reflection_list(some_of(left, most_searched, limits_.seed));
         const std::vector<candidate_lattice> all = free_;
-        search_without_cells();
+        search_without_cells(1);
         const auto number = static_cast<std::size_t>(best.known);
         take(number, from_free_lattices(cells_[number]));
         searched_ = reflection_list(some_of(vectors_, most_searched, limits_.seed));
