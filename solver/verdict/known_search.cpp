@@ -28,11 +28,11 @@ constexpr double infinite = std::numeric_limits<double>::infinity();
 // Three vectors make an orientation, so a fourth one is the first that can support it.
 constexpr std::size_t fewest_vectors = 4;
 
-// The search without the cell takes a sample of long lists, and few rounds; it finds nothing reliable in fewer than eight.
+// The search without the cell takes a sample of long lists, and few rounds; it needs six reflections in common.
 constexpr std::size_t most_searched = 400;
 constexpr int quick_rounds = 2;
 constexpr double most_enumerated = 8e6; // some 30 ms
-constexpr std::size_t fewest_searched = 8;
+constexpr std::size_t fewest_searched = 6;
 
 // Refinements: of so many proposals of pairs on the vectors that scored them; on a sample of long lists; of so
 // many on all vectors.
@@ -40,6 +40,9 @@ constexpr std::size_t most_proposed = 40;
 constexpr std::size_t most_sampled_first = 200;
 constexpr std::size_t most_on_sample = 8;
 constexpr std::size_t most_on_all = 4;
+
+// What the second attempt by pairs may take, in units of the first.
+constexpr double patient_effort = 4.0;
 
 // Candidates that are named in the end.
 constexpr std::size_t most_named = 12;
@@ -206,7 +209,12 @@ public:
         } else {
             result_.work.pairs = true;
             for (std::size_t i = 0; i < cells_.size() && !over(); ++i)
-                take(i, from_pairs(cells_[i]));
+                take(i, from_pairs(cells_[i], 1.0));
+            // Large cells with many outliers need more, and only these.
+            const bool enough =
+                !found_.empty() && found_[0].evidence >= evidence_needed_of(vectors_.size());
+            for (std::size_t i = 0; i < cells_.size() && !enough && !over(); ++i)
+                take(i, from_pairs(cells_[i], patient_effort));
         }
         take_near_symmetries();
         decide();
@@ -247,11 +255,12 @@ private:
         return refined(cell, different(cell, starts));
     }
 
-    std::vector<contender> from_pairs(const given_cell& cell)
+    std::vector<contender> from_pairs(const given_cell& cell, double effort)
     {
-        const proposed_orientations proposed =
-            propose_orientations(vectors_, intensities_, cell, limits_.tolerance, most_proposed,
-                                 [this] { return over(); });
+        const proposed_orientations proposed = propose_orientations(
+            vectors_, intensities_, cell,
+            {limits_.tolerance, most_proposed, effort * most_choices, effort * most_orientations},
+            [this] { return over(); });
         result_.work.choices += proposed.choices;
         result_.work.orientations += proposed.orientations;
         std::vector<deformed_cell> starts;
@@ -613,9 +622,21 @@ private:
             return;
         }
         made.lead = std::min(made.lead, -of.log_odds);
-        made.how = made.lead < lead_needed ? verdict::ambiguous : verdict::solved;
+        const bool spanned = spans_all(best);
+        made.how = made.lead < lead_needed || !spanned ? verdict::ambiguous : verdict::solved;
         made.reason =
             made.how == verdict::ambiguous ? text_of_relative(of) + " as well." : reason_of(best);
+    }
+
+    // Whether the inliers span the lattice. If they do not, as six of a genuine lattice may by chance, a smaller
+    // cell indexes them too, and the given one is confirmed by nothing. Of those in a plane this is not asked.
+    [[nodiscard]] bool spans_all(const assessment& best) const
+    {
+        std::vector<std::array<int, 3>> hits;
+        for (std::size_t i = 0; i < vectors_.size(); ++i)
+            if (best.inlier[i] > 0.5)
+                hits.push_back(nearest_indices(best.basis.multiply(vectors_[i])));
+        return index_of_span(hits) <= 1;
     }
 
     [[nodiscard]] std::string reason_of(const assessment& best) const
