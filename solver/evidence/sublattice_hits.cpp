@@ -217,13 +217,13 @@ matrix3 finer_form_at(int index, std::size_t place)
 }
 
 std::vector<striking_sublattice> striking_sublattices(std::span<const miller_indices> indices,
-                                                      int largest, double chance)
+                                                      int largest, double expected)
 {
     const int reflections = static_cast<int>(indices.size());
     std::vector<striking_sublattice> found;
     for (int n = 2; n <= largest; ++n) {
         const double trials = static_cast<double>(form_count(n)) * (largest - 1);
-        const int fewest = fewest_striking(reflections, n, logarithm(chance / trials));
+        const int fewest = fewest_striking(reflections, n, logarithm(expected / trials));
         if (fewest > reflections) continue;
         const std::vector<int> hits = sublattice_hits(indices, n);
         for (std::size_t place = 0; place < hits.size(); ++place) {
@@ -234,7 +234,7 @@ std::vector<striking_sublattice> striking_sublattices(std::span<const miller_ind
     }
     std::stable_sort(found.begin(), found.end(),
                      [](const striking_sublattice& one, const striking_sublattice& other) {
-                         return one.log_chance < other.log_chance;
+                         return one.log_expected < other.log_expected;
                      });
     return found;
 }

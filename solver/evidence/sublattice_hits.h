@@ -18,10 +18,10 @@ using miller_indices = std::array<int, 3>;
 
 // A sublattice that has more reflections than chance explains.
 struct striking_sublattice {
-    matrix3 T;               // T * direct basis is its direct basis; T * h is whole for its points
-    int index = 1;           // n
-    int hits = 0;            // number of reflections on it
-    double log_chance = 0.0; // of as many hits on any sublattice of any index
+    matrix3 T;     // T * direct basis is its direct basis; T * h is whole for its points
+    int index = 1; // n
+    int hits = 0;  // number of reflections on it
+    double log_expected = 0.0; // logarithm of the number of sublattices with as many hits by chance
 };
 
 // Whether a point lies on the sublattice with the matrix T, of an index up to 40.
@@ -41,12 +41,12 @@ std::vector<int> plain_sublattice_hits(std::span<const miller_indices> indices, 
 // The matrix of a sublattice, by its place among those of the index.
 matrix3 finer_form_at(int index, std::size_t place);
 
-// The sublattices that chance would give so many reflections with less than a certain probability, the least
-// probable first. The probability is shared equally by the indices, and for each by its sublattices.
+// The sublattices that have more reflections than chance explains, the most striking first.
 //
-// Given:  largest  index, 2 to 32
-//         chance   that any sublattice is returned for random indices, at most
+// Given:  largest   index, 2 to 32
+//         expected  number of sublattices that are returned for random indices, at most; it is shared equally
+//                   by the indices, and for each by its sublattices
 std::vector<striking_sublattice> striking_sublattices(std::span<const miller_indices> indices,
-                                                      int largest, double chance);
+                                                      int largest, double expected);
 
 } // namespace torvik::solver
