@@ -209,7 +209,9 @@ matrix3 finer_form_at(int index, std::size_t place)
         const std::size_t forms = square(H.r);
         if (place >= first && place < first + forms) {
             const int within = static_cast<int>(place - first);
-            form = matrix3(H.p, H.x, within / H.r, 0, H.q, within % H.r, 0, 0, H.r);
+            const int y = within / H.r;
+            const int z = within % H.r;
+            form = matrix3(H.p, H.x, y, 0, H.q, z, 0, 0, H.r);
         }
         first += forms;
     });

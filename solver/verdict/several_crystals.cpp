@@ -101,7 +101,7 @@ public:
         }
     }
 
-    std::optional<assessment> crystals() const
+    [[nodiscard]] std::optional<assessment> crystals() const
     {
         const double least = held_.evidence - lead_needed;
         std::optional<assessment> best;
