@@ -235,11 +235,7 @@ private:
         search_limits limits;
         limits.seed = limits_.seed;
         limits.over = [this] { return over(); };
-<<<<<<< HEAD
-        limits.rounds = quick_rounds;
-=======
         limits.rounds = rounds;
->>>>>>> w3
         limits.most_points = most_enumerated;
         for (const given_cell& cell : cells_)
             limits.shortest_axis =
