@@ -102,7 +102,7 @@ std::vector<vector3> unindexed_by(const std::vector<vector3>& vectors, const ass
 
 assessment assess(const std::vector<vector3>& vectors, const matrix3& start, double least)
 {
-    const assessment nothing = {start, no_evidence, 0.0, 1.0, 0, {}};
+    assessment nothing = {start, no_evidence, 0.0, 1.0, 0, {}};
     state now;
     if (!(std::fabs(start.determinant()) > 0.0)) return nothing;
     set_basis(now, start.inverse());

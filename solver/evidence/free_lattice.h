@@ -51,6 +51,7 @@ struct assessment {
     // Direct bases of further crystals with the same cell, whose evidence is included. The other members
     // describe the first crystal only.
     std::vector<matrix3> further_crystals = {};
+    vector3 shift = {}; // common to all vectors (shifted_lattice.h), 1/angstrom; 0 if there is none
 };
 
 // The vectors that are not inliers with probability > 1/2.

@@ -153,7 +153,7 @@ assessment assess_known(const std::vector<vector3>& vectors, const given_cell& c
     state now;
     now.R = R;
     set(now, cell);
-    const assessment nothing = {now.basis, no_evidence, 0.0, 1.0, 0, {}};
+    assessment nothing = {now.basis, no_evidence, 0.0, 1.0, 0, {}};
     now.errors = {first_sigma / cube_root(now.volume), first_outlier_fraction,
                   digit_error(vectors)};
     if (!(now.errors.smallest_sigma < largest_sigma / cube_root(now.volume))) return nothing;

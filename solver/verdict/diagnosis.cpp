@@ -48,6 +48,7 @@ void find_rings(const std::vector<vector3>& unindexed, std::vector<std::string>&
 {
     if (unindexed.size() < 4) return;
     std::vector<double> lengths;
+    lengths.reserve(unindexed.size());
     for (const vector3& q : unindexed) lengths.push_back(q.length());
     std::sort(lengths.begin(), lengths.end());
     // The window of lengths with the most vectors, and its fraction of the volume.
@@ -156,7 +157,7 @@ void find_systematic(const std::vector<vector3>& vectors, const assessment& foun
         return q.length_sq() * q.at(component);
     });
     if (significance(bend, found.sigma) > clearly)
-        said.push_back(
+        said.emplace_back(
             "The errors grow with the cube of the length: the distance of the detector or "
             "the wavelength is probably wrong.");
 }

@@ -89,7 +89,7 @@ std::string inputfor(const experiment& asked, const sample& made, int extent)
                         + ", primitive volume " + text("%.1f", asked.volume) + ", noise "
                         + text("%.3f", asked.noise) + ", wrong " + text("%.2f", asked.wrong)
                         + "; the direct basis:\n";
-    for (int i = 1; i <= 3; ++i) input += "# " + line("%11.6f", row_of(made.truth, i));
+    for (int i = 1; i <= 3; ++i) input += "# " + line("%11.6f", rowof(made.truth, i));
     input += "_ExtentOfTheSearch\n" + std::to_string(extent) + "\n";
     input += "_MinMaxVolumeOfPrimitiveCell\n" + text("%.1f", made.smallestvolume) + " "
              + text("%.1f", made.largestvolume) + "\n";

@@ -86,7 +86,7 @@ const factor bykind = {"input", [](const experiment& e) {
                            return level{static_cast<int>(e.kind), names[static_cast<int>(e.kind)]};
                        }};
 
-std::string row_of(const std::string& name, const tally& t)
+std::string rowof(const std::string& name, const tally& t)
 {
     const double n = t.crystals;
     return "| " + name + " | " + std::to_string(t.crystals) + " | " + std::to_string(t.first)
@@ -103,7 +103,7 @@ std::string tableby(const factor& f, const std::vector<trial>& trials)
         "| " + f.name
         + " | crystals | first | listed | missed | first | first or listed | mean time |\n"
           "|---|---:|---:|---:|---:|---:|---:|---:|\n";
-    for (const auto& [name, t] : tallies) text += row_of(name.name, t);
+    for (const auto& [name, t] : tallies) text += rowof(name.name, t);
     return text + "\n";
 }
 
@@ -160,7 +160,7 @@ std::string tablesof(const std::vector<trial>& trials)
     std::string text =
         "| | crystals | first | listed | missed | first | first or listed | mean time |\n"
         "|---|---:|---:|---:|---:|---:|---:|---:|\n"
-        + row_of("all", all) + "\n";
+        + rowof("all", all) + "\n";
     for (const factor& f : {bynoise, bywrong, bycount, byvolume, bylattice, bykind})
         text += tableby(f, trials);
     text += "First / listed / missed, mean time:\n\n";

@@ -20,7 +20,7 @@ namespace {
 int determinantbetween(const matrix3& D, const matrix3& E, double tolerance)
 {
     matrix3 T = matrixproduct(D, inverseof(E));
-    if (!(off_whole(T) <= tolerance)) return 0;
+    if (!(offwhole(T) <= tolerance)) return 0;
     for (int i = 1; i <= 3; ++i)
         for (int j = 1; j <= 3; ++j) T(i, j) = nint(T(i, j));
     return std::abs(nint(deter(T)));
