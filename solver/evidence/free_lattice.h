@@ -52,6 +52,8 @@ struct assessment {
     // describe the first crystal only.
     std::vector<matrix3> further_crystals = {};
     vector3 shift = {}; // common to all vectors (shifted_lattice.h), 1/angstrom; 0 if there is none
+    // The standard deviation of the scale that a known cell was given, as a part of it.
+    double scale_deviation = 0.0;
 };
 
 // The vectors that are not inliers with probability > 1/2.

@@ -1,7 +1,6 @@
 #include "solver/evidence/known_cell.h"
 
 #include "solver/evidence/mixture.h"
-#include "solver/lattice/deformation.h"
 #include "solver/lattice/short_vectors.h"
 #include "solver/numeric/functions.h"
 
@@ -66,10 +65,10 @@ expectation expected(const std::vector<vector3>& vectors, const state& now, prod
     return sums;
 }
 
-nine_by_nine precision_of(const products& of, const state& now)
+nine_by_nine precision_of(const products& of, const state& now, const strain_prior& prior)
 {
     nine_by_nine M = squares_of(scaled(of.gg, 1.0 / (now.errors.sigma * now.errors.sigma)));
-    add_prior(M, usual_strain);
+    prior.add_to(M);
     return M;
 }
 
@@ -84,18 +83,18 @@ bool oriented(const expectation& sums, const nine_by_nine& variance)
 }
 
 // The number of the nine components that the vectors determine, rather than the prior.
-double fixed_by(const nine_by_nine& variance)
+double fixed_by(const nine_by_nine& variance, const strain_prior& prior)
 {
     double count = 9.0;
-    for (std::size_t k = 3; k < 9; ++k) count -= variance[k][k] / (usual_strain * usual_strain);
+    for (std::size_t k = 3; k < 9; ++k) count -= prior.times(variance[k])[k];
     return count;
 }
 
 void refine(state& now, const given_cell& cell, const products& of, const cholesky& M)
 {
     nine b = products_of(scaled(of.dg, 1.0 / (now.errors.sigma * now.errors.sigma)));
-    const nine pull = products_of(now.strain);
-    for (std::size_t k = 3; k < 9; ++k) b[k] -= pull[k] / (usual_strain * usual_strain);
+    const nine pull = cell.prior.times(products_of(now.strain));
+    for (std::size_t k = 3; k < 9; ++k) b[k] -= pull[k];
     nine x = M.solve(b);
     now.R = now.R.multiply(rotation_by({x[0], x[1], x[2]}));
     x[0] = x[1] = x[2] = 0.0;
@@ -106,14 +105,13 @@ void refine(state& now, const given_cell& cell, const products& of, const choles
 // The logarithm of the sum over all rotations of the density of the strain.
 double log_strains(const state& now, const given_cell& cell)
 {
-    const double variance = usual_strain * usual_strain;
     double sum = 0.0;
     for (const matrix3& T : cell.rotations) {
         // The refined lattice, with its axes permuted by T, against the known one.
         const matrix3 UB = now.crystal.multiply(T.inverse());
-        sum += exponential(-0.5 * strain_square(UB.multiply(cell.basis)) / variance);
+        sum += exponential(-0.5 * cell.prior.square(strain_of(UB.multiply(cell.basis))));
     }
-    return logarithm(sum) - 3.0 * logarithm(two_pi * variance);
+    return logarithm(sum) - 3.0 * logarithm(two_pi) - 0.5 * cell.prior.log_determinant();
 }
 
 double evidence_of(const expectation& sums, const state& now, const given_cell& cell,
@@ -125,7 +123,8 @@ double evidence_of(const expectation& sums, const state& now, const given_cell& 
 
 } // namespace
 
-given_cell::given_cell(const cell_parameters& cell)
+given_cell::given_cell(const cell_parameters& cell, double scale_deviation)
+    : prior{usual_strain, scale_deviation}
 {
     const matrix3 given = basis_of(cell);
     short_basis shortest = shortest_basis(given);
@@ -147,11 +146,26 @@ matrix3 given_cell::orientation_of(const matrix3& given) const
     return nearest_rotation(given.inverse().multiply(to_given.multiply(basis)));
 }
 
+deformed_cell given_cell::deformed_as(const matrix3& given) const
+{
+    const matrix3 F = given.inverse().multiply(to_given.multiply(basis));
+    const matrix3 R = nearest_rotation(F);
+    const matrix3 stretch = R.transpose().multiply(F);
+    return {R, scaled(stretch + stretch.transpose(), 0.5) - matrix3()};
+}
+
 assessment assess_known(const std::vector<vector3>& vectors, const given_cell& cell,
                         const matrix3& R, int cells, double least)
 {
+    return assess_known(vectors, cell, deformed_cell{R, matrix3(0.0)}, cells, least);
+}
+
+assessment assess_known(const std::vector<vector3>& vectors, const given_cell& cell,
+                        const deformed_cell& start, int cells, double least)
+{
     state now;
-    now.R = R;
+    now.R = start.R;
+    now.strain = start.strain;
     set(now, cell);
     assessment nothing = {now.basis, no_evidence, 0.0, 1.0, 0, {}};
     now.errors = {first_sigma / cube_root(now.volume), first_outlier_fraction,
@@ -161,16 +175,24 @@ assessment assess_known(const std::vector<vector3>& vectors, const given_cell& c
     while (true) {
         products of;
         const expectation sums = expected(vectors, now, of);
-        const auto M = cholesky::of(precision_of(of, now));
+        const auto M = cholesky::of(precision_of(of, now, cell.prior));
         if (!M) return nothing;
         const nine_by_nine variance = M->inverse();
         if (!oriented(sums, variance)) return nothing;
         const double evidence = evidence_of(sums, now, cell, *M, cells);
         if (rounds.ends(sums, evidence))
-            return {now.basis,          evidence,   now.errors.sigma, now.errors.outlier_fraction,
-                    inlier_count(sums), sums.inlier};
+            return {now.basis,
+                    evidence,
+                    now.errors.sigma,
+                    now.errors.outlier_fraction,
+                    inlier_count(sums),
+                    sums.inlier,
+                    -1,
+                    {},
+                    cell.prior.scale_deviation};
         refine(now, cell, of, *M);
-        now.errors.refine(sums, fixed_by(variance), largest_sigma / cube_root(now.volume));
+        now.errors.refine(sums, fixed_by(variance, cell.prior),
+                          largest_sigma / cube_root(now.volume));
     }
 }
 

@@ -66,9 +66,43 @@ nine products_of(const matrix3& D)
     return b;
 }
 
-void add_prior(nine_by_nine& A, double deviation)
+double strain_prior::isotropic_variance() const
 {
-    for (std::size_t k = 3; k < size; ++k) A[k][k] += 1.0 / (deviation * deviation);
+    return deviation * deviation + 3.0 * scale_deviation * scale_deviation;
+}
+
+void strain_prior::add_to(nine_by_nine& A) const
+{
+    nine unit = {};
+    for (std::size_t k = 3; k < size; ++k) {
+        unit[k] = 1.0;
+        const nine column = times(unit);
+        for (std::size_t l = 3; l < size; ++l) A[l][k] += column[l];
+        unit[k] = 0.0;
+    }
+}
+
+nine strain_prior::times(const nine& x) const
+{
+    const double precision = 1.0 / (deviation * deviation);
+    const double mean = (x[3] + x[4] + x[5]) / 3.0;
+    const double excess = precision - 1.0 / isotropic_variance();
+    nine result = {};
+    for (std::size_t k = 3; k < size; ++k)
+        result[k] = precision * x[k] - (k < 6 ? excess * mean : 0.0);
+    return result;
+}
+
+double strain_prior::square(const matrix3& strain) const
+{
+    const double isotropic = strain.trace() * strain.trace() / 3.0;
+    return (inner(strain, strain) - isotropic) / (deviation * deviation)
+           + isotropic / isotropic_variance();
+}
+
+double strain_prior::log_determinant() const
+{
+    return 5.0 * logarithm(deviation * deviation) + logarithm(isotropic_variance());
 }
 
 std::optional<cholesky> cholesky::of(const nine_by_nine& A)
@@ -121,9 +155,14 @@ nine_by_nine cholesky::inverse() const
     return result;
 }
 
+matrix3 strain_of(const matrix3& F)
+{
+    return scaled(F.transpose().multiply(F) - matrix3(), 0.5);
+}
+
 double strain_square(const matrix3& F)
 {
-    const matrix3 strain = scaled(F.transpose().multiply(F) - matrix3(), 0.5);
+    const matrix3 strain = strain_of(F);
     return inner(strain, strain);
 }
 

@@ -26,8 +26,29 @@ nine_by_nine squares_of(const matrix3& G);
 // b such that the sum of d . (E g) over points g is b^T x, with D the sum of d g^T.
 nine products_of(const matrix3& D);
 
-// Adds the precision of a normal prior of the strains, with this standard deviation, to the diagonal.
-void add_prior(nine_by_nine& A, double deviation);
+// The precision of a normal prior of the strains, which adds to that of the data. Each component of e has the
+// same standard deviation t. A common scale 1 + k of all lengths, normal with the deviation kappa, adds
+// k (1, 1, 1, 0, 0, 0) to e: along the unit vector (1, 1, 1, 0, 0, 0) / sqrt(3), the isotropic part of the
+// strain, the variance is t^2 + 3 kappa^2.
+struct strain_prior {
+    double deviation = 0.0;       // t
+    double scale_deviation = 0.0; // kappa
+
+    // Adds the precision to that of the nine components.
+    void add_to(nine_by_nine& A) const;
+
+    // The precision times a strain; the first three components are 0.
+    [[nodiscard]] nine times(const nine& x) const;
+
+    // The square of a strain in units of the deviations.
+    [[nodiscard]] double square(const matrix3& strain) const;
+
+    // The logarithm of the determinant of the covariance.
+    [[nodiscard]] double log_determinant() const;
+
+    // The variance of the isotropic part.
+    [[nodiscard]] double isotropic_variance() const;
+};
 
 // The Cholesky factorisation of a symmetric positive definite matrix.
 class cholesky {
@@ -44,8 +65,10 @@ private:
     nine_by_nine L_;
 };
 
-// The sum of the squares of the nine elements of the strain e = (F^T F - 1) / 2 of a matrix that is
-// nearly a rotation.
+// The strain e = (F^T F - 1) / 2 of a matrix that is nearly a rotation.
+matrix3 strain_of(const matrix3& F);
+
+// The sum of the squares of the nine elements of this strain.
 double strain_square(const matrix3& F);
 
 // The rotations of a lattice, including approximate ones, as integer matrices T of determinant 1:

@@ -24,11 +24,17 @@ double fraction_of(const assessment& one)
     return static_cast<double>(one.indexed) / static_cast<double>(one.inlier.size());
 }
 
+bool shifted(const assessment& one)
+{
+    return one.shift.length_sq() > 0.0;
+}
+
 // Whether a lattice is that of another crystal beside the best: it indexes what that leaves.
 bool of_another_crystal(const std::vector<vector3>& vectors, const assessment& best,
                         const assessment& other)
 {
     if (!best.further_crystals.empty() || !other.further_crystals.empty()) return false;
+    if (shifted(best) || shifted(other)) return false;
     int shared = 0;
     for (std::size_t i = 0; i < vectors.size(); ++i)
         if (best.inlier[i] > 0.5 && other.inlier[i] > 0.5) ++shared;
@@ -70,7 +76,9 @@ std::string reason_for(const decision& of, bool another)
                  "The "
                  "first one indexes "
                + percent(fraction_of(best)) + " of them.";
-    return "One lattice indexes " + percent(fraction_of(best)) + " of the reflections"
+    return "One lattice"
+           + (shifted(best) ? ", shifted by " + fixed(best.shift.length(), 4) + " 1/angstrom," : "")
+           + " indexes " + percent(fraction_of(best)) + " of the reflections"
            + (another ? "; another crystal indexes others." : ", and no other comes near.");
 }
 
@@ -126,7 +134,7 @@ decision decide(const std::vector<vector3>& vectors, std::vector<assessment> can
                                 + std::to_string(fewest_reflections) + "."
                           : "The best lattice is no better than chance could make one.";
         return made;
-    } else if (made.competing > 1 || fraction_of(best) < fraction_needed) {
+    } else if (made.competing > 1 || fraction_of(best) < (shifted(best) ? fraction_needed_with_shift : fraction_needed)) {
         made.how = verdict::ambiguous;
     } else {
         made.how = verdict::solved;

@@ -139,7 +139,6 @@ namespace {
 // elongated than this factor allows.
 constexpr std::array<double, 6> ball_volumes = {350.0, 1750.0, 8000.0, 4e4, 2e5, 1e6};
 constexpr double elongation = 1.8;
-constexpr double most_points = 2e7;
 
 // How many enumerations each ball gets in each round.
 struct round_plan {
@@ -176,7 +175,7 @@ public:
                 found.clear = true;
                 break;
             }
-            if (found.rounds == last_round) break;
+            if (found.rounds >= std::min(last_round, limits_.most_rounds)) break;
         }
         for (const pool_entry& one : pool_.entries()) found.lattices.push_back(one.lattice);
         return found;
@@ -215,7 +214,7 @@ private:
         ball within;
         within.shortest = limits_.shortest_axis;
         within.radius = radius;
-        within.most = most_points;
+        within.most = limits_.most_points;
         within.by_distances = list_.size() <= (patient ? few_reflections : very_few_reflections);
         const direct_vectors found = enumerate_direct_vectors(sample_, anchors, within);
         const int least = std::min<int>(6, std::max<int>(4, static_cast<int>(sample_.size()) - 1));

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
+#include <numeric>
 
 namespace torvik::solver {
 
@@ -15,6 +17,7 @@ namespace {
 constexpr int references = 3;
 constexpr std::size_t most_differences = 300;
 constexpr std::size_t most_refined = 4; // lattices of each reference
+constexpr std::size_t most_judging = 400;
 
 // Two lattices with a shift are one if their matrix is whole to this.
 constexpr double same_within = 0.15;
@@ -53,6 +56,18 @@ std::vector<vector3> differences_from(std::size_t reference, const std::vector<v
     return differences;
 }
 
+// Places of the vectors that lattices are refined on: all, or some of many by chance.
+std::vector<std::size_t> judging_places(std::size_t count, random_numbers& random)
+{
+    std::vector<std::size_t> places(count);
+    std::iota(places.begin(), places.end(), std::size_t{0});
+    if (count <= most_judging) return places;
+    for (std::size_t i = 0; i < most_judging; ++i)
+        std::swap(places[i], places[i + random.below(count - i)]);
+    places.resize(most_judging);
+    return places;
+}
+
 } // namespace
 
 std::vector<assessment> find_shifted_lattices(const std::vector<vector3>& vectors,
@@ -60,18 +75,30 @@ std::vector<assessment> find_shifted_lattices(const std::vector<vector3>& vector
                                               const std::vector<assessment>& found,
                                               const search_limits& limits)
 {
-    std::vector<assessment> all;
-    for (const assessment& one : found) insert(assess_shifted(vectors, one.basis, {}), all);
     random_numbers random(limits.seed + 1);
+    const std::vector<std::size_t> judging = judging_places(vectors.size(), random);
+    std::vector<vector3> sample;
+    for (const std::size_t i : judging) sample.push_back(vectors[i]);
+    std::vector<assessment> all;
+    double unshifted = -std::numeric_limits<double>::infinity();
+    for (const assessment& one : found) {
+        if (limits.over()) return {};
+        insert(assess_shifted(sample, one.basis, {}), all);
+        unshifted = std::max(unshifted, assess(sample, one.basis).evidence);
+    }
     for (int i = 0; i < references && !limits.over(); ++i) {
         const std::size_t reference = random.below(vectors.size());
         const reflection_list list(differences_from(reference, vectors, images));
         const search_result searched = search_lattices(list, limits);
         for (std::size_t k = 0; k < std::min(most_refined, searched.lattices.size()); ++k) {
             if (limits.over()) break;
-            insert(assess_shifted(vectors, searched.lattices[k].basis, vectors[reference]), all);
+            insert(assess_shifted(sample, searched.lattices[k].basis, vectors[reference]), all);
         }
     }
+    constexpr double competing_depth = 9.0;
+    std::erase_if(all, [&](const assessment& one) { return one.evidence < unshifted - competing_depth; });
+    if (sample.size() < vectors.size())
+        for (assessment& one : all) one = assess_shifted(vectors, one.basis, one.shift);
     return all;
 }
 

@@ -1,9 +1,14 @@
 // From measured vectors to an answer: the one function of the public header.
 #include "solver/lattice/cell.h"
 #include "solver/lattice/invalid_input.h"
+#include "solver/lattice/relations.h"
+#include "solver/numeric/functions.h"
+#include "solver/verdict/coincidence.h"
 #include "solver/verdict/decision.h"
 #include "solver/verdict/diagnosis.h"
 #include "solver/verdict/free_search.h"
+#include "solver/verdict/known_search.h"
+#include "solver/verdict/shift_search.h"
 #include "solver/verdict/thresholds.h"
 #include "torvik/solver.h"
 
@@ -60,7 +65,7 @@ std::array<std::array<double, 9>, 9> covariance_of(const std::vector<vector3>& v
     std::array<std::array<double, 9>, 9> covariance = {};
     matrix3 hh(0.0);
     for (std::size_t i = 0; i < vectors.size(); ++i) {
-        const auto h = nearest_indices(one.basis.multiply(vectors[i]));
+        const auto h = nearest_indices(one.basis.multiply(vectors[i] - one.shift));
         const vector3 indices(h[0], h[1], h[2]);
         add_product(hh, indices, indices, one.inlier[i]);
     }
@@ -90,8 +95,66 @@ lattice described(const std::vector<vector3>& vectors, const assessment& one)
     found.outlier_fraction = one.outlier_fraction;
     found.indexed = one.indexed;
     found.known = one.known;
+    found.shift = {one.shift.x, one.shift.y, one.shift.z};
     for (const matrix3& basis : one.further_crystals) found.further.push_back(external(basis));
     return found;
+}
+
+// A lattice and a shift are twelve parameters.
+constexpr std::size_t fewest_for_shift = 10;
+
+// Whether the inliers lie on the points of a sublattice but for a shift: a cell some times too large then takes all
+// of them, however small their errors are. Looked at are the differences within some groups of eight by chance,
+// of which one in twenty has all in one half of the points if there is no shift.
+bool differences_in_a_part(const std::vector<vector3>& vectors, const assessment& one,
+                           random_numbers random)
+{
+    std::vector<std::array<int, 3>> inliers;
+    for (std::size_t i = 0; i < vectors.size(); ++i)
+        if (one.inlier[i] > 0.5)
+            inliers.push_back(nearest_indices(one.basis.multiply(vectors[i])));
+    constexpr int groups = 9;
+    constexpr std::size_t in_group = 8;
+    if (inliers.size() < in_group) return true;
+    int in_a_part = 0;
+    for (int group = 0; group < groups; ++group) {
+        for (std::size_t i = 0; i < in_group; ++i)
+            std::swap(inliers[i], inliers[i + random.below(inliers.size() - i)]);
+        std::vector<std::array<int, 3>> differences;
+        for (std::size_t i = 1; i < in_group; ++i)
+            differences.push_back({inliers[i][0] - inliers[0][0], inliers[i][1] - inliers[0][1],
+                                   inliers[i][2] - inliers[0][2]});
+        if (index_of_span(differences) != 1) ++in_a_part;
+    }
+    return 2 * in_a_part > groups;
+}
+
+// Whether a shift could not explain the vectors better.
+bool beyond_shift(const std::vector<vector3>& vectors, const decision& made, std::uint64_t seed)
+{
+    if (made.how != verdict::solved) return false;
+    const assessment& best = made.candidates.front();
+    const double side = cube_root(std::fabs(best.basis.determinant()));
+    return best.indexed >= fraction_beyond_shift * static_cast<double>(best.inlier.size())
+           && best.sigma * side <= error_beyond_shift
+           && !differences_in_a_part(vectors, best, random_numbers(seed + 2));
+}
+
+// Lattices without and with a shift; of one lattice the more evident.
+std::vector<assessment> merged(const std::vector<assessment>& unshifted,
+                               std::vector<assessment> shifted)
+{
+    constexpr double same_within = 0.15;
+    for (const assessment& one : unshifted) {
+        const auto same = std::find_if(shifted.begin(), shifted.end(), [&](const assessment& other) {
+            return same_lattice(one.basis, other.basis, same_within);
+        });
+        if (same == shifted.end())
+            shifted.push_back(one);
+        else if (same->evidence <= one.evidence)
+            *same = one;
+    }
+    return shifted;
 }
 
 class solving {
@@ -101,6 +164,8 @@ public:
         : how_(how), report_(report), stop_(std::move(stop)), end_(clock::now() + how.budget)
     {
         for (const vec3& v : measured.vectors) vectors_.push_back(internal(v));
+        images_ = measured.images;
+        intensities_ = measured.intensities;
         left_.resize(vectors_.size());
         std::iota(left_.begin(), left_.end(), std::size_t{0});
         found_.reflections.resize(vectors_.size());
@@ -137,8 +202,31 @@ private:
         return part;
     }
 
+    [[nodiscard]] std::vector<int> images_left() const
+    {
+        std::vector<int> images;
+        if (images_.empty()) return images;
+        for (const std::size_t i : left_) images.push_back(images_[i]);
+        return images;
+    }
+
+    [[nodiscard]] decision decide_on_known(const std::vector<vector3>& part) const
+    {
+        std::vector<centred_cell> cells;
+        for (const known_cell& one : how_.known) cells.push_back({one.cell, one.centring});
+        std::vector<double> intensities;
+        if (!intensities_.empty())
+            for (const std::size_t i : left_) intensities.push_back(intensities_[i]);
+        known_limits limits;
+        limits.tolerance = how_.known_tolerance;
+        limits.seed = how_.seed;
+        limits.over = [this] { return over(); };
+        return find_known(part, intensities, cells, limits).made;
+    }
+
     [[nodiscard]] decision decide_on(const std::vector<vector3>& part) const
     {
+        if (!how_.known.empty()) return decide_on_known(part);
         decision made;
         made.reason = precondition_failed(part);
         if (!made.reason.empty()) return made;
@@ -149,7 +237,12 @@ private:
         limits.seed = how_.seed;
         limits.over = [this] { return over(); };
         const free_search_result searched = find_lattices(part, limits);
-        return decide(part, searched.lattices, searched.interrupted);
+        made = decide(part, searched.lattices, searched.interrupted);
+        if (over() || part.size() < fewest_for_shift || beyond_shift(part, made, how_.seed)) return made;
+        std::vector<assessment> rivals =
+            find_shifted_lattices(part, images_left(), searched.lattices, limits);
+        return decide(part, merged(searched.lattices, std::move(rivals)),
+                      searched.interrupted || over());
     }
 
     void first(const std::vector<vector3>& part, const decision& made)
@@ -174,7 +267,7 @@ private:
             assignment& of = found_.reflections[left_[i]];
             if (one.inlier[i] > 0.5) {
                 of.lattice = number;
-                of.hkl = nearest_indices(one.basis.multiply(part[i]));
+                of.hkl = nearest_indices(one.basis.multiply(part[i] - one.shift));
                 of.inlier = one.inlier[i];
             } else {
                 if (number == 1) of.inlier = one.inlier[i];
@@ -190,6 +283,8 @@ private:
     clock::time_point end_;
     std::vector<vector3> vectors_;
     std::vector<std::size_t> left_; // places of the reflections that no lattice has taken yet
+    std::vector<int> images_;
+    std::vector<double> intensities_;
     answer found_;
 };
 

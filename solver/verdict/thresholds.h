@@ -28,6 +28,15 @@ constexpr double lead_needed = 2.5;
 // spots share by chance takes up to a fifth of a long list, with evidence beyond any doubt.
 constexpr double fraction_needed = 0.23;
 
+// The same for a lattice with a common shift. Where it leaves half of the reflections, more than the centre is
+// wrong.
+constexpr double fraction_needed_with_shift = 0.6;
+
+// A solved lattice is held against one with a shift unless it indexes so many of the reflections with errors so
+// small, as a part of the mean distance of lattice points: a shift of a tenth of an axis makes them larger.
+constexpr double fraction_beyond_shift = 0.9;
+constexpr double error_beyond_shift = 0.05;
+
 // The fewest reflections that can determine a lattice beyond doubt: three make it, and the others must confirm
 // it against all that chance offers.
 constexpr std::size_t fewest_reflections = 6;

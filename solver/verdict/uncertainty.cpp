@@ -38,7 +38,7 @@ std::optional<nine_by_nine> covariance_of(const std::vector<vector3>& vectors,
         add_product(gg, g, g, found.inlier[n]);
     }
     nine_by_nine precision = squares_of(scaled(gg, 1.0 / (found.sigma * found.sigma)));
-    if (found.known >= 0) add_prior(precision, usual_strain);
+    if (found.known >= 0) strain_prior{usual_strain, found.scale_deviation}.add_to(precision);
     const auto factored = cholesky::of(precision);
     if (!factored) return std::nullopt;
     return factored->inverse();

@@ -73,6 +73,16 @@ double likelihood_of(const std::vector<vector3>& vectors, const matrix3& UB, dou
     return sum;
 }
 
+// The square of a strain over its variances: of the deviatoric and of the isotropic part.
+double penalty(const matrix3& e, const strain_prior& prior)
+{
+    const double mean = e.trace() / 3.0;
+    const matrix3 deviatoric = e - scaled(matrix3(), mean);
+    const double t = prior.deviation * prior.deviation;
+    return square_sum(deviatoric) / t
+           + 3.0 * mean * mean / (t + 3.0 * prior.scale_deviation * prior.scale_deviation);
+}
+
 // L of a symmetric positive matrix = L L^T, by columns of its definition.
 nine_by_nine triangle_of(const nine_by_nine& A)
 {
@@ -103,13 +113,12 @@ double integral(const std::vector<vector3>& vectors, const given_cell& cell,
             for (int j = 0; j < 3; ++j) gg.a[i][j] += g.at(i) * g.at(j);
     }
     nine_by_nine M = squares_of(scaled(gg, 1.0 / (found.sigma * found.sigma)));
-    add_prior(M, usual_strain);
+    cell.prior.add_to(M);
     constexpr double wider = 1.2;
     const nine_by_nine L = triangle_of(cholesky::of(M)->inverse());
     double logwidths = 0.0;
     for (std::size_t k = 0; k < 9; ++k) logwidths += std::log(wider * L[k][k]);
 
-    const double variance = usual_strain * usual_strain;
     const double best =
         likelihood_of(vectors, found.basis.inverse(), found.sigma, found.outlier_fraction);
     chance random(11);
@@ -130,11 +139,15 @@ double integral(const std::vector<vector3>& vectors, const given_cell& cell,
         const matrix3 e = strain + deformation_of(x);
         const matrix3 UB = R.multiply(rotation_by(w)).multiply(matrix3() + e).multiply(cell.UB);
         const double integrand = likelihood_of(vectors, UB, found.sigma, found.outlier_fraction)
-                                 - best - 0.5 * square_sum(e) / variance;
+                                 - best - 0.5 * penalty(e, cell.prior);
         sum += std::exp(integrand + 0.5 * squares);
     }
     return best + std::log(sum / draws) + logwidths + 4.5 * std::log(two_pi)
-           - std::log(2.0 * two_pi * two_pi) - 3.0 * std::log(two_pi * variance);
+           - std::log(2.0 * two_pi * two_pi) - 3.0 * std::log(two_pi)
+           - 0.5
+                 * std::log(std::pow(usual_strain, 10.0)
+                            * (usual_strain * usual_strain
+                               + 3.0 * cell.prior.scale_deviation * cell.prior.scale_deviation));
 }
 
 TEST(TheEvidenceOfAKnownCell, IsTheLikelihoodAveragedOverRotationsAndStrains)
@@ -153,6 +166,33 @@ TEST(TheEvidenceOfAKnownCell, IsTheLikelihoodAveragedOverRotationsAndStrains)
         EXPECT_NEAR(assess_known(vectors, given, R, 3).evidence, found.evidence - std::log(3.0),
                     1e-9);
     }
+}
+
+TEST(TheEvidenceOfAKnownCell, IsAveragedOverAFreeScaleToo)
+{
+    const simulated_crystal made = simulated(request_of(low_cell, 24, 4, 0.02, 3));
+    cell_parameters longer = low_cell;
+    for (std::size_t i = 0; i < 3; ++i) longer[i] *= 1.015;
+    const given_cell given(longer, 0.01);
+    const assessment found = assess_known(made.vectors, given, given.deformed_as(made.basis));
+    EXPECT_NEAR(found.evidence, integral(made.vectors, given, found), 0.3);
+    EXPECT_NEAR(std::cbrt(found.basis.determinant() / given.volume), 1.0 / 1.015, 0.003);
+    // Without the freedom of the scale the strain is that of another crystal, at 1.5 % in three directions.
+    const given_cell rigid(longer);
+    EXPECT_LT(assess_known(made.vectors, rigid, rigid.deformed_as(made.basis)).evidence,
+              found.evidence - 10.0);
+}
+
+// A scale that is right and determined costs the Occam factor of its prior.
+TEST(TheEvidenceOfAKnownCell, PaysForAScaleThatItDetermines)
+{
+    const simulated_crystal made = simulated(request_of(low_cell, 60, 0, 0.005, 3));
+    const given_cell rigid(low_cell);
+    const given_cell free(low_cell, 0.01);
+    const matrix3 R = rigid.orientation_of(made.basis);
+    EXPECT_NEAR(assess_known(made.vectors, rigid, R).evidence
+                    - assess_known(made.vectors, free, R).evidence,
+                0.5 * std::log(1.0 + 3.0 * std::pow(0.01 / usual_strain, 2.0)), 0.3);
 }
 
 TEST(TheEvidenceOfAKnownCell, RisesFromADisturbedStart)
