@@ -51,9 +51,9 @@ struct assessment {
     // Direct bases of further crystals with the same cell, whose evidence is included. The other members
     // describe the first crystal only.
     std::vector<matrix3> further_crystals = {};
-    vector3 shift = {}; // common to all vectors (shifted_lattice.h), 1/angstrom; 0 if there is none
     // The standard deviation of the scale that a known cell was given, as a part of it.
     double scale_deviation = 0.0;
+    vector3 shift = {}; // common to all vectors (shifted_lattice.h), 1/angstrom; 0 if there is none
 };
 
 // The vectors that are not inliers with probability > 1/2.
