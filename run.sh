@@ -1,15 +1,21 @@
 #!/usr/bin/env bash
-# Builds Torvik and runs it on an input file.
+# Runs Torvik on an input file, or solves a measurement; builds what it needs.
 #
-#   ./run.sh [FILE.idx]     by default on the first of the examples
+#   ./run.sh [FILE.idx]         runs Torvik, by default on the first of the examples
+#   ./run.sh FILE [OPTION ...]  finds the lattice of any other measurement: the same as
+#                               ./tools.sh solve FILE [OPTION ...]
 #
 # Needs a C++20 compiler and CMake, and installs them where they are missing.
 set -euo pipefail
 root=$(cd "$(dirname "$0")" && pwd)
 . "$root/scripts/install.sh"
 
+# A name may lack the ending of an input file: Torvik adds it.
+if [ $# -gt 0 ] && [[ $1 != -* && ${1,,} != *.idx && ! -e $1.idx ]]; then
+    exec "$root/tools.sh" solve "$@"
+fi
 if [ $# -gt 1 ] || [[ ${1:-} = -* ]]; then
-    echo "Please give one input file, or none for an example: ./run.sh [FILE.idx]" >&2
+    echo "Please give one input file, or none for an example: ./run.sh [FILE]" >&2
     exit 1
 fi
 need "Torvik" g++=c++ make=make cmake=cmake

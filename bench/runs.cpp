@@ -24,21 +24,23 @@ double secondsof(const timeval& time)
 }
 
 // In the child: becomes the program, with its output in the file "terminal".
-[[noreturn]] void become(const std::string& program, const temporaryfolder& folder)
+[[noreturn]] void become(const std::string& program, const std::vector<std::string>& arguments,
+                         const temporaryfolder& folder)
 {
     const int output = open(folder.file("terminal").c_str(), O_WRONLY | O_CREAT, 0600);
     const int input = open("/dev/null", O_RDONLY);
     if (chdir(folder.path().c_str()) != 0 || dup2(output, STDOUT_FILENO) < 0
         || dup2(input, STDIN_FILENO) < 0)
         _exit(126);
-    execute(program, {"a.idx"});
+    execute(program, arguments);
 }
 
 // Runs a program in a folder that holds its input. Gives what it took.
-measured runin(const temporaryfolder& folder, const std::string& program)
+measured runin(const temporaryfolder& folder, const std::string& program,
+               const std::vector<std::string>& arguments)
 {
     const pid_t child = fork();
-    if (child == 0) become(program, folder);
+    if (child == 0) become(program, arguments, folder);
     int status = 0;
     rusage used = {};
     wait4(child, &status, 0, &used);
@@ -63,10 +65,16 @@ std::uint64_t hashoffiles(const std::string& folder)
 
 action runof(const std::string& program, const std::string& idx)
 {
+    return callof(program, {"a.idx"}, {"a.idx", idx});
+}
+
+action callof(const std::string& program, const std::vector<std::string>& arguments,
+              const heldfile& file)
+{
     return [=] {
         const temporaryfolder folder;
-        writefile(folder.file("a.idx"), idx);
-        measured result = runin(folder, program);
+        writefile(folder.file(file.name), file.content);
+        measured result = runin(folder, program, arguments);
         result.hash = hashoffiles(folder.path());
         return result;
     };
@@ -76,7 +84,7 @@ int printedbehind(const std::string& program, const std::string& idx, const std:
 {
     const temporaryfolder folder;
     writefile(folder.file("a.idx"), idx);
-    runin(folder, program);
+    runin(folder, program, {"a.idx"});
     const std::string printed = readfile(folder.file("terminal"));
     const std::size_t place = printed.find(text);
     return place == std::string::npos ? -1 : std::atoi(printed.c_str() + place + text.size());

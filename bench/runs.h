@@ -5,6 +5,7 @@
 #include "pairs.h"
 
 #include <string>
+#include <vector>
 
 namespace torvik {
 
@@ -12,6 +13,14 @@ namespace torvik {
 // that of the processor, user and system; the hash is that of the files it leaves and of what it
 // prints, dates and timing figures masked.
 action runof(const std::string& program, const std::string& idx);
+
+// The same of any call in a folder that holds a file.
+struct heldfile {
+    std::string name;
+    std::string content;
+};
+action callof(const std::string& program, const std::vector<std::string>& arguments,
+              const heldfile& file);
 
 // What a run printed behind a text, as a number; -1 if the text is not there.
 int printedbehind(const std::string& program, const std::string& idx, const std::string& text);

@@ -5,9 +5,12 @@
 #include "commands/command.h"
 #include "solver/lattice/invalid_input.h"
 
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <new>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -20,6 +23,15 @@ int report(const std::string& sentence)
     using namespace torvik::tools;
     std::cerr << red("Error:", errorcolourful()) << " " << sentence << "\n";
     return failed;
+}
+
+// The arguments as CLI11 takes them: in reverse order.
+std::vector<std::string> wordsof(int argc, char** argv)
+{
+    std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+    if (!words.empty() && words[0] == "solve") words = torvik::tools::withcellsinoneword(words);
+    std::reverse(words.begin(), words.end());
+    return words;
 }
 
 void addcommands(CLI::App& program)
@@ -46,7 +58,7 @@ int main(int argc, char** argv)
     program.footer("torvik-tools COMMAND --help tells of a command, with an example.");
     try {
         addcommands(program);
-        program.parse(argc, argv);
+        program.parse(wordsof(argc, argv));
     } catch (const CLI::RuntimeError& stop) { // the command has said what there is to say
         return stop.get_exit_code();
     } catch (const CLI::ParseError& stop) {

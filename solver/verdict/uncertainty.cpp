@@ -61,7 +61,56 @@ std::array<std::array<double, 7>, 6> slopes_of(const matrix3& UB)
     return slopes;
 }
 
+// The derivatives of the parameters by the nine elements of UB, row by row.
+std::array<std::array<double, 7>, 9> slopes_by_element(const matrix3& UB)
+{
+    const double step = 1e-6 * std::cbrt(std::fabs(UB.determinant()));
+    std::array<std::array<double, 7>, 9> slopes = {};
+    for (std::size_t i = 0; i < slopes.size(); ++i) {
+        matrix3 more = UB;
+        matrix3 less = UB;
+        more.a[i / 3][i % 3] += step;
+        less.a[i / 3][i % 3] -= step;
+        const auto above = parameters_of(more);
+        const auto below = parameters_of(less);
+        for (std::size_t k = 0; k < above.size(); ++k)
+            slopes[i][k] = (above[k] - below[k]) / (2.0 * step);
+    }
+    return slopes;
+}
+
+uncertain_cell with_variances(const matrix3& UB, const std::array<double, 7>& variance)
+{
+    uncertain_cell result;
+    const auto values = parameters_of(UB);
+    for (std::size_t k = 0; k < 6; ++k) {
+        result.cell[k] = values[k];
+        result.error[k] = std::sqrt(std::max(variance[k], 0.0));
+    }
+    result.volume = values[6];
+    result.volume_error = std::sqrt(std::max(variance[6], 0.0));
+    return result;
+}
+
 } // namespace
+
+uncertain_cell uncertainty_of(const lattice& found)
+{
+    const auto& D = found.basis;
+    const matrix3 UB =
+        matrix3(D[0][0], D[0][1], D[0][2], D[1][0], D[1][1], D[1][2], D[2][0], D[2][1], D[2][2])
+            .inverse();
+    double trace = 0.0;
+    for (std::size_t i = 0; i < found.covariance.size(); ++i) trace += found.covariance[i][i];
+    std::array<double, 7> variance = {};
+    variance.fill(trace > 0.0 ? 0.0 : std::numeric_limits<double>::infinity());
+    const auto slopes = slopes_by_element(UB);
+    for (std::size_t k = 0; trace > 0.0 && k < variance.size(); ++k)
+        for (std::size_t i = 0; i < slopes.size(); ++i)
+            for (std::size_t j = 0; j < slopes.size(); ++j)
+                variance[k] += slopes[i][k] * found.covariance[i][j] * slopes[j][k];
+    return with_variances(UB, variance);
+}
 
 uncertain_cell uncertainty_of(const std::vector<vector3>& vectors, const assessment& found)
 {
@@ -77,15 +126,7 @@ uncertain_cell uncertainty_of(const std::vector<vector3>& vectors, const assessm
                 for (std::size_t j = 0; j < 6; ++j)
                     variance[k] += slopes[i][k] * (*covariance)[3 + i][3 + j] * slopes[j][k];
     }
-    uncertain_cell result;
-    const auto values = parameters_of(UB);
-    for (std::size_t k = 0; k < 6; ++k) {
-        result.cell[k] = values[k];
-        result.error[k] = std::sqrt(std::max(variance[k], 0.0));
-    }
-    result.volume = values[6];
-    result.volume_error = std::sqrt(std::max(variance[6], 0.0));
-    return result;
+    return with_variances(UB, variance);
 }
 
 std::string with_uncertainty(double value, double error)

@@ -4,6 +4,7 @@
 #include "solver/evidence/free_lattice.h"
 #include "solver/lattice/cell.h"
 #include "solver/lattice/linear.h"
+#include "torvik/solver.h"
 
 #include <string>
 #include <vector>
@@ -25,6 +26,12 @@ struct uncertain_cell {
 // Given:  vectors  1/angstrom
 //         found    the assessment of a lattice on these vectors
 uncertain_cell uncertainty_of(const std::vector<vector3>& vectors, const assessment& found);
+
+// The same from the covariance that an answer gives. The errors are infinite if it is zero: then the vectors
+// do not determine the lattice.
+//
+// Given:  found  its basis, and the covariance of UB
+uncertain_cell uncertainty_of(const lattice& found);
 
 // A value with its uncertainty in units of the last digit: "7.713(2)", "90.00(14)". Two digits of the
 // uncertainty below 20, one above; none if it is 0.

@@ -65,27 +65,26 @@ def easycrystals(count: int, where: str = "data", seed: int = 1) -> None:
 
 
 class Gate:
-    """A Torvik for batches that waits while it is closed: what a test does in mid-run then happens in
-    mid-run, on a fast machine as on a slow one."""
+    """A torvik-tools for the jobs of a batch that waits with each crystal while it is closed: what a test
+    does in mid-run then happens in mid-run, on a fast machine as on a slow one."""
 
     SCRIPT = """#!/bin/sh
-while read -r limit 2>/dev/null <"{gate}" &&
+while [ "$1" = solve ] && read -r limit 2>/dev/null <"{gate}" &&
       [ "$(cat "{records}"/*.jsonl 2>/dev/null | wc -l)" -ge "$limit" ]; do
     sleep 0.05
 done
-exec "{torvik}" "$@"
+exec "{tools}" "$@"
 """
 
     def __init__(self, output: str, limit: int) -> None:
         """Closed as soon as so many crystals are recorded. Each worker may have let one more through."""
         self._records = Path(output, "jobs/solved").absolute()
         self._gate = Path("gate").absolute()
-        self._torvik = Path("gated").absolute()
-        self._torvik.write_text(self.SCRIPT.format(
-            gate=self._gate, records=self._records, torvik=Path(TOOLS).resolve().with_name("Torvik")),
-            encoding="utf-8")
-        self._torvik.chmod(0o755)
-        self.options = ("--torvik", str(self._torvik))
+        self._tools = Path("gated").absolute()
+        self._tools.write_text(self.SCRIPT.format(
+            gate=self._gate, records=self._records, tools=Path(TOOLS).resolve()), encoding="utf-8")
+        self._tools.chmod(0o755)
+        self.options = ("--tools", str(self._tools))
         self.openfor(limit)
 
     def openfor(self, limit: int) -> None:

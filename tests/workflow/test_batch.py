@@ -40,7 +40,7 @@ class ABatch(InAFolder):
         easycrystals(3)
         self.assertEqual(batch("data", "-o", "out")[0], 0)
         for file, *cell in table("out", "SELECT file, a, b, c, alpha, beta, gamma FROM crystal"):
-            subprocess.run([TOOLS, "solve", file, "-o", "alone", "--jobs", "1", "--budget", str(PATIENCE)],
+            subprocess.run([TOOLS, "solve", file, "-o", "alone", "--budget", str(PATIENCE)],
                            check=True, capture_output=True)
             alone = json.loads(Path("alone.solution.json").read_text(encoding="utf-8"))["cell"]
             names = ("a", "b", "c", "alpha", "beta", "gamma")
@@ -163,10 +163,11 @@ class TheSameCall(InAFolder):
         easycrystals(2)
         shutil.copy(Path(TOOLS).with_name("Torvik"), "mine")
         os.chmod("mine", 0o644)
-        output = batch("data", "-o", "out", "--torvik", "mine")[1]
+        given = ("--keep", "all", "--torvik", "mine")
+        output = batch("data", "-o", "out", *given)[1]
         self.assertIn("2 crystals: 2 failed.", output)
         os.chmod("mine", 0o755)
-        output = batch("data", "-o", "out", "--torvik", "mine")[1]
+        output = batch("data", "-o", "out", *given)[1]
         self.assertIn("2 crystals: 2 solved.", output)
 
     def test_after_a_mistake_with_no_answers_may_have_other_settings(self) -> None:

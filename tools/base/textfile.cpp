@@ -152,17 +152,33 @@ void writewhole(const std::filesystem::path& path, std::string_view text)
         if (!std::cout) throw failure("Cannot write to the standard output.");
         return;
     }
-    std::filesystem::path beside = path;
-    beside += ".part";
-    std::ofstream out(beside, std::ios::binary | std::ios::trunc);
-    out << text;
-    out.close();
-    std::error_code error;
-    if (out) std::filesystem::rename(beside, path, error);
-    if (!out || error) {
+    writetogether({{path, std::string(text)}});
+}
+
+void writetogether(const std::vector<namedtext>& files)
+{
+    const auto beside = [](const std::filesystem::path& path) {
+        std::filesystem::path part = path;
+        part += ".part";
+        return part;
+    };
+    const auto give_up = [&](const namedtext& one) {
         std::error_code ignored;
-        std::filesystem::remove(beside, ignored);
-        throw failure("Cannot write " + path.string() + ".");
+        for (const namedtext& file : files) std::filesystem::remove(beside(file.path), ignored);
+        throw failure("Cannot write " + one.path.string() + ".");
+    };
+    for (const namedtext& file : files) {
+        std::error_code none;
+        std::ofstream out(beside(file.path), std::ios::binary | std::ios::trunc);
+        out << file.text;
+        out.close();
+        // A folder of the name would keep the last step from being done.
+        if (!out || std::filesystem::is_directory(file.path, none)) give_up(file);
+    }
+    for (const namedtext& file : files) {
+        std::error_code error;
+        std::filesystem::rename(beside(file.path), file.path, error);
+        if (error) give_up(file);
     }
 }
 

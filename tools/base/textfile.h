@@ -80,4 +80,12 @@ std::string lowered(std::string_view text);
 // leaves what was there, if the file cannot be written. "-" is the standard output.
 void writewhole(const std::filesystem::path& path, std::string_view text);
 
+// The same for files that belong together: all are written beside before the first is renamed, so they
+// appear together, or none does.
+struct namedtext {
+    std::filesystem::path path;
+    std::string text;
+};
+void writetogether(const std::vector<namedtext>& files);
+
 } // namespace torvik::tools

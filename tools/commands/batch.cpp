@@ -33,6 +33,7 @@ struct options {
     std::vector<std::string> lists;
     std::string output = "batch";
     std::string program;
+    std::string tools;
     std::string keep = "solutions";
     std::string slurmoptions;
     std::vector<double> volumes;
@@ -115,6 +116,13 @@ std::vector<std::string> byletters(std::vector<std::string> names)
     return names;
 }
 
+// Torvik, for the results of each crystal; without these none is needed.
+fs::path runner(const options& asked)
+{
+    if (!asked.program.empty()) return fs::absolute(asked.program);
+    return asked.keep == "all" ? torvikprogram() : fs::path();
+}
+
 nlohmann::ordered_json request(const options& asked)
 {
     const int cores = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
@@ -130,9 +138,9 @@ nlohmann::ordered_json request(const options& asked)
     all["keep"] = asked.keep;
     all["slurm"] = asked.slurm;
     all["slurmoptions"] = words(asked.slurmoptions);
-    all["tools"] = byletters(thisprogram().string());
-    all["torvik"] =
-        byletters((asked.program.empty() ? torvikprogram() : fs::absolute(asked.program)).string());
+    all["tools"] =
+        byletters((asked.tools.empty() ? thisprogram() : fs::absolute(asked.tools)).string());
+    all["torvik"] = byletters(runner(asked).string());
     all["volume"] = texts(asked.volumes);
     all["options"] = solving(asked);
     return all;
@@ -206,7 +214,8 @@ void addbatch(CLI::App& program)
         ->capture_default_str();
     command
         ->add_option("--keep", asked->keep,
-                     "files of each crystal: all, its solution alone, or none")
+                     "files of each crystal: all with the results of a run of Torvik, its solution "
+                     "alone, or none")
         ->check(CLI::IsMember({"all", "solutions", "none"}))
         ->capture_default_str();
     command->add_flag("--slurm", asked->slurm, "let Slurm do the jobs");
@@ -227,7 +236,12 @@ void addbatch(CLI::App& program)
     command->add_flag("--two-pi", asked->twopi, "the vectors have a factor of 2 pi");
     command->add_flag("--inverse-nm", asked->nanometres, "the vectors are in 1/nm");
     command
-        ->add_option("--torvik", asked->program, "the program, if it is not beside or on the PATH")
+        ->add_option("--tools", asked->tools,
+                     "the torvik-tools for the jobs, if it is not this one")
+        ->check(CLI::ExistingFile);
+    command
+        ->add_option("--torvik", asked->program,
+                     "the program for --keep all, if it is not beside or on the PATH")
         ->check(CLI::ExistingFile);
     command->footer(
         "Each crystal is solved as by torvik-tools solve; those that are refused are tried "

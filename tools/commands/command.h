@@ -24,6 +24,10 @@ void addgenerate(CLI::App& program); // in no help
 void addsolve(CLI::App& program);
 void addbatch(CLI::App& program);
 
+// Joins the values behind each --cell to one word: six numbers, and the letter of a centring if there is
+// one. As words of their own they could not be distinguished from the name of a file behind them.
+std::vector<std::string> withcellsinoneword(const std::vector<std::string>& words);
+
 // Adds a subcommand whose options live as long as it does.
 template <typename options>
 std::pair<CLI::App*, std::shared_ptr<options>>

@@ -1,23 +1,22 @@
 // torvik-tools solve: one command from a measurement to a trusted answer.
 #include "base/failure.h"
+#include "base/interruption.h"
 #include "base/process.h"
 #include "base/terminal.h"
 #include "base/textfile.h"
 #include "commands/command.h"
+#include "lattice/readcell.h"
 #include "readers/reader.h"
-#include "selection/repeats.h"
-#include "solving/knownsolve.h"
-#include "solving/solutionfile.h"
-
-#include <nlohmann/json.hpp>
+#include "solutions/resultsrun.h"
+#include "solutions/solutionfile.h"
+#include "torvik/solver.h"
 
 #include <algorithm>
-#include <atomic>
-#include <csignal>
+#include <chrono>
+#include <cmath>
 #include <filesystem>
 #include <iostream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace torvik::tools {
@@ -33,25 +32,16 @@ struct options {
     std::string output;
     std::string program;
     std::vector<double> volumes;
-    std::vector<cell_parameters> cells;
+    std::vector<std::string> cells;
     std::vector<double> centre;
     double wavelength = 0.0;
-    double budget = 60.0;
-    int jobs = 0;
-    int lattices = 1;
-    std::uint64_t seed = 1;
+    double budget = 60.0; // seconds
+    solver::options solving;
     bool twopi = false;
     bool nanometres = false;
+    bool results = false;
     bool json = false;
 };
-
-// Set by Ctrl-C: the runs end, and the best answer so far is given.
-std::atomic<bool> interrupted{false};
-
-void interrupt(int /*signal*/)
-{
-    interrupted = true;
-}
 
 readeroptions readingof(const options& asked)
 {
@@ -60,22 +50,6 @@ readeroptions readingof(const options& asked)
     if (asked.centre.size() == 2) reading.centre = {asked.centre[0], asked.centre[1]};
     if (asked.wavelength > 0.0) reading.wavelength = asked.wavelength;
     return reading;
-}
-
-// Spots of one reflection are one: the statistic counts them as independent.
-vectorlist listof(const measurement& spots, double unit)
-{
-    vectorlist list;
-    const std::vector<vector3> each = vectorsof(spots);
-    const measurement measured = mergerepeats(spots, each, usualtolerance(each));
-    if (measured.spots.size() < spots.spots.size())
-        note(std::to_string(spots.spots.size()) + " spots are "
-             + std::to_string(measured.spots.size()) + " reflections, some measured repeatedly.");
-    for (const vector3& q : vectorsof(measured)) list.vectors.push_back(q * unit);
-    const auto known = [](const spot& one) { return one.intensity.has_value(); };
-    if (std::all_of(measured.spots.begin(), measured.spots.end(), known))
-        for (const spot& one : measured.spots) list.intensities.push_back(*one.intensity);
-    return list;
 }
 
 double unitof(const options& asked)
@@ -87,24 +61,21 @@ double unitof(const options& asked)
     return unit;
 }
 
-solveoptions settings(const options& asked)
+solver::options settings(const options& asked)
 {
-    solveoptions how;
-    how.budget = asked.budget;
-    how.jobs = asked.jobs > 0 ? asked.jobs
-                              : static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
-    for (const cell_parameters& cell : asked.cells) checkknown(cell);
-    how.known = asked.cells;
-    if (how.known.empty())
-        how.program = asked.program.empty() ? torvikprogram() : fs::absolute(asked.program);
-    how.ladder.seed = asked.seed;
+    solver::options how = asked.solving;
+    constexpr double longest = 1e8; // three years, which a clock bears
+    how.budget = std::chrono::milliseconds(std::llround(1e3 * std::min(asked.budget, longest)));
+    for (const std::string& text : asked.cells) {
+        const centred_cell cell = cellfrom(text);
+        how.known.push_back({cell.cell, cell.centring});
+    }
     if (asked.volumes.size() == 2) {
         if (!(asked.volumes[0] > 0.0 && asked.volumes[1] > asked.volumes[0]))
             throw failure("The limits of the volume must be positive, the smaller first.");
-        how.ladder.smallestvolume = asked.volumes[0];
-        how.ladder.largestvolume = asked.volumes[1];
+        how.smallest_volume = asked.volumes[0];
+        how.largest_volume = asked.volumes[1];
     }
-    how.stop = &interrupted;
     return how;
 }
 
@@ -123,56 +94,108 @@ fs::path added(const fs::path& stem, const std::string& ending)
     return path;
 }
 
-void writefiles(const fs::path& stem, const vectorlist& list, const crystals& all,
-                solutionorigin origin)
+void solvefor(solved_measurement& solved, const interruption& stop)
 {
-    if (all.first.winner >= 0) {
-        const runmade& run = all.first.runs[static_cast<std::size_t>(all.first.winner)];
-        const fs::path idx = added(stem, ".solution.idx");
-        const fs::path results = added(stem, ".solution_idx.res");
-        writewhole(idx, run.input);
-        writewhole(results, run.results);
-        origin.idx = idx.filename().string();
-        origin.results = results.filename().string();
+    progress line("Solving", 1);
+    solved.found = solver::solve(
+        solved.measured, solved.options, [&](const std::string& text) { line.show(text); },
+        stop.token());
+}
+
+// The files of the run about the answer, if one was asked for and there is an answer.
+std::vector<namedtext> resultsfiles(const options& asked, const fs::path& stem,
+                                    solved_measurement& solved, const interruption& stop)
+{
+    if (!asked.results) return {};
+    if (solved.found.lattices.empty()) {
+        note("There is no answer to run Torvik about: no results are written.");
+        return {};
     }
-    writewhole(added(stem, ".solution.json"), solutiontext(list, all, origin));
+    const fs::path idx = added(stem, ".solution.idx");
+    const fs::path results = added(stem, ".solution_idx.res");
+    const fs::path program = asked.program.empty() ? torvikprogram() : fs::absolute(asked.program);
+    const auto run = run_about(solved, program, idx.stem().string(), stop.requested());
+    if (!run) {
+        note("The run for the results was interrupted: none are written.");
+        return {};
+    }
+    if (!run->confirmed)
+        note("The lattice of the answer is not among the solutions in " + results.string() + ".");
+    solved.run = {idx.filename().string(), results.filename().string()};
+    return {{idx, run->input}, {results, run->results}};
+}
+
+void tellofrepeats(const solver::answer& found)
+{
+    const spot_count count = count_of(found);
+    if (count.reflections < count.spots)
+        note(std::to_string(count.spots) + " indexed spots are " + std::to_string(count.reflections)
+             + " reflections, some measured repeatedly.");
 }
 
 void work(const options& asked)
 {
-    const measurement measured = readmeasurement(asked.file, asked.format, readingof(asked));
-    for (const std::string& sentence : measured.notes) note(sentence);
-    const vectorlist list = listof(measured, unitof(asked));
-    solveoptions how = settings(asked);
-
-    interrupted = false;
-    const auto before = std::signal(SIGINT, interrupt);
-    crystals all;
-    {
-        progress line("Solving", 1);
-        how.progress = [&](const std::string& text) { line.show(text); };
-        all = solveall(list, how, asked.lattices);
-    }
-    std::signal(SIGINT, before);
-
+    const measurement spots = readmeasurement(asked.file, asked.format, readingof(asked));
+    for (const std::string& sentence : spots.notes) note(sentence);
+    solved_measurement solved = {measurement_of(spots, unitof(asked)),     settings(asked), {},
+                                 fs::path(asked.file).filename().string(), spots.frame,     {}};
     const fs::path stem = stemof(asked);
-    const solutionorigin origin = {fs::path(asked.file).filename().string(), measured.frame, "",
-                                   ""};
-    writefiles(stem, list, all, origin);
+    const fs::path file = added(stem, ".solution.json");
+    {
+        const interruption stop;
+        solvefor(solved, stop);
+        std::vector<namedtext> files = resultsfiles(asked, stem, solved, stop);
+        files.push_back({file, solution_text(solved)});
+        writetogether(files);
+    }
+    tellofrepeats(solved.found);
     if (asked.json)
-        std::cout << solutiontext(list, all, origin);
+        std::cout << solution_text(solved);
     else
-        std::cout << screenful(list, all, outputcolourful())
-                  << "\nWritten: " << added(stem, ".solution.json").string() << "\n";
-    if (all.first.how == verdict::refused) throw CLI::RuntimeError(1);
+        std::cout << screenful(solved, outputcolourful()) << "\nWritten: " << file.string() << "\n";
+    if (solved.found.how == verdict::refused) throw CLI::RuntimeError(1);
+}
+
+// What is wrong with the number of values; empty if nothing is.
+std::string hascelllength(const std::string& text)
+{
+    const std::size_t items = itemsof(text, " \t,;").size();
+    return items == 6 || items == 7
+               ? ""
+               : "A cell is six numbers, and perhaps the letter of its centring.";
+}
+
+bool isnumber(const std::string& word)
+{
+    return numberin(word).has_value();
 }
 
 } // namespace
 
+std::vector<std::string> withcellsinoneword(const std::vector<std::string>& words)
+{
+    constexpr std::size_t numbers = 6;
+    constexpr std::string_view centrings = "PABCIFR";
+    std::vector<std::string> joined;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        joined.push_back(words[i]);
+        if (words[i] != "--cell" || i + 1 == words.size() || !isnumber(words[i + 1])) continue;
+        std::string cell;
+        std::size_t count = 0;
+        for (; count < numbers && i + 1 < words.size() && isnumber(words[i + 1]); ++count)
+            cell += (count > 0 ? " " : "") + words[++i];
+        if (count == numbers && i + 1 < words.size() && words[i + 1].size() == 1
+            && centrings.find(words[i + 1][0]) != std::string_view::npos)
+            cell += " " + words[++i];
+        joined.push_back(cell);
+    }
+    return joined;
+}
+
 void addsolve(CLI::App& program)
 {
     const auto [command, asked] = newcommand<options>(
-        program, "solve", "Runs Torvik as often as it takes, and says how sure the answer is");
+        program, "solve", "Finds the lattice of a measurement, and reports its confidence");
     command->add_option("FILE", asked->file, "a measurement: anything that import reads")
         ->required();
     command->add_option("--with", asked->others, "further files that the first one needs");
@@ -187,10 +210,16 @@ void addsolve(CLI::App& program)
         ->type_name("MIN MAX");
     command
         ->add_option("--cell", asked->cells,
-                     "a primitive cell that is known: only its orientation is looked for; may be "
-                     "given several times")
-        ->type_name("A B C ALPHA BETA GAMMA")
+                     "a cell that the crystal may have, six numbers and perhaps the letter of its "
+                     "centring; may be given several times")
+        ->type_name("A B C ALPHA BETA GAMMA [CENTRING]")
+        ->check(hascelllength)
         ->allow_extra_args(false);
+    command
+        ->add_option("--cell-tolerance", asked->solving.known_tolerance,
+                     "part of a length by which a given cell may be off")
+        ->check(CLI::Range(1e-4, 0.2))
+        ->capture_default_str();
     command->add_option("--centre", asked->centre, "centre of the detector, pixels")
         ->expected(2)
         ->type_name("X Y");
@@ -201,18 +230,27 @@ void addsolve(CLI::App& program)
     command->add_option("--budget", asked->budget, "seconds at most")
         ->check(CLI::PositiveNumber)
         ->capture_default_str();
-    command->add_option("--jobs", asked->jobs, "runs at a time; all cores if left out")
-        ->check(CLI::Range(1, 1024));
-    command->add_option("--lattices", asked->lattices, "lattices to look for, one after the other")
+    command
+        ->add_option("--lattices", asked->solving.lattices,
+                     "lattices to look for, one after the other")
         ->check(CLI::Range(1, 20))
         ->capture_default_str();
-    command->add_option("--seed", asked->seed, "of the choices by chance")->capture_default_str();
     command
-        ->add_option("--torvik", asked->program, "the program, if it is not beside or on the PATH")
+        ->add_option("--shortest-axis", asked->solving.shortest_axis,
+                     "lattices with a shorter axis are not considered, angstroms")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
+    command->add_option("--seed", asked->solving.seed, "of all random choices")
+        ->capture_default_str();
+    command->add_flag("--results", asked->results,
+                      "run Torvik about the answer, and write its input and results as well");
+    command
+        ->add_option("--torvik", asked->program,
+                     "the program for --results, if it is not beside or on the PATH")
         ->check(CLI::ExistingFile);
     command->add_flag("--json", asked->json, "print the JSON file instead of a screenful");
-    command->footer("Writes FILE.solution.json, and the files of the run that led to the answer.\n"
-                    "The exit status is 1 if the answer is refused.\n\n"
+    command->footer("Writes FILE.solution.json; with --results also FILE.solution.idx and "
+                    "FILE.solution_idx.res.\nThe exit status is 1 if the answer is refused.\n\n"
                     "Example:\n"
                     "  $ torvik-tools solve 5_kyanite_difficult.idx\n"
                     "  $ torvik-tools solve 5_kyanite_difficult.idx --cell 7.126 7.852 5.572 "

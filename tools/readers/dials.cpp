@@ -4,6 +4,7 @@
 #include "readers/rotation.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <system_error>
 
@@ -109,11 +110,25 @@ bool ofthefirst(const reflectiontable& table, const dialsinstrument* given, std:
     return experiment == 0 || (at < given->sharing.size() && given->sharing[at]);
 }
 
+// Images of different sets have numbers that are far apart.
+std::optional<int> imageof(const reflectiontable& table, std::size_t i)
+{
+    constexpr double apart = 1e5;
+    constexpr double most = 1e9;
+    const std::vector<int>& set = table.imageset.empty() ? table.experiment : table.imageset;
+    if (table.pixels.empty()) return std::nullopt;
+    const double number = std::floor(table.pixels[i].z) + 1.0
+                          + apart * (set.empty() ? 0.0 : static_cast<double>(set[i]));
+    if (!(std::fabs(number) < most)) return std::nullopt;
+    return static_cast<int>(number);
+}
+
 spot spotof(const reflectiontable& table, std::size_t i, const vector3& r)
 {
     spot one;
     one.value = {r.x, r.y, r.z};
     one.where = rowname(i);
+    one.image = imageof(table, i);
     if (!table.intensity.empty() && std::isfinite(table.intensity[i]))
         one.intensity = table.intensity[i];
     if (!table.index.empty() && table.index[i] != std::array<int, 3>{}) one.hkl = table.index[i];

@@ -20,6 +20,7 @@ struct spot {
     std::optional<double> intensity;       // in the file's unit
     std::optional<std::array<int, 3>> hkl; // if the file gives indices: for checks alone
     std::string where;                     // "line 12", "row 3": for messages
+    std::optional<int> image = {};         // its number; neighbours of a scan differ by 1
 };
 
 // What a file gives: in 1/angstrom without 2 pi, in a frame fixed to the crystal.

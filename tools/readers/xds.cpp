@@ -5,6 +5,7 @@
 #include "readers/rotation.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <map>
 #include <utility>
@@ -187,6 +188,8 @@ spot spotof(const textfile& source, std::size_t line, const std::vector<item>& i
     if (!isfinite(r)) source.fail(line, 0, "expected a spot on the detector");
     one.value = {r.x, r.y, r.z};
     one.intensity = x[3];
+    constexpr double most = 1e9;
+    if (std::fabs(x[2]) < most) one.image = static_cast<int>(std::floor(x[2])) + 1;
     one.where = "line " + std::to_string(line);
     if (count >= bare + indices) {
         std::array<int, 3> hkl = {};

@@ -269,6 +269,14 @@ matrix3 basisin(const json& rows)
     return from_rows(row(0), row(1), row(2));
 }
 
+// The common shift of the vectors that was found with the answer.
+vector3 shiftin(const json& given)
+{
+    const json shift = given.value("shift", json());
+    if (shift.is_null()) return {};
+    return {shift.at(0).get<double>(), shift.at(1).get<double>(), shift.at(2).get<double>()};
+}
+
 json candidate(std::size_t number, const json& given, const std::vector<vector3>& vectors)
 {
     const matrix3 basis = basisin(given.at("basis"));
@@ -329,7 +337,8 @@ void addrun(json& data, const json& given, const reportoptions& options)
                          : run.contains("idx") && run["idx"].is_string() ? folder / run["idx"]
                                                                          : fs::path();
     if (idx.empty() || !fs::exists(idx)) {
-        data["noperiodogram"] = "There is no input of a run beside: no periodogram is shown.";
+        data["noperiodogram"] = "There is no run of Torvik beside, which solve --results makes: no "
+                                "periodogram is shown.";
         return;
     }
     addperiodogram(data, {}, nullptr, textfile::read(idx), options);
@@ -342,6 +351,7 @@ json dataofsolution(const reportoptions& options)
     if (given.is_discarded() || !given.is_object() || !given.contains("reflections"))
         source.fail(0, 0, "expected the JSON of a solution, with its reflections");
     try {
+        const vector3 shift = shiftin(given);
         std::vector<vector3> vectors;
         json genuine = json::array();
         json lattices = json::array();
@@ -349,6 +359,7 @@ json dataofsolution(const reportoptions& options)
             const json& v = one.at("vector");
             vectors.emplace_back(v.at(0).get<double>(), v.at(1).get<double>(),
                                  v.at(2).get<double>());
+            vectors.back() -= shift;
             genuine.push_back(one.value("genuine", json()));
             const json lattice = one.value("lattice", json());
             lattices.push_back(lattice.is_number() ? lattice : json(0));

@@ -37,9 +37,8 @@ CREATE TABLE crystal (
     sigma REAL,                 -- error of a reflection in each component, 1/angstrom
     wrong REAL,                 -- part of the reflections that belong to no lattice
     evidence REAL,              -- natural logarithm of the odds against chance
-    lead REAL,                  -- of the odds against the next lattice
-    runs INTEGER,               -- of Torvik, both passes together
-    seconds REAL NOT NULL,      -- that it took, likewise
+    lead REAL,                  -- of the odds against all other lattices; NULL if there are none
+    seconds REAL NOT NULL,      -- that it took, both passes together
     basis TEXT,                 -- JSON: rows a, b, c, angstroms, in the frame of the reflections
     competing TEXT,             -- JSON: the cells that cannot be told apart, if ambiguous
     remarks TEXT,               -- JSON: sentences
@@ -66,7 +65,7 @@ CREATE INDEX crystal_cluster ON crystal (cluster);
 """
 
 PLAIN = ("number", "verdict", "reason", "volume", "measured", "indexed", "lattices", "sigma", "wrong",
-         "evidence", "lead", "runs", "seconds", "solution")
+         "evidence", "lead", "seconds", "solution")
 ASJSON = ("basis", "competing", "remarks")
 
 
@@ -106,11 +105,10 @@ def rows(tried: list) -> Iterator[dict]:
             if late and folder.stateof(late) != folder.stateof(record):
                 late = None
             row = rowof(record, 1, clusterof.get(number))
-            if late and late["verdict"] == "solved":
+            if late and late["verdict"] == "solved" and late["known"] is not None:
                 row = rowof(late, 2, late["known"] + 1)
             if late:
-                for name in ("seconds", "runs"):
-                    row[name] = record.get(name, 0) + late.get(name, 0)
+                row["seconds"] = record["seconds"] + late["seconds"]
             yield row
 
 

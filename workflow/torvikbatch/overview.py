@@ -80,7 +80,7 @@ def content(database: sqlite3.Connection) -> dict:
     counts = {row[0]: row[1] for row in
               database.execute("SELECT verdict, count(*) FROM crystal GROUP BY verdict")}
     total = sum(counts.values())
-    sums = database.execute("SELECT sum(seconds), sum(runs), sum(pass = 2), count(DISTINCT cluster) "
+    sums = database.execute("SELECT sum(seconds), sum(pass = 2), count(DISTINCT cluster) "
                             "FROM crystal").fetchone()
     volumes = [row[0] for row in
                database.execute("SELECT volume FROM crystal WHERE verdict = 'solved'")]
@@ -90,8 +90,8 @@ def content(database: sqlite3.Connection) -> dict:
     within = os.path.commonpath([os.path.dirname(one["file"]) for one in crystals] or ["/"])
     for one in crystals:
         one["name"] = os.path.relpath(one["file"], within)
-    return {"total": total, "within": within, "seconds": sums[0], "runs": sums[1] or 0,
-            "later": sums[2], "lattices": sums[3],
+    return {"total": total, "within": within, "seconds": sums[0],
+            "later": sums[1], "lattices": sums[2],
             "verdicts": [(verdict, counts.get(verdict, 0)) for verdict in VERDICTS],
             "clusters": clusters(database), "reasons": reasons(database),
             "histogram": histogram(volumes), "crystals": crystals,

@@ -20,8 +20,8 @@ from torvikbatch import folder
 from torvikbatch.folder import CELL, Input, Pass
 from torvikbatch.signals import STOPPING, hear, hold
 
-# A command that has not ended so long after its budget hangs. One run, and reading a large file, can
-# go on beyond the budget.
+# A command that has not ended so long after its budget hangs. Reading a large file, and a run for the
+# results, can go on beyond the budget.
 PATIENCE = 120.0  # seconds
 HANGS = -1000  # in place of a status
 
@@ -43,9 +43,10 @@ def alone(path: Path):
 
 
 def command(given: Input, output: Path, settings: dict, cells: list[list[float]]) -> list[str]:
-    line = [settings["tools"], "solve", given.file, "--jobs", "1", "--output", str(output),
-            "--budget", repr(settings["budget"]), "--torvik", settings["torvik"],
-            *settings["options"]]
+    line = [settings["tools"], "solve", given.file, "--output", str(output),
+            "--budget", repr(settings["budget"]), *settings["options"]]
+    if settings["keep"] == "all":
+        line += ["--results", "--torvik", settings["torvik"]]
     for other in given.others:
         line += ["--with", other]
     if settings["volume"] and not cells:
@@ -96,11 +97,11 @@ def errorin(said: str, status: int) -> str:
 
 def contentof(solution: dict) -> dict:
     """What a record takes from FILE.solution.json."""
-    content = {key: solution[key] for key in ("verdict", "reason", "remarks", "runs")}
+    content = {key: solution[key] for key in ("verdict", "reason", "remarks")}
     content["measured"] = len(solution["reflections"])
     candidates = solution["candidates"]
-    if len(candidates) > 1:
-        content["lead"] = candidates[0]["evidence"] - candidates[1]["evidence"]
+    if solution["lead"] is not None:
+        content["lead"] = solution["lead"]
     if solution["competing"] > 1:
         content["competing"] = [[one["cell"][key] for key in CELL]
                                 for one in candidates[:solution["competing"]]]

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <vector>
 
 namespace torvik::solver {
@@ -37,6 +38,36 @@ TEST(UncertaintiesOfACell, AreThoseOfRepeatedMeasurements)
     }
     // 360 pulls, six of each fit correlated: the mean of their squares is 1 within some 10 %.
     EXPECT_NEAR(squares / pulls, 1.0, 0.25);
+}
+
+// Both are s^2 (H^T H)^-1, once in elements of UB and once in rotations and strains.
+TEST(UncertaintiesOfACell, AreThoseOfTheCovarianceThatTheAnswerGives)
+{
+    measurement measured;
+    const simulated_crystal made = simulated({low_cell, 40, 6, 1.0, 0.01, {}, 3});
+    for (const vector3& q : made.vectors) measured.vectors.push_back({q.x, q.y, q.z});
+    const answer found = solve(measured);
+    ASSERT_EQ(found.how, verdict::solved);
+    const auto& D = found.lattices[0].basis;
+    const matrix3 basis = from_rows({D[0][0], D[0][1], D[0][2]}, {D[1][0], D[1][1], D[1][2]},
+                                    {D[2][0], D[2][1], D[2][2]});
+    const uncertain_cell one = uncertainty_of(found.lattices[0]);
+    const uncertain_cell other = uncertainty_of(made.vectors, assess(made.vectors, basis));
+    for (std::size_t k = 0; k < 6; ++k) {
+        EXPECT_NEAR(one.cell[k], other.cell[k], 1e-3 * other.error[k]);
+        EXPECT_NEAR(one.error[k] / other.error[k], 1.0, 1e-3);
+    }
+    EXPECT_NEAR(one.volume_error / other.volume_error, 1.0, 1e-3);
+}
+
+TEST(UncertaintiesOfACell, AreInfiniteWithoutACovariance)
+{
+    lattice found;
+    found.basis = {{{5.0, 0.0, 0.0}, {0.0, 6.0, 0.0}, {0.0, 0.0, 7.0}}};
+    const uncertain_cell cell = uncertainty_of(found);
+    EXPECT_NEAR(cell.volume, 210.0, 1e-9);
+    EXPECT_TRUE(std::isinf(cell.error[0]));
+    EXPECT_TRUE(std::isinf(cell.volume_error));
 }
 
 TEST(NumbersWithUncertainty, GiveItInUnitsOfTheLastDigit)

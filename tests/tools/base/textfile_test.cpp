@@ -106,6 +106,26 @@ TEST(WritingWhole, LeavesWhatWasThereWhenItCannot)
     EXPECT_FALSE(std::filesystem::exists(folder.file("a.txt.part")));
 }
 
+TEST(WritingTogether, WritesAllFilesOrNone)
+{
+    const temporaryfolder folder;
+    writefile(folder.file("a.txt"), "old");
+    writetogether({{folder.file("a.txt"), "new"}, {folder.file("b.txt"), "other"}});
+    EXPECT_EQ(readfile(folder.file("a.txt")), "new");
+    EXPECT_EQ(readfile(folder.file("b.txt")), "other");
+    // The second one cannot be written: by its folder, and by what bears its name.
+    for (const char* second : {"none/c.txt", "d"}) {
+        std::filesystem::create_directory(folder.file("d"));
+        EXPECT_EQ(messageof([&] {
+                      writetogether({{folder.file("a.txt"), "newer"}, {folder.file(second), "c"}});
+                  }),
+                  "Cannot write " + folder.file(second) + ".");
+        EXPECT_EQ(readfile(folder.file("a.txt")), "new");
+        EXPECT_FALSE(std::filesystem::exists(folder.file("a.txt.part")));
+        EXPECT_FALSE(std::filesystem::exists(folder.file("d.part")));
+    }
+}
+
 } // namespace
 
 } // namespace torvik::tools

@@ -152,6 +152,20 @@ TEST(DialsSpots, AreTurnedBackAboutTheSpindle)
     expectnear(firstof(read(pixels({{500, -500, 360}}), newer)), turned);
 }
 
+// Frames of different sets are far apart, also if they have the same number.
+TEST(DialsSpots, HaveTheNumberOfTheirImage)
+{
+    const std::vector<vector3> values = {{1500, 500, 0.5}, {1500, 500, 1.0}, {1500, 500, 0.5}};
+    const reflectiontable table =
+        readreflectiontable("a.refl", tablebytes(3, {vectorcolumn("xyzobs.px.value", values),
+                                                     intcolumn("imageset_id", {0, 0, 1})}));
+    const measurement measured = read(table, plain());
+    ASSERT_EQ(measured.spots.size(), 3U);
+    EXPECT_EQ(measured.spots[0].image, 1);
+    EXPECT_EQ(measured.spots[1].image, 2);
+    EXPECT_GT(*measured.spots[2].image, 1000);
+}
+
 // The crystal is turned a quarter about y (z to x), then about the spindle (y to z), then about z (x
 // to y); what is seen is turned back the other way round.
 TEST(DialsSpots, AreTurnedBackByTheSettingTheSpindleAndTheFixedRotation)

@@ -60,6 +60,15 @@ TEST(XdsSpots, AreTurnedBackAboutTheSpindle)
                {0, 1 - half, half});
 }
 
+// z is 0 at the start of the first frame.
+TEST(XdsSpots, HaveTheNumberOfTheirImage)
+{
+    const measurement measured = read("1500 500 0.4 7\n1500 500 1 7\n1500 500 179.9 7\n");
+    EXPECT_EQ(measured.spots[0].image, 1);
+    EXPECT_EQ(measured.spots[1].image, 2);
+    EXPECT_EQ(measured.spots[2].image, 180);
+}
+
 // The detector swung by 90 degrees about y: the spot on its centre is scattered by 90 degrees.
 TEST(XdsSpots, FollowTheAxesOfASwungDetector)
 {

@@ -238,6 +238,26 @@ TEST_F(AReport, OfASolutionHasTheAnswerFirstAndItsCandidates)
     EXPECT_THROW(reportdata(options), badfile);
 }
 
+// As solve writes it without --results, and with a shift.
+TEST_F(AReport, OfASolutionNeedsNoRunAndShowsVectorsLessTheShift)
+{
+    const temporaryfolder folder;
+    json given = {{"basis", {{5.0, 0.0, 0.0}, {0.0, 6.0, 0.0}, {0.0, 0.0, 7.0}}},
+                  {"shift", {0.01, 0.0, -0.02}},
+                  {"run", nullptr},
+                  {"reflections", json::array()}};
+    given["reflections"].push_back({{"vector", {0.21, 0.0, -0.02}}, {"lattice", 1}});
+    writefile(folder.file("crystal.solution.json"), given.dump());
+    reportoptions options;
+    options.file = folder.file("crystal.solution.json");
+    const json data = json::parse(reportdata(options));
+    EXPECT_FALSE(data.contains("periodogram"));
+    EXPECT_TRUE(data.contains("noperiodogram"));
+    EXPECT_NEAR(data["vectors"][0][0].get<double>(), 0.2, 1e-12);
+    EXPECT_NEAR(data["vectors"][0][2].get<double>(), 0.0, 1e-12);
+    EXPECT_EQ(data["solutions"][0]["indexed"], 1);
+}
+
 TEST(ThePage, HoldsNoSignThatCouldEndTheData)
 {
     EXPECT_EQ(filledpage("a<!--data-->b", R"({"x":"</script>"})"), R"(a{"x":"\u003c/script>"}b)");
