@@ -93,7 +93,8 @@ vector3 shortest_equivalent(const matrix3& basis, const matrix3& UB, const vecto
 
 assessment result(const state& now, const expectation& sums, double evidence)
 {
-    assessment found = {now.basis, evidence, now.errors.sigma, now.errors.outlier_fraction,
+    assessment found = {now.basis,          evidence,
+                        now.errors.sigma,   now.errors.outlier_fraction,
                         inlier_count(sums), sums.inlier};
     found.shift = shortest_equivalent(now.basis, now.UB, now.shift);
     return found;
@@ -109,7 +110,8 @@ assessment assess_shifted(const std::vector<vector3>& vectors, const matrix3& st
     state now;
     now.set(start.inverse());
     now.shift = shortest_equivalent(now.basis, now.UB, shift);
-    now.errors = {first_sigma / cube_root(now.volume), first_outlier_fraction, digit_error(vectors)};
+    now.errors = {first_sigma / cube_root(now.volume), first_outlier_fraction,
+                  digit_error(vectors)};
     refinement rounds(none);
     while (visible(now)) {
         products of;

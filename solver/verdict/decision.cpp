@@ -1,5 +1,7 @@
 #include "solver/verdict/decision.h"
 
+#include "solver/evidence/independent.h"
+#include "solver/evidence/shifted_lattice.h"
 #include "solver/lattice/text.h"
 #include "solver/numeric/functions.h"
 #include "solver/verdict/thresholds.h"
@@ -61,12 +63,29 @@ std::size_t competing_among(const std::vector<assessment>& candidates, std::size
     return count;
 }
 
+// Whether the evidence is that of rows of equally spaced reflections, and not of a lattice.
+bool rests_on_rows(const std::vector<vector3>& vectors, const assessment& best)
+{
+    if (vectors.size() > most_checked_for_rows || !best.further_crystals.empty()) return false;
+    constexpr double within = 4.0; // the sum of three errors, one of them twice: 2.4 times as large
+    const auto places = independent_places(vectors, within * best.sigma);
+    if (places.size() == vectors.size()) return false;
+    std::vector<vector3> independent;
+    for (const std::size_t i : places) independent.push_back(vectors[i]);
+    const assessment kept = shifted(best) ? assess_shifted(independent, best.basis, best.shift)
+                                          : assess(independent, best.basis);
+    return kept.evidence < evidence_needed_of(independent.size());
+}
+
 std::string reason_for(const decision& of, bool another)
 {
     const assessment& best = of.candidates.front();
     if (of.interrupted) return "The search was interrupted: this is the best lattice so far.";
     if (of.competing > 1)
         return std::to_string(of.competing) + " lattices explain the reflections equally well.";
+    if (of.how == verdict::ambiguous && of.on_rows)
+        return "The best lattice explains rows of equally spaced reflections, and little beyond "
+               "them.";
     if (of.how == verdict::ambiguous)
         return "The best lattice indexes only " + percent(fraction_of(best))
                + " of the reflections.";
@@ -134,7 +153,12 @@ decision decide(const std::vector<vector3>& vectors, std::vector<assessment> can
                                 + std::to_string(fewest_reflections) + "."
                           : "The best lattice is no better than chance could make one.";
         return made;
-    } else if (made.competing > 1 || fraction_of(best) < (shifted(best) ? fraction_needed_with_shift : fraction_needed)) {
+    } else if (made.competing == 1 && rests_on_rows(vectors, best)) {
+        made.how = verdict::ambiguous;
+        made.on_rows = true;
+    } else if (made.competing > 1
+               || fraction_of(best)
+                      < (shifted(best) ? fraction_needed_with_shift : fraction_needed)) {
         made.how = verdict::ambiguous;
     } else {
         made.how = verdict::solved;

@@ -17,6 +17,7 @@ struct decision {
     std::size_t competing = 0;          // how many of them cannot be told apart
     double lead = 0.0;                  // evidence of the first against the sum of the others, nats
     bool interrupted = false;
+    bool on_rows = false; // the evidence is that of rows of equally spaced reflections
 };
 
 // Why there can be no answer at all, as a sentence; empty if there can.

@@ -47,7 +47,8 @@ std::vector<vector3> differences_from(std::size_t reference, const std::vector<v
         if (i != reference) places.push_back(i);
     if (!images.empty() && places.size() > most_differences)
         std::stable_sort(places.begin(), places.end(), [&](std::size_t i, std::size_t j) {
-            return std::abs(images[i] - images[reference]) < std::abs(images[j] - images[reference]);
+            return std::abs(images[i] - images[reference])
+                   < std::abs(images[j] - images[reference]);
         });
     if (places.size() > most_differences) places.resize(most_differences);
     std::vector<vector3> differences;
@@ -98,7 +99,8 @@ std::vector<assessment> find_shifted_lattices(const std::vector<vector3>& vector
         }
     }
     constexpr double competing_depth = 9.0;
-    std::erase_if(all, [&](const assessment& one) { return one.evidence < unshifted - competing_depth; });
+    std::erase_if(
+        all, [&](const assessment& one) { return one.evidence < unshifted - competing_depth; });
     if (sample.size() < vectors.size())
         for (assessment& one : all) one = assess_shifted(vectors, one.basis, one.shift);
     return all;

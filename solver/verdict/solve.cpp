@@ -113,8 +113,7 @@ bool differences_in_a_part(const std::vector<vector3>& vectors, const assessment
 {
     std::vector<std::array<int, 3>> inliers;
     for (std::size_t i = 0; i < vectors.size(); ++i)
-        if (one.inlier[i] > 0.5)
-            inliers.push_back(nearest_indices(one.basis.multiply(vectors[i])));
+        if (one.inlier[i] > 0.5) inliers.push_back(nearest_indices(one.basis.multiply(vectors[i])));
     constexpr int groups = 9;
     constexpr std::size_t in_group = 8;
     if (inliers.size() < in_group) return true;
@@ -161,9 +160,10 @@ std::vector<assessment> merged(const std::vector<assessment>& unshifted,
 {
     constexpr double same_within = 0.15;
     for (const assessment& one : unshifted) {
-        const auto same = std::find_if(shifted.begin(), shifted.end(), [&](const assessment& other) {
-            return same_lattice(one.basis, other.basis, same_within);
-        });
+        const auto same =
+            std::find_if(shifted.begin(), shifted.end(), [&](const assessment& other) {
+                return same_lattice(one.basis, other.basis, same_within);
+            });
         if (same == shifted.end())
             shifted.push_back(one);
         else if (same->evidence <= one.evidence)
@@ -256,8 +256,7 @@ private:
         made = decide(part, searched.lattices, searched.interrupted);
         if (over() || part.size() < fewest_for_shift) return made;
         if (beyond_shift(part, made, how_.seed)) return with_small_shift(part, made);
-        std::vector<assessment> rivals =
-            find_shifted_lattices(
+        std::vector<assessment> rivals = find_shifted_lattices(
             part, images_left(), searched.lattices, made.how == verdict::solved ? 2 : 3, limits);
         return decide(part, merged(searched.lattices, std::move(rivals)),
                       searched.interrupted || over());
@@ -273,8 +272,8 @@ private:
         for (const assessment& one : made.candidates)
             found_.candidates.push_back(described(part, one));
         if (made.how != verdict::refused)
-            found_.remarks =
-                remarks_on(part, made.candidates, made.competing, !how_.known.empty(), how_.lattices);
+            found_.remarks = remarks_on(part, made.candidates, made.competing, !how_.known.empty(),
+                                        how_.lattices);
     }
 
     // Takes the reflections of a lattice from those that are left.

@@ -28,7 +28,11 @@ constexpr double lead_needed = 2.5;
 // spots share by chance takes up to a fifth of a long list, with evidence beyond any doubt.
 constexpr double fraction_needed = 0.23;
 
-// The same for a lattice with a common shift. Where it leaves half of the reflections, more than the centre is
+// Lists up to this length must keep the evidence needed without the reflections that two others on a row predict
+// (independent.h). Rows by themselves do not reach the evidence that longer lists need.
+constexpr std::size_t most_checked_for_rows = 64;
+
+// The fraction for a lattice with a common shift. Where it leaves half of the reflections, more than the centre is
 // wrong.
 constexpr double fraction_needed_with_shift = 0.6;
 
