@@ -320,19 +320,19 @@ public:
         for (const vector3& q : pairing) shells_.push_back(shell_of(q.length(), rotations));
     }
 
-    proposed_orientations run(std::size_t most, const std::function<bool()>& over)
+    proposed_orientations run(const proposal_limits& limits, const std::function<bool()>& over)
     {
         proposed_orientations found;
         found.points = points_.size();
         for (const vector_pair& one : pairs()) {
             found.interrupted = over();
-            if (found.interrupted || found.choices + one.choices > most_choices) break;
+            if (found.interrupted || found.choices + one.choices > limits.choices) break;
             found.choices += one.choices;
-            const double room = most_orientations - found.orientations;
+            const double room = limits.orientations - found.orientations;
             if (room <= 0.0) break;
             found.orientations += try_all(one, room);
         }
-        found.best = list_.different(cell_, most);
+        found.best = list_.different(cell_, limits.most);
         return found;
     }
 
@@ -500,8 +500,8 @@ std::vector<vector3> representative(const std::vector<vector3>& vectors,
 
 proposed_orientations propose_orientations(const std::vector<vector3>& vectors,
                                            const std::vector<double>& intensities,
-                                           const given_cell& cell, double tolerance,
-                                           std::size_t most, const std::function<bool()>& over)
+                                           const given_cell& cell, const proposal_limits& limits,
+                                           const std::function<bool()>& over)
 {
     // Vectors beyond all points that are listed make no pairs.
     std::vector<vector3> within;
@@ -514,7 +514,7 @@ proposed_orientations propose_orientations(const std::vector<vector3>& vectors,
     }
     const std::vector<vector3> pairing = representative(within, strengths, most_pairing_vectors);
     const std::vector<vector3> scoring = representative(vectors, intensities, most_scoring_vectors);
-    return proposing(cell, tolerance, pairing, scoring).run(most, over);
+    return proposing(cell, limits.tolerance, pairing, scoring).run(limits, over);
 }
 
 bool same_orientation(const matrix3& D, const matrix3& E)

@@ -16,13 +16,20 @@
 
 namespace torvik::solver {
 
-// The limits of the work, whatever the list and the cell. Choices are pairs of points with the right lengths;
-// an orientation is a choice with the right angle.
+// The limits of the work, whatever the list and the cell: some milliseconds. Choices are pairs of points with the
+// right lengths; an orientation is a choice with the right angle.
 constexpr std::size_t most_pairing_vectors = 40;
 constexpr std::size_t most_scoring_vectors = 48;
 constexpr double most_points = 3e4;
 constexpr double most_choices = 3e6;
 constexpr double most_orientations = 3e4;
+
+struct proposal_limits {
+    double tolerance = 0.0; // part of a length by which all lengths of the cell may be off together
+    std::size_t most = 40;  // orientations that are returned
+    double choices = most_choices;
+    double orientations = most_orientations;
+};
 
 struct proposed_orientation {
     deformed_cell cell;
@@ -48,13 +55,11 @@ std::vector<vector3> representative(const std::vector<vector3>& vectors,
 //
 // Given:  vectors      1/angstrom
 //         intensities  as many, or none
-//         tolerance    part of a length by which all lengths of the cell may be off together
-//         most         orientations that are returned
 //         over         whether to stop; asked at least every few milliseconds
 proposed_orientations propose_orientations(const std::vector<vector3>& vectors,
                                            const std::vector<double>& intensities,
-                                           const given_cell& cell, double tolerance,
-                                           std::size_t most, const std::function<bool()>& over);
+                                           const given_cell& cell, const proposal_limits& limits,
+                                           const std::function<bool()>& over);
 
 // Whether two bases of shortest vectors of one cell are of the same lattice, to some hundredths of an index.
 bool same_orientation(const matrix3& D, const matrix3& E);

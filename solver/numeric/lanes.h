@@ -1,4 +1,4 @@
-// Vectors of eight floats or sixteen short integers, with the same results on every processor.
+// Vectors of eight floats, sixteen short integers or sixteen bytes, with the same results on every processor.
 #pragma once
 
 #include <array>
@@ -28,10 +28,13 @@ namespace torvik::solver {
 
 constexpr std::size_t float_lanes = 8;
 constexpr std::size_t short_lanes = 16;
+constexpr std::size_t byte_lanes = 16;
 using floats = float __attribute__((vector_size(32)));
 using ints = std::int32_t __attribute__((vector_size(32)));
 using shorts = std::int16_t __attribute__((vector_size(32)));
 using longs = std::int64_t __attribute__((vector_size(32)));
+// Every processor has these: they need no second kernel.
+using bytes = std::uint8_t __attribute__((vector_size(16)));
 
 // Whether this processor has AVX2.
 inline bool has_avx2()

@@ -31,7 +31,7 @@ constexpr std::size_t fewest_vectors = 4;
 // The search without the cell takes a sample of long lists, and few rounds; it needs six reflections in common.
 constexpr std::size_t most_searched = 400;
 constexpr int quick_rounds = 2;
-constexpr double most_enumerated = 2e6; // some 10 ms
+constexpr double most_enumerated = 8e6; // some 30 ms
 constexpr std::size_t fewest_searched = 6;
 
 // Refinements: of so many proposals of pairs on the vectors that scored them; on a sample of long lists; of so
@@ -40,6 +40,9 @@ constexpr std::size_t most_proposed = 40;
 constexpr std::size_t most_sampled_first = 200;
 constexpr std::size_t most_on_sample = 8;
 constexpr std::size_t most_on_all = 4;
+
+// What the second attempt by pairs may take, in units of the first.
+constexpr double patient_effort = 4.0;
 
 // Candidates that are named in the end.
 constexpr std::size_t most_named = 12;
@@ -199,14 +202,19 @@ public:
                                   + std::to_string(fewest_vectors) + ".";
             return result_;
         }
-        search_without_cells();
+        search_without_cells(quick_rounds);
         for (std::size_t i = 0; i < cells_.size(); ++i) take(i, from_free_lattices(cells_[i]));
         if (settled()) {
             look_beside();
         } else {
             result_.work.pairs = true;
             for (std::size_t i = 0; i < cells_.size() && !over(); ++i)
-                take(i, from_pairs(cells_[i]));
+                take(i, from_pairs(cells_[i], 1.0));
+            // Large cells with many outliers need more, and only these.
+            const bool enough =
+                !found_.empty() && found_[0].evidence >= evidence_needed_of(vectors_.size());
+            for (std::size_t i = 0; i < cells_.size() && !enough && !over(); ++i)
+                take(i, from_pairs(cells_[i], patient_effort));
         }
         take_near_symmetries();
         decide();
@@ -220,13 +228,14 @@ private:
         return interrupted_;
     }
 
-    void search_without_cells()
+    void search_without_cells(int rounds)
     {
-        if (vectors_.size() < fewest_searched || over()) return;
+        free_.clear();
+        if (searched_.size() < fewest_searched || over()) return;
         search_limits limits;
         limits.seed = limits_.seed;
         limits.over = [this] { return over(); };
-        limits.most_rounds = quick_rounds;
+        limits.rounds = rounds;
         limits.most_points = most_enumerated;
         for (const given_cell& cell : cells_)
             limits.shortest_axis =
@@ -234,7 +243,7 @@ private:
         free_ = search_lattices(searched_, limits).lattices;
     }
 
-    // Without these, what the lattices of the free search give.
+    // The orientations that the lattices of the free search give.
     std::vector<contender> from_free_lattices(const given_cell& cell)
     {
         std::vector<deformed_cell> starts;
@@ -246,11 +255,12 @@ private:
         return refined(cell, different(cell, starts));
     }
 
-    std::vector<contender> from_pairs(const given_cell& cell)
+    std::vector<contender> from_pairs(const given_cell& cell, double effort)
     {
-        const proposed_orientations proposed =
-            propose_orientations(vectors_, intensities_, cell, limits_.tolerance, most_proposed,
-                                 [this] { return over(); });
+        const proposed_orientations proposed = propose_orientations(
+            vectors_, intensities_, cell,
+            {limits_.tolerance, most_proposed, effort * most_choices, effort * most_orientations},
+            [this] { return over(); });
         result_.work.choices += proposed.choices;
         result_.work.orientations += proposed.orientations;
         std::vector<deformed_cell> starts;
@@ -352,12 +362,14 @@ private:
     void look_beside()
     {
         constexpr std::size_t fewest = 8;
+        constexpr double most_indexed = 0.75;
         const assessment best = found_[0];
+        if (best.indexed > most_indexed * static_cast<double>(vectors_.size())) return;
         const std::vector<vector3> left = unindexed_by(vectors_, best);
         if (left.size() < fewest || over()) return;
         searched_ = reflection_list(some_of(left, most_searched, limits_.seed));
         const std::vector<candidate_lattice> all = free_;
-        search_without_cells();
+        search_without_cells(1);
         const auto number = static_cast<std::size_t>(best.known);
         take(number, from_free_lattices(cells_[number]));
         searched_ = reflection_list(some_of(vectors_, most_searched, limits_.seed));
@@ -610,9 +622,21 @@ private:
             return;
         }
         made.lead = std::min(made.lead, -of.log_odds);
-        made.how = made.lead < lead_needed ? verdict::ambiguous : verdict::solved;
+        const bool spanned = spans_all(best);
+        made.how = made.lead < lead_needed || !spanned ? verdict::ambiguous : verdict::solved;
         made.reason =
             made.how == verdict::ambiguous ? text_of_relative(of) + " as well." : reason_of(best);
+    }
+
+    // Whether the inliers span the lattice. If they do not, as six of a genuine lattice may by chance, a smaller
+    // cell indexes them too, and the given one is confirmed by nothing. Of those in a plane this is not asked.
+    [[nodiscard]] bool spans_all(const assessment& best) const
+    {
+        std::vector<std::array<int, 3>> hits;
+        for (std::size_t i = 0; i < vectors_.size(); ++i)
+            if (best.inlier[i] > 0.5)
+                hits.push_back(nearest_indices(best.basis.multiply(vectors_[i])));
+        return index_of_span(hits) <= 1;
     }
 
     [[nodiscard]] std::string reason_of(const assessment& best) const

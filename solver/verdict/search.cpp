@@ -175,14 +175,13 @@ public:
                 found.clear = true;
                 break;
             }
-            if (found.rounds >= std::min(last_round, limits_.most_rounds)) break;
+            if (found.rounds >= limits_.rounds) break;
         }
         for (const pool_entry& one : pool_.entries()) found.lattices.push_back(one.lattice);
         return found;
     }
 
 private:
-    static constexpr int last_round = 4;
     static constexpr int quick_rounds = 2;
     static constexpr std::size_t few_reflections = 24;
     static constexpr std::size_t very_few_reflections = 12;

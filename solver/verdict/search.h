@@ -17,8 +17,8 @@ struct search_limits {
     double largest_volume = std::numeric_limits<double>::infinity();
     double shortest_axis = 2.5; // angstroms
     std::uint64_t seed = 1;
+    int rounds = 4; // at most: each takes about four times as long as the one before
     double most_points = 2e7; // of an enumeration: the larger ones are left out
-    int most_rounds = std::numeric_limits<int>::max(); // of the search; its own limit applies too
     std::function<bool()> over; // whether to stop; asked at least every few milliseconds
 };
 

@@ -15,6 +15,7 @@ namespace torvik::solver {
 namespace {
 
 constexpr int references = 3;
+constexpr int most_rounds = 3;
 constexpr std::size_t most_differences = 300;
 constexpr std::size_t most_refined = 4; // lattices of each reference
 constexpr std::size_t most_judging = 400;
@@ -75,6 +76,8 @@ std::vector<assessment> find_shifted_lattices(const std::vector<vector3>& vector
                                               const std::vector<assessment>& found,
                                               const search_limits& limits)
 {
+    search_limits quick = limits;
+    quick.rounds = most_rounds;
     random_numbers random(limits.seed + 1);
     const std::vector<std::size_t> judging = judging_places(vectors.size(), random);
     std::vector<vector3> sample;
@@ -89,7 +92,7 @@ std::vector<assessment> find_shifted_lattices(const std::vector<vector3>& vector
     for (int i = 0; i < references && !limits.over(); ++i) {
         const std::size_t reference = random.below(vectors.size());
         const reflection_list list(differences_from(reference, vectors, images));
-        const search_result searched = search_lattices(list, limits);
+        const search_result searched = search_lattices(list, quick);
         for (std::size_t k = 0; k < std::min(most_refined, searched.lattices.size()); ++k) {
             if (limits.over()) break;
             insert(assess_shifted(sample, searched.lattices[k].basis, vectors[reference]), all);

@@ -1,13 +1,15 @@
 // From measured vectors to an answer: the one function of the public header.
+#include "solver/evidence/shifted_lattice.h"
 #include "solver/lattice/cell.h"
 #include "solver/lattice/invalid_input.h"
 #include "solver/lattice/relations.h"
 #include "solver/numeric/functions.h"
 #include "solver/verdict/coincidence.h"
 #include "solver/verdict/decision.h"
-#include "solver/verdict/diagnosis.h"
 #include "solver/verdict/free_search.h"
 #include "solver/verdict/known_search.h"
+#include "solver/verdict/remarks.h"
+#include "solver/verdict/several_crystals.h"
 #include "solver/verdict/shift_search.h"
 #include "solver/verdict/thresholds.h"
 #include "torvik/solver.h"
@@ -134,10 +136,23 @@ bool beyond_shift(const std::vector<vector3>& vectors, const decision& made, std
 {
     if (made.how != verdict::solved) return false;
     const assessment& best = made.candidates.front();
+    if (!best.further_crystals.empty()) return true;
     const double side = cube_root(std::fabs(best.basis.determinant()));
     return best.indexed >= fraction_beyond_shift * static_cast<double>(best.inlier.size())
            && best.sigma * side <= error_beyond_shift
            && !differences_in_a_part(vectors, best, random_numbers(seed + 2));
+}
+
+// A decision on a lattice beyond doubt, with a small common shift if that explains the vectors better.
+decision with_small_shift(const std::vector<vector3>& vectors, const decision& made)
+{
+    const assessment& best = made.candidates.front();
+    if (!best.further_crystals.empty()) return made;
+    const assessment shifted = assess_shifted(vectors, best.basis, {});
+    if (!(shifted.evidence > best.evidence)) return made;
+    std::vector<assessment> candidates = made.candidates;
+    candidates.front() = shifted;
+    return decide(vectors, candidates, made.interrupted);
 }
 
 // Lattices without and with a shift; of one lattice the more evident.
@@ -236,9 +251,11 @@ private:
         limits.shortest_axis = how_.shortest_axis;
         limits.seed = how_.seed;
         limits.over = [this] { return over(); };
-        const free_search_result searched = find_lattices(part, limits);
+        free_search_result searched = find_lattices(part, limits);
+        searched.lattices = with_several_crystals(part, std::move(searched.lattices), limits.over);
         made = decide(part, searched.lattices, searched.interrupted);
-        if (over() || part.size() < fewest_for_shift || beyond_shift(part, made, how_.seed)) return made;
+        if (over() || part.size() < fewest_for_shift) return made;
+        if (beyond_shift(part, made, how_.seed)) return with_small_shift(part, made);
         std::vector<assessment> rivals =
             find_shifted_lattices(part, images_left(), searched.lattices, limits);
         return decide(part, merged(searched.lattices, std::move(rivals)),
@@ -254,8 +271,9 @@ private:
         found_.interrupted = made.interrupted;
         for (const assessment& one : made.candidates)
             found_.candidates.push_back(described(part, one));
-        if (made.how != verdict::refused && made.candidates.front().further_crystals.empty())
-            found_.remarks = diagnose(part, made.candidates.front());
+        if (made.how != verdict::refused)
+            found_.remarks =
+                remarks_on(part, made.candidates, made.competing, !how_.known.empty(), how_.lattices);
     }
 
     // Takes the reflections of a lattice from those that are left.

@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cmath>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -216,6 +216,31 @@ TEST(AKnownCell, IsRefusedIfItIsTwiceOrHalfTheTrueOne)
     }
 }
 
+// Six reflections of the true cell lie on every second point of the doubled one: no more can be known.
+TEST(AKnownCell, IsAmbiguousIfFewReflectionsLieOnAPartOfItsPoints)
+{
+    cell_parameters doubled = low_cell;
+    doubled[0] *= 2.0;
+    const simulated_crystal made = crystal_of(low_cell, 6, 0, 0.005, 1);
+    const known_result found = found_in(made.vectors, {{doubled, 'P'}});
+    EXPECT_EQ(found.made.how, verdict::ambiguous) << found.made.reason;
+    EXPECT_NE(found.made.reason.find("as well."), std::string::npos) << found.made.reason;
+}
+
+TEST(AKnownCell, IsFoundAmongOutliersIfItIsLarge)
+{
+    int right = 0;
+    for (std::uint64_t seed = 1; seed <= 6; ++seed) {
+        const cell_parameters cell = {16.0, 17.5, 20.0, 85.0, 100.0, 95.0};
+        const simulated_crystal made = crystal_of(cell, 20, 8, 0.02, seed);
+        const known_result found = found_in(made.vectors, {{cell, 'P'}});
+        if (found.made.how == verdict::solved
+            && same_lattice(found.made.candidates[0].basis, made.basis))
+            ++right;
+    }
+    EXPECT_GE(right, 5);
+}
+
 TEST(AKnownCell, IsNamedAmongSeveral)
 {
     const simulated_crystal made = crystal_of(low_cell, 20, 8, 0.02, 2);
@@ -279,9 +304,10 @@ TEST(TheWorkOfTheSearch, IsBoundedForAnyListAndCell)
             const cell_parameters cell = {side, 1.1 * side, 1.3 * side, 85.0, 100.0, 95.0};
             const known_result found = found_in(random_vectors(count, count), {{cell, 'P'}});
             EXPECT_EQ(found.made.how, verdict::refused);
-            EXPECT_LE(found.work.choices, most_choices);
-            EXPECT_LE(found.work.orientations, most_orientations);
-            EXPECT_LE(found.work.refined, 80U);
+            // Twice, the second time with four times as much.
+            EXPECT_LE(found.work.choices, 5.0 * most_choices);
+            EXPECT_LE(found.work.orientations, 5.0 * most_orientations);
+            EXPECT_LE(found.work.refined, 150U);
         }
 }
 
@@ -297,7 +323,6 @@ TEST(TheWorkOfTheSearch, IsThatOfTheSearchWithoutACellWhereThatSettlesIt)
 
 TEST(TheSearch, AsksWhetherToStopAndObeys)
 {
-    using clock = std::chrono::steady_clock;
     const std::vector<vector3> vectors = random_vectors(2000, 7);
     known_limits limits;
     int asked = 0;
@@ -310,17 +335,17 @@ TEST(TheSearch, AsksWhetherToStopAndObeys)
     EXPECT_GT(asked, 50);
     for (const int allowed : {0, 1, asked / 4, asked / 2, 3 * asked / 4}) {
         int left = allowed;
-        clock::time_point stopped;
+        std::clock_t stopped = 0;
         limits.over = [&] {
             if (left-- > 0) return false;
-            if (left == -1) stopped = clock::now();
+            if (left == -1) stopped = std::clock();
             return true;
         };
         const known_result found = find_known(vectors, {}, {cell}, limits);
-        const std::chrono::duration<double, std::milli> after = clock::now() - stopped;
+        const double after = 1e3 * static_cast<double>(std::clock() - stopped) / CLOCKS_PER_SEC;
         EXPECT_TRUE(found.made.interrupted) << allowed;
         EXPECT_NE(found.made.how, verdict::solved) << allowed;
-        EXPECT_LT(after.count(), 50.0) << allowed;
+        EXPECT_LT(after, 50.0) << allowed;
     }
 }
 
