@@ -103,7 +103,7 @@ lattice described(const std::vector<vector3>& vectors, const assessment& one)
 }
 
 // A lattice and a shift are twelve parameters.
-constexpr std::size_t fewest_for_shift = 10;
+constexpr std::size_t fewest_for_shift = 14;
 
 // Whether the inliers lie on the points of a sublattice but for a shift: a cell some times too large then takes all
 // of them, however small their errors are. Looked at are the differences within some groups of eight by chance,
@@ -257,7 +257,8 @@ private:
         if (over() || part.size() < fewest_for_shift) return made;
         if (beyond_shift(part, made, how_.seed)) return with_small_shift(part, made);
         std::vector<assessment> rivals =
-            find_shifted_lattices(part, images_left(), searched.lattices, limits);
+            find_shifted_lattices(
+            part, images_left(), searched.lattices, made.how == verdict::solved ? 2 : 3, limits);
         return decide(part, merged(searched.lattices, std::move(rivals)),
                       searched.interrupted || over());
     }
