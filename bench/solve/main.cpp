@@ -82,24 +82,27 @@ vectors oflargecell(std::uint64_t seed)
     return listof(tools::simulate(asked).vectors());
 }
 
-// As a spot finder gives them: most of one crystal, a fifth of another one, a tenth of neither, and every
-// third spot found on two images.
+// As a spot finder gives them: 900 of one crystal, 250 of another one, 150 of neither, and 700 of these found
+// on a second image.
 vectors asfound(std::uint64_t seed)
 {
-    simulationrequest asked = crystal(1500, 150, 0.02, seed);
+    simulationrequest asked = crystal(900, 0, 0.02, seed);
     asked.volume = 2e4;
     asked.smallestd = 1.5;
-    asked.lattices = 2;
-    asked.parts = {0.8, 0.2};
-    const tools::simulated made = tools::simulate(asked);
-    auto list = made.vectors();
-    tools::randomnumbers random(seed + 1);
+    auto list = tools::simulate(asked).vectors();
+    asked.reflections = 400;
+    asked.wrong = 150;
+    asked.seed = seed + 1000;
+    const auto others = tools::simulate(asked).vectors();
+    list.insert(list.end(), others.begin(), others.end());
+    tools::randomnumbers random(seed);
     const double error = 0.01 / std::cbrt(asked.volume);
     const auto off = [&] { return random.between(-error, error); };
-    for (std::size_t i = 0; i < 500; ++i) {
+    constexpr std::size_t repeats = 700;
+    for (std::size_t i = 0; i < repeats; ++i) {
         const double x = off();
         const double y = off();
-        list.push_back(list[3 * i] + tools::vector3(x, y, off()));
+        list.push_back(list[13 * i % 1300] + tools::vector3(x, y, off()));
     }
     return listof(list);
 }

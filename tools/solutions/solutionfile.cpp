@@ -2,7 +2,6 @@
 
 #include "base/table.h"
 #include "base/terminal.h"
-#include "solutions/deciding.h"
 #include "solver/lattice/bravais.h"
 #include "solver/lattice/misorientation.h"
 #include "solver/lattice/relations.h"
@@ -235,21 +234,6 @@ std::string word_for(solver::verdict how)
     }
 }
 
-std::vector<std::string> remarks_of(const solved_measurement& solved)
-{
-    const solver::answer& found = solved.found;
-    std::vector<std::string> remarks = found.remarks;
-    if (found.lattices.empty()) return remarks;
-    if (found.how == verdict::ambiguous && found.competing > 1)
-        remarks.push_back(deciding_reflection(found.candidates[0], found.candidates[1]));
-    const std::size_t crystals = 1 + found.lattices[0].further.size();
-    if (crystals > 1 && static_cast<std::size_t>(solved.options.lattices) < crystals)
-        remarks.push_back("With --lattices " + std::to_string(crystals)
-                          + " all these crystals are indexed.");
-    std::erase(remarks, std::string());
-    return remarks;
-}
-
 nlohmann::ordered_json solution_json(const solved_measurement& solved)
 {
     const solver::answer& found = solved.found;
@@ -262,7 +246,7 @@ nlohmann::ordered_json solution_json(const solved_measurement& solved)
     file["verdict"] = word_for(found.how);
     file["reason"] = found.reason;
     file["interrupted"] = found.interrupted;
-    file["remarks"] = remarks_of(solved);
+    file["remarks"] = found.remarks;
     if (known) file["known"] = nullptr;
     if (known) file["tolerance"] = solved.options.known_tolerance;
     file["cell"] = nullptr;
@@ -298,9 +282,8 @@ std::string screenful(const solved_measurement& solved, bool colourful)
     if (found.how == verdict::refused && !found.candidates.empty())
         page +=
             "\n  The best of them, not to be trusted\n     " + line_of(found.candidates[0]) + "\n";
-    const std::vector<std::string> remarks = remarks_of(solved);
-    if (!remarks.empty()) page += "\n";
-    for (const std::string& remark : remarks) page += remark + "\n";
+    if (!found.remarks.empty()) page += "\n";
+    for (const std::string& remark : found.remarks) page += remark + "\n";
     return page;
 }
 

@@ -6,7 +6,6 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include <string>
-#include <vector>
 
 namespace torvik::tools {
 
@@ -18,9 +17,6 @@ std::string solution_text(const solved_measurement& solved);
 
 // What a person wants to know, in a screenful.
 std::string screenful(const solved_measurement& solved, bool colourful);
-
-// The remarks of the answer, and what the options of the command can do about them.
-std::vector<std::string> remarks_of(const solved_measurement& solved);
 
 // "solved", "ambiguous" or "refused".
 std::string word_for(solver::verdict how);
