@@ -44,6 +44,9 @@ constexpr std::size_t most_on_all = 4;
 // What the second attempt by pairs may take, in units of the first.
 constexpr double patient_effort = 4.0;
 
+// A lattice beyond doubt indexes this part of the vectors at least.
+constexpr double least_clear = 0.4;
+
 // Candidates that are named in the end.
 constexpr std::size_t most_named = 12;
 
@@ -212,7 +215,8 @@ public:
                 take(i, from_pairs(cells_[i], 1.0));
             // Large cells with many outliers need more, and only these.
             const bool enough =
-                !found_.empty() && found_[0].evidence >= evidence_needed_of(vectors_.size());
+                another_lattice_is_clear()
+                || (!found_.empty() && found_[0].evidence >= evidence_needed_of(vectors_.size()));
             for (std::size_t i = 0; i < cells_.size() && !enough && !over(); ++i)
                 take(i, from_pairs(cells_[i], patient_effort));
         }
@@ -349,13 +353,20 @@ private:
         if (found_.size() > most_named) found_.pop_back();
     }
 
+    // Whether the free search has found a lattice beyond doubt that no candidate is.
+    [[nodiscard]] bool another_lattice_is_clear() const
+    {
+        if (free_.empty()) return false;
+        const auto count = static_cast<double>(searched_.size());
+        return free_[0].evidence >= 20.0 + 0.1 * count && free_[0].inliers >= least_clear * count;
+    }
+
     // Whether the free search has found a cell beyond doubt. The limits are those of its first rounds.
     [[nodiscard]] bool settled() const
     {
-        constexpr double most = 0.4;
         if (found_.empty()) return false;
         const auto count = static_cast<double>(vectors_.size());
-        return found_[0].evidence >= 20.0 + 0.1 * count && found_[0].indexed >= most * count;
+        return found_[0].evidence >= 20.0 + 0.1 * count && found_[0].indexed >= least_clear * count;
     }
 
     // Looks for another crystal of the cell in what the best candidate leaves.

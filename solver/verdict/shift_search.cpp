@@ -15,7 +15,6 @@ namespace torvik::solver {
 namespace {
 
 constexpr int references = 3;
-constexpr int most_rounds = 3;
 constexpr std::size_t most_differences = 300;
 constexpr std::size_t most_refined = 4; // lattices of each reference
 constexpr std::size_t most_judging = 400;
@@ -73,11 +72,11 @@ std::vector<std::size_t> judging_places(std::size_t count, random_numbers& rando
 
 std::vector<assessment> find_shifted_lattices(const std::vector<vector3>& vectors,
                                               const std::vector<int>& images,
-                                              const std::vector<assessment>& found,
+                                              const std::vector<assessment>& found, int rounds,
                                               const search_limits& limits)
 {
     search_limits quick = limits;
-    quick.rounds = most_rounds;
+    quick.rounds = rounds;
     random_numbers random(limits.seed + 1);
     const std::vector<std::size_t> judging = judging_places(vectors.size(), random);
     std::vector<vector3> sample;

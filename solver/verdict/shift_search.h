@@ -15,10 +15,11 @@ namespace torvik::solver {
 //            images   their numbers; empty if there are none. Differences are taken between near images, since
 //                     a shift of the detector is constant in the frame of the crystal there
 //            found    the lattices found without a shift: they are refined with one too
+//            rounds   of each search (search.h)
 // Returned:  lattices with a shift, each once, the best first
 std::vector<assessment> find_shifted_lattices(const std::vector<vector3>& vectors,
                                               const std::vector<int>& images,
-                                              const std::vector<assessment>& found,
+                                              const std::vector<assessment>& found, int rounds,
                                               const search_limits& limits);
 
 } // namespace torvik::solver

@@ -257,7 +257,8 @@ private:
         if (over() || part.size() < fewest_for_shift) return made;
         if (beyond_shift(part, made, how_.seed)) return with_small_shift(part, made);
         std::vector<assessment> rivals =
-            find_shifted_lattices(part, images_left(), searched.lattices, limits);
+            find_shifted_lattices(
+            part, images_left(), searched.lattices, made.how == verdict::solved ? 2 : 3, limits);
         return decide(part, merged(searched.lattices, std::move(rivals)),
                       searched.interrupted || over());
     }

@@ -34,7 +34,7 @@ constexpr double fraction_needed_with_shift = 0.6;
 
 // A solved lattice is held against one with a shift unless it indexes so many of the reflections with errors so
 // small, as a part of the mean distance of lattice points: a shift of a tenth of an axis makes them larger.
-constexpr double fraction_beyond_shift = 0.9;
+constexpr double fraction_beyond_shift = 0.75;
 constexpr double error_beyond_shift = 0.05;
 
 // The fewest reflections that can determine a lattice beyond doubt: three make it, and the others must confirm
