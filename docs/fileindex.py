@@ -14,7 +14,7 @@ begin, end = "<!-- file index -->\n", "<!-- end of the file index -->\n"
 # In the order of the way of the data.
 folders = {"src": ["driver", "geometry", "volumes", "search", "superlattices", "store", "report",
                    "numeric", "text"],
-           "solver": ["lattice", "evidence", "verdict"]}
+           "solver": ["include", "candidates", "evidence", "verdict", "lattice", "numeric"]}
 
 
 def sentence(header):
@@ -30,8 +30,8 @@ def index():
             sys.exit(f"The folders of {room} have changed: {' '.join(found)}. Name them in {__file__}.")
         for folder in (f"{room}/{name}" for name in named):
             lines += [f"\n### {folder}\n\n", "| Header | What it is |\n", "|---|---|\n"]
-            for header in sorted((project / folder).glob("*.h")):
-                lines.append(f"| [{header.stem}](../{folder}/{header.name}) | {sentence(header)} |\n")
+            for header in sorted((project / folder).rglob("*.h")):
+                lines.append(f"| [{header.stem}](../{header.relative_to(project)}) | {sentence(header)} |\n")
     return "".join(lines) + "\n"
 
 

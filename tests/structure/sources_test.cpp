@@ -100,7 +100,7 @@ const std::map<std::string, std::set<std::string>> solverfolders = {
     {"numeric", {"numeric"}},
     {"lattice", {"lattice", "numeric"}},
     {"evidence", {"evidence", "lattice", "numeric"}},
-    {"candidates", {"candidates", "lattice", "numeric"}},
+    {"candidates", {"candidates", "evidence", "lattice", "numeric"}},
     {"verdict", {"verdict", "candidates", "evidence", "lattice", "numeric"}},
     {"solver", {"verdict", "candidates", "evidence", "lattice", "numeric"}}, // public headers
 };
