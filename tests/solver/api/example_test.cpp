@@ -44,16 +44,15 @@ TEST(TheExampleOfTheSolver, PrintsWhatItsPageShows)
 
 TEST(TheExampleOfTheSolver, EndsWithTheSentenceOfAnError)
 {
-    const commandresult run = resultof("'" TORVIK_SOLVER_EXAMPLE "' 2>&1 < /dev/null");
-    EXPECT_EQ(run.status, 2);
-    EXPECT_EQ(run.output, "There are no reflections.\n");
+    const commandresult run = resultof("'" TORVIK_SOLVER_EXAMPLE "' < /dev/null; echo status $?");
+    EXPECT_EQ(run.output, "There are no reflections.\nstatus 2\n");
 }
 
 TEST(ThePageOnTheSolver, NamesEveryMemberOfThePublicStructs)
 {
     const std::string text = page();
     const auto members = matchesin(readfile(project + "/solver/include/torvik/solver.h"),
-                                   R"(\n {4,}[^/\n]*?(\w+)(?: = [^;\n]*|\{[^;\n]*\})?;)");
+                                   R"(\n {4,}[^/\n]*?(\w+)(?: = [^;)\n]*|\{[^;\n]*\})?;)");
     EXPECT_GE(members.size(), 35U);
     for (const std::string& name : members)
         EXPECT_NE(text.find("`" + name + "`"), std::string::npos) << name;
