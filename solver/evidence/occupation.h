@@ -13,11 +13,11 @@
 //     2^(n+m) integral of f^n (1-f)^m df = 2^(n+m) n! m! / (n+m+1)!
 //
 // times the likelihood that they have if all points are equally probable. There are seven such halves, those
-// of the sublattices of index 2, and the prior probability that one of them is preferred is 2 %.
+// of the sublattices of index 2, and the prior probability that one of them is preferred is 0.2 %.
 
 namespace torvik::solver {
 
-constexpr double superstructure_prior = 0.02;
+constexpr double superstructure_prior = 0.002;
 
 // Gives what the evidence of a lattice gains, nats: at least log(1 - superstructure_prior).
 double occupation_gain(const std::vector<vector3>& vectors, const assessment& lattice);

@@ -103,7 +103,7 @@ lattice described(const std::vector<vector3>& vectors, const assessment& one)
 }
 
 // A lattice and a shift are twelve parameters.
-constexpr std::size_t fewest_for_shift = 10;
+constexpr std::size_t fewest_for_shift = 14;
 
 // Whether the inliers lie on the points of a sublattice but for a shift: a cell some times too large then takes all
 // of them, however small their errors are. Looked at are the differences within some groups of eight by chance,
