@@ -1,4 +1,4 @@
-// The page on calling the solver: its example, what that prints, and the members that it lists.
+// The pages on the solver: the example and what it prints, the members, limits and constants that they list.
 #include "support/commands.h"
 #include "support/runs.h"
 
@@ -56,6 +56,24 @@ TEST(ThePageOnTheSolver, NamesEveryMemberOfThePublicStructs)
     EXPECT_GE(members.size(), 35U);
     for (const std::string& name : members)
         EXPECT_NE(text.find("`" + name + "`"), std::string::npos) << name;
+}
+
+// Rows that name a constant, its value and its source.
+TEST(ThePageOnTheVerdict, HasTheValuesOfConstantsElsewhere)
+{
+    const std::string text = readfile(project + "/docs/solve.md");
+    const std::string row = R"(\n\| `(\w+)` \| [\d.]+ \| [^|\n]* \| `solver/[\w/.]+` \|)";
+    const auto names = matchesin(text, row);
+    ASSERT_GE(names.size(), 4U);
+    for (const std::string& name : names) {
+        const std::string begin = "\\| `" + name + "` \\| ";
+        const auto values = matchesin(text, begin + R"(([\d.]+) \|)");
+        const auto files = matchesin(text, begin + R"([\d.]+ \| [^|\n]* \| `([\w/.]+)`)");
+        ASSERT_EQ(values.size(), 1U) << name;
+        ASSERT_EQ(files.size(), 1U) << name;
+        const std::string source = readfile(project + "/" + files[0]);
+        EXPECT_NE(source.find(" " + name + " = " + values[0] + ";"), std::string::npos) << name;
+    }
 }
 
 // The limits of the verdict are constants of one header.
