@@ -14,8 +14,8 @@ if(WIN32) # there a program lies in a folder of its own, with all that belongs t
 endif()
 
 install(TARGETS Torvik RUNTIME DESTINATION ${torvik_bindir})
-# What a user reads: the chapters of the manual, and what they refer to. README.md, CONTRIBUTING.md
-# and docs/architecture.md are for those who have the sources.
+# What a user reads: the chapters of the manual, and what they refer to. README.md, CONTRIBUTING.md,
+# docs/architecture.md and docs/solver-api.md are for those who have the sources.
 install(FILES CHANGELOG.md LICENSE DESTINATION ${torvik_docdir})
 install(FILES docs/formats.md docs/limits.md docs/method.md docs/performance.md docs/success.md
               docs/trust.md

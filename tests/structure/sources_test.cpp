@@ -100,9 +100,9 @@ const std::map<std::string, std::set<std::string>> solverfolders = {
     {"numeric", {"numeric"}},
     {"lattice", {"lattice", "numeric"}},
     {"evidence", {"evidence", "lattice", "numeric"}},
-    {"candidates", {"candidates", "lattice", "numeric"}},
+    {"candidates", {"candidates", "evidence", "lattice", "numeric"}},
     {"verdict", {"verdict", "candidates", "evidence", "lattice", "numeric"}},
-    {"solver", {"verdict", "candidates", "evidence", "lattice", "numeric"}}, // public headers
+    {"torvik", {}}, // the public header, which users of the library include by itself
 };
 
 // What a line includes, with its quotes or brackets; empty if nothing.
@@ -114,12 +114,14 @@ std::string includedin(const std::string& line)
 }
 
 // Says whether a file in a folder of the solver may include this: its own headers by their paths, and in
-// the direction of the arrows; gemmi's; those of the standard library, which have no dot and no slash.
+// the direction of the arrows; the public header in the highest folder alone; gemmi's; those of the standard
+// library, which have no dot and no slash.
 bool solvermayinclude(const std::string& folder, const std::string& included)
 {
     static const std::regex own(R"re("solver/([a-z]+)/\w+\.h")re");
     static const std::regex foreign(R"(<(gemmi/\w+\.hpp|[a-z_]+)>)");
     std::smatch match;
+    if (included == "\"torvik/solver.h\"") return folder == "verdict";
     if (std::regex_match(included, match, own)) return solverfolders.at(folder).contains(match[1]);
     return std::regex_match(included, foreign);
 }
@@ -152,6 +154,9 @@ TEST(Sources, OfTheSolverMayNotIncludeUpwardsOrOutside)
     EXPECT_FALSE(solvermayinclude("lattice", "\"solver/evidence/mixture.h\""));
     EXPECT_FALSE(solvermayinclude("evidence", "\"solver/verdict/diagnosis.h\""));
     EXPECT_FALSE(solvermayinclude("evidence", "\"solver/candidates/pool.h\""));
+    EXPECT_FALSE(solvermayinclude("evidence", "\"torvik/solver.h\""));
+    EXPECT_FALSE(solvermayinclude("torvik", "\"solver/lattice/linear.h\""));
+    EXPECT_TRUE(solvermayinclude("verdict", "\"torvik/solver.h\""));
     EXPECT_FALSE(solvermayinclude("verdict", "\"base/failure.h\""));
     EXPECT_FALSE(solvermayinclude("verdict", "\"numeric/arrays.h\""));
     EXPECT_FALSE(solvermayinclude("verdict", "<nlohmann/json.hpp>"));
