@@ -72,7 +72,7 @@ struct ball {
 direct_vectors enumerate_direct_vectors(std::span<const vector3> sample,
                                         const anchor_places& anchors, const ball& within);
 
-// The same, point by point in double precision: what the fast enumeration is held against.
+// The same, one point and one reflection after the other: what the fast enumeration must equal in all bits.
 direct_vectors plain_direct_vectors(std::span<const vector3> sample, const anchor_places& anchors,
                                     const ball& within);
 

@@ -136,6 +136,7 @@ float quick_logarithm(double x)
 double cube_root(double x)
 {
     if (!(x > 0.0) || x == infinite) return x;
+    if (x < std::numeric_limits<double>::min()) return cube_root(x * 0x1p54) * 0x1p-18;
     double root = exponential(logarithm(x) / 3.0);
     root -= (root * root * root - x) / (3.0 * root * root);
     return root;

@@ -16,10 +16,10 @@ double cosine(double x);               // radians, of a magnitude up to 1e6
 double arccosine(double x);            // radians; arguments beyond -1..1 count as these
 double arctangent(double y, double x); // the angle of the point (x, y), radians, from -pi to pi
 
-// The logarithm of the gamma function of a number above 0, with an error below 1e-10.
+// The logarithm of the gamma function of a number above 0, with an error below 1e-12, or 1e-15 of it.
 double log_gamma(double x);
 
-// The logarithm of a positive normal number with an error below 1e-6, in a fifth of the time.
+// The logarithm x of a positive normal number with an error below 2e-7 + 1.3e-7 |x|, in a fifth of the time.
 float quick_logarithm(double x);
 
 // log(e^x + e^y), also for minus infinity.

@@ -6,10 +6,10 @@
 #include <cstdint>
 #include <cstring>
 
-// A kernel is written once with these types, as an inline function marked TORVIK_INLINED, and compiled
-// twice: for any processor, and (TORVIK_AVX2) for one with AVX2, which is chosen at run time. Every lane is
-// rounded after each operation, products and sums are never fused, and sums over lanes are taken in one
-// order, so both give the same bits.
+// A kernel is written once with these types, as an inline function marked TORVIK_SOLVER_INLINED, and compiled
+// twice: for any processor, and (TORVIK_SOLVER_AVX2) for one with AVX2, which is chosen at run time. Every
+// lane is rounded after each operation, products and sums are never fused, and sums over lanes are taken in
+// one order, so both give the same bits. TORVIK_SOLVER_WITHOUT_AVX2 leaves the second out.
 
 // A compiler warns that such vectors are passed differently to functions with AVX than to others. None is
 // passed: all that takes or returns them is inlined.
@@ -17,7 +17,7 @@
 
 namespace torvik::solver {
 
-#if defined(__x86_64__)                                                                            \
+#if defined(__x86_64__) && !defined(TORVIK_SOLVER_WITHOUT_AVX2)                                    \
     && (!defined(_WIN32) || defined(__clang__) || defined(TORVIK_UNALIGNED_MOVES))
 #define TORVIK_SOLVER_AVX2 __attribute__((target("avx2")))
 #define TORVIK_SOLVER_MAY_USE_AVX2
@@ -105,7 +105,7 @@ TORVIK_SOLVER_INLINED floats exponential(const floats& exponent)
     return p * bits_as<floats>(scale);
 }
 
-// The natural logarithm of positive normal numbers, with an absolute error below 2e-7 + 1e-7 |log x|.
+// The natural logarithm of positive normal numbers, with an absolute error below 2e-7 + 1.3e-7 |log x|.
 TORVIK_SOLVER_INLINED floats logarithm(const floats& x)
 {
     constexpr float ln2 = 0.693147181F;
