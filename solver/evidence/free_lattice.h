@@ -53,6 +53,8 @@ struct assessment {
     std::vector<matrix3> further_crystals = {};
     // The standard deviation of the scale that a known cell was given, as a part of it.
     double scale_deviation = 0.0;
+    double sigma_along_normal =
+        0.0;            // of errors along the Ewald sphere's normal (sphere_errors.h); 0: as sigma
     vector3 shift = {}; // common to all vectors (shifted_lattice.h), 1/angstrom; 0 if there is none
 };
 

@@ -1,5 +1,7 @@
 // From measured vectors to an answer: the one function of the public header.
+#include "solver/evidence/occupation.h"
 #include "solver/evidence/shifted_lattice.h"
+#include "solver/evidence/sphere_errors.h"
 #include "solver/lattice/cell.h"
 #include "solver/lattice/invalid_input.h"
 #include "solver/lattice/relations.h"
@@ -48,8 +50,8 @@ void check(const measurement& measured, const options& how)
     check(count > 0, "There are no reflections.");
     const auto fits = [&](std::size_t size) { return size == 0 || size == count; };
     check(fits(measured.intensities.size()) && fits(measured.images.size())
-              && fits(measured.errors.size()) && fits(measured.normals.size()),
-          "Intensities, images, errors and normals must be as many as the vectors, or none.");
+              && fits(measured.normals.size()),
+          "Intensities, images and normals must be as many as the vectors, or none.");
     for (const vec3& v : measured.vectors)
         check(std::isfinite(v[0]) && std::isfinite(v[1]) && std::isfinite(v[2]),
               "A vector has a component that is not a finite number.");
@@ -60,10 +62,12 @@ void check(const measurement& measured, const options& how)
     check(how.lattices >= 1, "At least one lattice must be looked for.");
 }
 
-// The covariance of UB: s^2 (H^T H)^-1 for each of its rows.
+// The covariance of UB: s^2 (H^T H)^-1 for each of its rows if errors are equal in all directions.
 std::array<std::array<double, 9>, 9> covariance_of(const std::vector<vector3>& vectors,
+                                                   const std::vector<vector3>& normals,
                                                    const assessment& one)
 {
+    if (one.sigma_along_normal > 0.0) return covariance_on_sphere(vectors, normals, one);
     std::array<std::array<double, 9>, 9> covariance = {};
     matrix3 hh(0.0);
     for (std::size_t i = 0; i < vectors.size(); ++i) {
@@ -87,13 +91,15 @@ assessment reduced_setting(assessment one)
     return one;
 }
 
-lattice described(const std::vector<vector3>& vectors, const assessment& one)
+lattice described(const std::vector<vector3>& vectors, const std::vector<vector3>& normals,
+                  const assessment& one)
 {
     lattice found;
     found.basis = external(one.basis);
-    found.covariance = covariance_of(vectors, one);
+    found.covariance = covariance_of(vectors, normals, one);
     found.evidence = one.evidence;
     found.sigma = one.sigma;
+    found.sigma_along_normal = one.sigma_along_normal;
     found.outlier_fraction = one.outlier_fraction;
     found.indexed = one.indexed;
     found.known = one.known;
@@ -179,6 +185,7 @@ public:
         : how_(how), report_(report), stop_(std::move(stop)), end_(clock::now() + how.budget)
     {
         for (const vec3& v : measured.vectors) vectors_.push_back(internal(v));
+        for (const vec3& v : measured.normals) normals_.push_back(internal(v));
         images_ = measured.images;
         intensities_ = measured.intensities;
         left_.resize(vectors_.size());
@@ -217,6 +224,30 @@ private:
         return part;
     }
 
+    [[nodiscard]] std::vector<vector3> normals_left() const
+    {
+        std::vector<vector3> normals;
+        if (normals_.empty()) return normals;
+        for (const std::size_t i : left_) normals.push_back(normals_[i]);
+        return normals;
+    }
+
+    // Lets errors along the normals of the Ewald sphere differ where that explains the vectors better.
+    void refine_on_sphere(const std::vector<vector3>& part, std::vector<assessment>& lattices) const
+    {
+        const std::vector<vector3> normals = normals_left();
+        for (assessment& one : lattices) {
+            if (over()) return;
+            assessment refined = assess_on_sphere(part, normals, one);
+            if (!std::isfinite(refined.evidence)) continue;
+            refined.evidence += occupation_gain(part, refined);
+            if (refined.evidence > one.evidence) one = refined;
+        }
+        std::stable_sort(
+            lattices.begin(), lattices.end(),
+            [](const assessment& p, const assessment& q) { return p.evidence > q.evidence; });
+    }
+
     [[nodiscard]] std::vector<int> images_left() const
     {
         std::vector<int> images;
@@ -252,6 +283,7 @@ private:
         limits.seed = how_.seed;
         limits.over = [this] { return over(); };
         free_search_result searched = find_lattices(part, limits);
+        if (!normals_.empty()) refine_on_sphere(part, searched.lattices);
         searched.lattices = with_several_crystals(part, std::move(searched.lattices), limits.over);
         made = decide(part, searched.lattices, searched.interrupted);
         if (over() || part.size() < fewest_for_shift) return made;
@@ -270,7 +302,7 @@ private:
         found_.lead = made.lead;
         found_.interrupted = made.interrupted;
         for (const assessment& one : made.candidates)
-            found_.candidates.push_back(described(part, one));
+            found_.candidates.push_back(described(part, normals_left(), one));
         if (made.how != verdict::refused)
             found_.remarks = remarks_on(part, made.candidates, made.competing, !how_.known.empty(),
                                         how_.lattices);
@@ -279,7 +311,7 @@ private:
     // Takes the reflections of a lattice from those that are left.
     void take(const std::vector<vector3>& part, const assessment& one, int number)
     {
-        found_.lattices.push_back(described(part, one));
+        found_.lattices.push_back(described(part, normals_left(), one));
         std::vector<std::size_t> others;
         for (std::size_t i = 0; i < left_.size(); ++i) {
             assignment& of = found_.reflections[left_[i]];
@@ -301,6 +333,7 @@ private:
     clock::time_point end_;
     std::vector<vector3> vectors_;
     std::vector<std::size_t> left_; // places of the reflections that no lattice has taken yet
+    std::vector<vector3> normals_;
     std::vector<int> images_;
     std::vector<double> intensities_;
     answer found_;
