@@ -1,4 +1,6 @@
 # Compares what programs print with what a reference prints: cmake -D reference=.. -D "programs=..;.." -P compare.cmake
+cmake_minimum_required(VERSION 3.21)
+
 function(run program printed)
     execute_process(COMMAND ${program} OUTPUT_VARIABLE text RESULT_VARIABLE status)
     if(NOT status EQUAL 0 OR NOT text MATCHES " all\n$")
