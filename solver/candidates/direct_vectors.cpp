@@ -25,7 +25,7 @@ constexpr double long_enough = 0.75;
 constexpr double log_most_by_chance = 4.0;
 
 // Where distances from whole products are looked at, more vectors are let in by their hits.
-constexpr double log_most_before_distances = 6.5;
+constexpr double log_most_before_distances = 5.5;
 
 // How many are kept, and how many of these in the plane of the two best: with a cell of 4 x 5 x 80
 // angstroms a thousand vectors of the short plane are shorter than the third axis, and all of them take

@@ -60,8 +60,8 @@ constexpr double free_angle = 3.0; // degrees
 constexpr int largest_index = 6;
 
 // The prior probability that the crystal has one of the 40 sub- and superlattices of index 2 and 3 of the cell,
-// each: as that of a superstructure (occupation.h).
-constexpr double relative_prior = superstructure_prior / 40.0;
+// 2 % for all of them together.
+constexpr double relative_prior = 0.02 / 40.0;
 
 std::string percent(double part, int decimals = 0)
 {
