@@ -4,7 +4,8 @@
 #   scripts/package.sh            makes them, in build/packages: for Debian; for any Linux on x86-64 and
 #                                 on 64-bit Arm; for Windows
 #   scripts/package.sh --check    makes them, then runs each where it is meant to run, on all examples
-#                                 and kept cases: all have to write the same bytes. Takes minutes
+#                                 and kept cases: all have to write the same bytes; and compares the
+#                                 answers of the solver on these processors. Takes minutes
 #
 # Installs what it needs where it is missing. The Debian package is for the release of this machine.
 set -euo pipefail
@@ -13,7 +14,7 @@ cd "$(dirname "$0")/.."
 packages=$PWD/build/packages
 
 usage() {
-    sed -n '4,7p' "$0" >&2
+    sed -n '4,8p' "$0" >&2
     exit 1
 }
 
@@ -153,6 +154,40 @@ checkprocessors() {
     compare "on a processor with AVX2" "$work/haswell" qemu-x86_64 -cpu Haswell "$PWD/build/Torvik"
 }
 
+# Builds the program that prints hashes of the solver's answers.
+buildanswers() {
+    local program=$1 compiler=$2
+    shift 2
+    "$compiler" -O2 -std=c++20 -ffp-contract=off -I. -Isolver/include "$@" \
+        solver/*/*.cpp tests/solver/builds/answers.cpp -o "$program"
+}
+
+# Runs a command that prints these hashes, and compares with what the program built here prints.
+compareanswers() {
+    local what=$1 printed
+    shift
+    if printed=$("$@") && [ "$printed" = "$answers" ]; then
+        echo "The same answers of the solver: $what"
+    else
+        echo "NOT the same answers of the solver: $what"
+        diff <(echo "$answers") <(echo "$printed") | head -n 5 || true
+        failed=1
+    fi
+}
+
+checksolver() {
+    local answers
+    # A cross compiler must not find the other headers of this machine.
+    mkdir -p "$work/headers"
+    ln -s /usr/include/gemmi "$work/headers/gemmi"
+    quietly buildanswers "$work/answers" g++
+    quietly buildanswers "$work/armanswers" aarch64-linux-gnu-g++ -isystem "$work/headers" -static
+    answers=$("$work/answers")
+    compareanswers "on 64-bit Arm, under qemu" qemu-aarch64 "$work/armanswers"
+    compareanswers "on a processor without AVX" qemu-x86_64 -cpu Nehalem "$work/answers"
+    compareanswers "on a processor with AVX2" qemu-x86_64 -cpu Haswell "$work/answers"
+}
+
 checkall() {
     work=$(mktemp -d) failed=0
     codename=$(. /etc/os-release && echo "$VERSION_CODENAME")
@@ -167,6 +202,7 @@ checkall() {
     checkwindows
     checkarm
     checkprocessors
+    checksolver
     [ "$failed" -ne 0 ] || rm -rf "$work"
     return "$failed"
 }
@@ -177,6 +213,6 @@ need "The packages of Torvik" g++=g++ make=make cmake=cmake dpkg-dev=dpkg-shlibd
 makeall
 if [ "${1:-}" = --check ]; then
     need "The check of the packages" debootstrap=debootstrap wine64=/usr/lib/wine/wine64 \
-        qemu-user=qemu-aarch64 python3=python3
+        qemu-user=qemu-aarch64 python3=python3 gemmi-dev=/usr/include/gemmi/math.hpp
     checkall
 fi

@@ -217,6 +217,7 @@ candidate_lattice assess_by(const reflection_list& list, const matrix3& start, d
         const double evidence = evidence_of(of, determinant, now);
         if (round == most_rounds || std::fabs(evidence - before) < settled)
             return result(now, of, evidence);
+        const double rise = std::isfinite(before) ? std::max(0.0, evidence - before) : 0.0;
         before = evidence;
         const double sigma = now.sigma;
         // d h^T (h h^T)^-1 is the change of UB in terms of its columns.
@@ -224,10 +225,12 @@ candidate_lattice assess_by(const reflection_list& list, const matrix3& start, d
         if (!now.set((matrix3() + change).inverse().multiply(now.basis))) return nothing;
         if (!visible(list, now)) return nothing;
         improve_errors(list, now, of);
-        // What smaller errors are worth to the inliers, and some more for what the lattice moves.
+        // What smaller errors are worth to the inliers, some more rounds like the last one, and some more for
+        // what the lattice moves.
+        constexpr double rounds_ahead = 4.0;
         const double gain = 3.0 * of.inliers * std::max(0.0, logarithm(sigma / now.sigma));
         const double more = 4.0 + 0.25 * static_cast<double>(list.size());
-        if (round >= 3 && evidence + gain + more < least) return nothing;
+        if (round >= 3 && evidence + gain + rounds_ahead * rise + more < least) return nothing;
     }
 }
 

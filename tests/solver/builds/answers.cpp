@@ -1,4 +1,4 @@
-// Prints a hash of the full answer to each of thirty fixed lists. All builds, on all machines, must print the same.
+// Prints a hash of the full answer to each of some thirty fixed lists. All builds, on all machines, must print the same.
 #include "fixed_lists.h"
 
 #include <cinttypes>

@@ -63,6 +63,8 @@ struct fixed_request {
     std::uint64_t seed = 1;
     bool known = false; // the cell is given
     int lattices = 1;
+    int of_another = 0;           // reflections of another crystal, in addition
+    bool of_the_same_cell = true; // that crystal
 };
 
 inline vec3 product(const mat3& A, const vec3& x)
@@ -120,7 +122,7 @@ inline double length_square(const vec3& x)
 }
 
 // Lattice points with a resolution of 1.2 angstroms, each once, and outliers between them.
-inline measurement list_of(const fixed_request& asked)
+inline measurement list_of_one(const fixed_request& asked)
 {
     fixed_numbers random(asked.seed);
     const mat3 inverse = inverse_of(basis_of(asked, random));
@@ -146,6 +148,20 @@ inline measurement list_of(const fixed_request& asked)
         q[0] += asked.shift;
         made.vectors.push_back(q);
     }
+    return made;
+}
+
+// The same with the reflections of another crystal behind them.
+inline measurement list_of(const fixed_request& asked)
+{
+    measurement made = list_of_one(asked);
+    if (asked.of_another == 0) return made;
+    fixed_request other = asked;
+    other.reflections = asked.of_another;
+    other.outliers = 0;
+    other.seed = asked.seed + 1000;
+    if (!asked.of_the_same_cell) other.axes[2] *= 1.25;
+    for (const vec3& q : list_of_one(other).vectors) made.vectors.push_back(q);
     return made;
 }
 
@@ -251,9 +267,10 @@ inline std::vector<fixed_request> fixed_requests()
         {"shifted, with outliers", {6.0, 7.0, 8.0}, 0.1, 60, 15, 0.001, 0.02, 21},
         {"known", {6.0, 7.0, 8.0}, 0.0, 20, 5, 0.001, 0.0, 22, true},
         {"known, few", {6.0, 7.0, 8.0}, 0.0, 7, 2, 0.001, 0.0, 23, true},
-        {"two lattices asked for", {6.0, 7.0, 8.0}, 0.1, 40, 18, 0.0005, 0.0, 24, false, 2},
-        {"no lattice", {6.0, 7.0, 8.0}, 0.1, 15, 15, 0.0, 0.0, 25},
-        {"too few", {6.0, 7.0, 8.0}, 0.1, 5, 0, 0.0005, 0.0, 26},
+        {"two lattices", {6.0, 7.0, 8.0}, 0.1, 40, 0, 0.0005, 0.0, 24, false, 2, 25, false},
+        {"two crystals", {6.0, 7.0, 8.0}, 0.1, 30, 0, 0.0005, 0.0, 27, false, 1, 25},
+        {"no lattice", {6.0, 7.0, 8.0}, 0.1, 10, 10, 0.0, 0.0, 25},
+        {"too few", {6.0, 7.0, 8.0}, 0.1, 3, 0, 0.0005, 0.0, 26},
     };
     for (std::uint64_t seed = 30; seed < 34; ++seed)
         all.push_back({"triclinic", {6.5, 8.5, 10.5}, 0.12, 30, 3, 0.001, 0.0, seed});
