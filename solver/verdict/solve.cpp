@@ -5,6 +5,8 @@
 #include "solver/lattice/cell.h"
 #include "solver/lattice/invalid_input.h"
 #include "solver/lattice/relations.h"
+#include "solver/lattice/short_vectors.h"
+#include "solver/lattice/text.h"
 #include "solver/numeric/functions.h"
 #include "solver/verdict/coincidence.h"
 #include "solver/verdict/decision.h"
@@ -160,6 +162,38 @@ decision with_small_shift(const std::vector<vector3>& vectors, const decision& m
     return decide(vectors, candidates, made.interrupted);
 }
 
+// Whether a part of the cell explains the vectors better and is left out only because an axis of it is too short:
+// the vectors may be in other units than they are taken for.
+bool hidden_by_axis_limit(const std::vector<vector3>& vectors, const assessment& best,
+                          double shortest_axis)
+{
+    const reflection_list list(vectors);
+    candidate_lattice like;
+    like.sigma = best.sigma;
+    like.outlier_fraction = best.outlier_fraction;
+    const double compared = quick_glance(list, best.basis, like).evidence;
+    for (const int index : {2, 3, 5, 7})
+        for (const matrix3& form : finer_forms(index)) {
+            const auto part = try_shortest_basis(form.multiply(best.basis));
+            if (!part || row_of(part->basis, 0).length() >= shortest_axis) continue;
+            if (quick_glance(list, part->basis, like).evidence > compared + lead_needed)
+                return true;
+        }
+    return false;
+}
+
+// A solved lattice, unless it is hidden_by_axis_limit.
+decision with_axis_check(const std::vector<vector3>& vectors, decision made, double shortest_axis)
+{
+    if (made.how != verdict::solved || !made.candidates.front().further_crystals.empty())
+        return made;
+    if (!hidden_by_axis_limit(vectors, made.candidates.front(), shortest_axis)) return made;
+    made.how = verdict::ambiguous;
+    made.reason = "A cell with an axis below " + fixed(shortest_axis, 2)
+                  + " angstroms explains the reflections better: check the units of the vectors.";
+    return made;
+}
+
 // Lattices without and with a shift; of one lattice the more evident.
 std::vector<assessment> merged(const std::vector<assessment>& unshifted,
                                std::vector<assessment> shifted)
@@ -285,7 +319,9 @@ private:
         free_search_result searched = find_lattices(part, limits);
         if (!normals_.empty()) refine_on_sphere(part, searched.lattices);
         searched.lattices = with_several_crystals(part, std::move(searched.lattices), limits.over);
-        made = decide(part, searched.lattices, searched.interrupted);
+        const decision unchecked = decide(part, searched.lattices, searched.interrupted);
+        made = with_axis_check(part, unchecked, how_.shortest_axis);
+        if (made.how != unchecked.how) return made;
         if (over() || part.size() < fewest_for_shift) return made;
         if (beyond_shift(part, made, how_.seed)) return with_small_shift(part, made);
         std::vector<assessment> rivals = find_shifted_lattices(

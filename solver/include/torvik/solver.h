@@ -27,8 +27,6 @@ struct measurement {
     std::vector<vec3> vectors;       // N
     std::vector<double> intensities; // N, in any unit; or empty
     std::vector<int> images; // N, the number of the image or of its rotation range; or empty
-    std::vector<double>
-        errors; // N, standard deviations of a component relative to each other; or empty
     // N, unit vectors along the normal of the Ewald sphere at the reflection: the direction of the diffracted
     // beam, in the frame of the vectors; or empty. With them, errors along it may differ from those across, as
     // they do for stills and narrow wedges. Not used with known cells.
@@ -62,8 +60,8 @@ struct lattice {
     std::array<std::array<double, 9>, 9> covariance = {};
     double evidence = 0.0; // against no lattice at all, nats
     double sigma = 0.0;    // standard deviation of a component of a vector, 1/angstrom
-    double sigma_along_normal =
-        0.0; // that along the normals, if these were given and it differs; else 0
+    // That along the normals, where these were given and it differs: else 0.
+    double sigma_along_normal = 0.0;
     double outlier_fraction = 0.0; // estimated
     int indexed = 0;               // reflections that are more likely inliers than outliers
     int known = -1;                // which of the known cells it is, from 0
