@@ -21,8 +21,8 @@ namespace {
 struct pinned_row {
     const char* name; // of a row of the study
     int lists;
-    int least_right; // determined lists; refused ones for lists without a lattice
-    int most_wrong;  // undetermined lists that are solved as neither lattice included
+    int least_right; // determined lists; refused ones for lists without a lattice; 0 for a cell that is false
+    int most_wrong; // undetermined lists that are solved as neither lattice included
 };
 
 constexpr std::array pinned_rows = {
@@ -50,11 +50,11 @@ constexpr std::array pinned_rows = {
     pinned_row{"wedge of 30 degrees, wrong 20 %, with images and normals", 8, 6, 0},
     pinned_row{"still, width 0.002, wrong 20 %", 6, 3, 0},
     pinned_row{"right cell, N 20, wrong 10, noise 2 %", 10, 9, 0},
-    pinned_row{"another cell, N 12, wrong 0, noise 1 %", 8, 6, 0},
+    pinned_row{"another cell, N 12, wrong 0, noise 1 %", 8, 0, 0},
     pinned_row{"beta 93, N 60, wrong 0", 8, 7, 0},
     pinned_row{"ball, N 20", 10, 10, 0},
     pinned_row{"rings, N 40", 6, 6, 0},
-    pinned_row{"rows, N 40", 6, 6, 0},
+    pinned_row{"rows, N 40", 6, 5, 0},
     pinned_row{"turned, N 20", 8, 8, 0},
 };
 
