@@ -159,6 +159,14 @@ def processesin(folder: Path) -> list[int]:
     return [number for number in found if number != os.getpid()]
 
 
+def commandline(number: int) -> bytes:
+    """The words of a process, each with a zero behind; empty if it has ended."""
+    try:
+        return Path(f"/proc/{number}/cmdline").read_bytes()
+    except OSError:
+        return b""
+
+
 def killall(folder: Path) -> None:
     """What a power failure does to a batch."""
     while numbers := processesin(folder): # those that have ended are in no folder

@@ -14,8 +14,8 @@ import time
 import unittest
 from pathlib import Path
 
-from batches import (LONG, PATIENCE, TOOLS, Batch, Gate, InAFolder, batch, easycrystals, killall,
-                     processesin, recorded, recordlines, simulate, table, waitfor)
+from batches import (LONG, PATIENCE, TOOLS, Batch, Gate, InAFolder, batch, commandline, easycrystals,
+                     killall, processesin, recorded, recordlines, simulate, table, waitfor)
 
 EASYVOLUME = 5 * 6 * 7
 
@@ -240,8 +240,16 @@ class AnInterruption(InAFolder):
 
     def test_of_one_worker_costs_no_crystal(self) -> None:
         started = self.begin()
-        worker, = [number for number in processesin(self.folder / "out")
-                   if b"torvikbatch.solving\0" in Path(f"/proc/{number}/cmdline").read_bytes()]
+        found: list[int] = []
+
+        def alone() -> bool:
+            # A process that the worker has just forked bears its command line until it starts a program.
+            found[:] = [number for number in processesin(self.folder / "out")
+                        if b"torvikbatch.solving\0" in commandline(number)]
+            return len(found) == 1
+
+        waitfor(alone, "the worker at its gate")
+        worker, = found
         os.kill(worker, signal.SIGKILL)
         self.gate.open()
         status, output, errors = started.end()

@@ -247,8 +247,10 @@ nlohmann::ordered_json solution_json(const solved_measurement& solved)
     file["reason"] = found.reason;
     file["interrupted"] = found.interrupted;
     file["remarks"] = found.remarks;
-    if (known) file["known"] = nullptr;
-    if (known) file["tolerance"] = solved.options.known_tolerance;
+    if (known) {
+        file["known"] = nullptr;
+        file["tolerance"] = solved.options.known_tolerance;
+    }
     file["cell"] = nullptr;
     file["basis"] = nullptr;
     file["shift"] = nullptr;
