@@ -114,16 +114,19 @@ lattice described(const std::vector<vector3>& vectors, const std::vector<vector3
 constexpr std::size_t fewest_for_shift = 14;
 
 // Whether the inliers lie on the points of a sublattice but for a shift: a cell some times too large then takes all
-// of them, however small their errors are. Looked at are the differences within some groups of eight by chance,
-// of which one in twenty has all in one half of the points if there is no shift.
+// of them, however small their errors are. Looked at are the differences within some groups of six by chance. If
+// there is no shift, one group in fourteen has all in a part of the points of index 3 or more; if there is, all
+// groups have that are free of outliers.
 bool differences_in_a_part(const std::vector<vector3>& vectors, const assessment& one,
                            random_numbers random)
 {
     std::vector<std::array<int, 3>> inliers;
     for (std::size_t i = 0; i < vectors.size(); ++i)
         if (one.inlier[i] > 0.5) inliers.push_back(nearest_indices(one.basis.multiply(vectors[i])));
-    constexpr int groups = 9;
-    constexpr std::size_t in_group = 8;
+    constexpr int groups = 12;
+    constexpr std::size_t in_group = 6;
+    constexpr long smallest_index = 3;
+    constexpr int suspicious = 3; // groups
     if (inliers.size() < in_group) return true;
     int in_a_part = 0;
     for (int group = 0; group < groups; ++group) {
@@ -133,9 +136,10 @@ bool differences_in_a_part(const std::vector<vector3>& vectors, const assessment
         for (std::size_t i = 1; i < in_group; ++i)
             differences.push_back({inliers[i][0] - inliers[0][0], inliers[i][1] - inliers[0][1],
                                    inliers[i][2] - inliers[0][2]});
-        if (index_of_span(differences) != 1) ++in_a_part;
+        const long index = index_of_span(differences);
+        if (index == 0 || index >= smallest_index) ++in_a_part;
     }
-    return 2 * in_a_part > groups;
+    return in_a_part >= suspicious;
 }
 
 // Whether a shift could not explain the vectors better.
@@ -146,6 +150,7 @@ bool beyond_shift(const std::vector<vector3>& vectors, const decision& made, std
     if (!best.further_crystals.empty()) return true;
     const double side = cube_root(std::fabs(best.basis.determinant()));
     return best.indexed >= fraction_beyond_shift * static_cast<double>(best.inlier.size())
+           && best.evidence >= evidence_beyond_shift * best.indexed
            && best.sigma * side <= error_beyond_shift
            && !differences_in_a_part(vectors, best, random_numbers(seed + 2));
 }
