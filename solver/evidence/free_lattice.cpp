@@ -1,5 +1,6 @@
 #include "solver/evidence/free_lattice.h"
 
+#include "solver/evidence/lattice_prior.h"
 #include "solver/evidence/mixture.h"
 #include "solver/numeric/functions.h"
 
@@ -12,16 +13,6 @@ namespace torvik::solver {
 namespace {
 
 constexpr double no_evidence = -std::numeric_limits<double>::infinity();
-
-// zeta(2) zeta(3), and R = 10^6.
-constexpr double measure_of_lattices = 1.6449340668482264 * 1.2020569031595943;
-constexpr double range_of_volumes = 1e6;
-
-// In units of the mean distance of lattice points: larger errors would hide any lattice, and the start
-// of the refinement.
-constexpr double largest_sigma = 0.12;
-constexpr double first_sigma = 0.04;
-constexpr double first_outlier_fraction = 0.3;
 
 struct state {
     matrix3 basis; // direct
@@ -68,13 +59,13 @@ bool singular(const matrix3& HH)
 bool visible(const state& now)
 {
     return std::isfinite(now.volume) && now.volume > 0.0
-           && now.errors.smallest_sigma < largest_sigma * cube_root(1.0 / now.volume);
+           && now.errors.smallest_sigma < largest_free_sigma * cube_root(1.0 / now.volume);
 }
 
 void refine(state& now, const expectation& sums, const products& of)
 {
     set_basis(now, of.qH.multiply(of.HH.inverse()));
-    now.errors.refine(sums, 9.0, largest_sigma * cube_root(1.0 / now.volume));
+    now.errors.refine(sums, 9.0, largest_free_sigma * cube_root(1.0 / now.volume));
 }
 
 double evidence_of(const expectation& sums, const matrix3& HH, const state& now)
@@ -106,7 +97,7 @@ assessment assess(const std::vector<vector3>& vectors, const matrix3& start, dou
     state now;
     if (!(std::fabs(start.determinant()) > 0.0)) return nothing;
     set_basis(now, start.inverse());
-    now.errors = {first_sigma * cube_root(1.0 / now.volume), first_outlier_fraction,
+    now.errors = {first_free_sigma * cube_root(1.0 / now.volume), first_free_outlier_fraction,
                   digit_error(vectors)};
     refinement rounds(least);
     while (visible(now)) {

@@ -1,5 +1,6 @@
 #include "solver/evidence/quick_evidence.h"
 
+#include "solver/evidence/lattice_prior.h"
 #include "solver/numeric/functions.h"
 #include "solver/numeric/lanes.h"
 
@@ -13,13 +14,6 @@ namespace torvik::solver {
 namespace {
 
 constexpr double none = -std::numeric_limits<double>::infinity();
-
-// As in free_lattice.cpp.
-constexpr double measure_of_lattices = 1.6449340668482264 * 1.2020569031595943;
-constexpr double log_range_of_volumes = 13.815510557964274; // of 10^6
-constexpr double largest_sigma = 0.12;
-constexpr double first_sigma = 0.04;
-constexpr double first_outliers = 0.3;
 
 constexpr int most_rounds = 40;
 constexpr double settled = 2e-3;
@@ -171,14 +165,14 @@ moments moments_of(const reflection_list& list, const state& now, bool products,
 double evidence_of(const moments& of, double determinant, const state& now)
 {
     static const double constant = 4.5 * logarithm(2.0 * std::numbers::pi)
-                                   - logarithm(measure_of_lattices * log_range_of_volumes);
+                                   - logarithm(measure_of_lattices * logarithm(range_of_volumes));
     return of.log_likelihood + 3.0 * logarithm(now.volume) + 9.0 * logarithm(now.sigma)
            - 1.5 * logarithm(determinant) + constant;
 }
 
 double sigma_limit(const reflection_list& list, double volume)
 {
-    return std::max(list.least_sigma, largest_sigma / cube_root(volume));
+    return std::max(list.least_sigma, largest_free_sigma / cube_root(volume));
 }
 
 void improve_errors(const reflection_list& list, state& now, const moments& of)
@@ -197,7 +191,7 @@ candidate_lattice result(const state& now, const moments& of, double evidence)
 
 bool visible(const reflection_list& list, const state& now)
 {
-    return list.least_sigma < largest_sigma / cube_root(now.volume);
+    return list.least_sigma < largest_free_sigma / cube_root(now.volume);
 }
 
 candidate_lattice assess_by(const reflection_list& list, const matrix3& start, double least,
@@ -206,8 +200,8 @@ candidate_lattice assess_by(const reflection_list& list, const matrix3& start, d
     const candidate_lattice nothing = {start, none, 0.0, 1.0, 0.0};
     state now;
     if (!now.set(start) || !visible(list, now)) return nothing;
-    now.sigma = std::max(list.least_sigma, first_sigma / cube_root(now.volume));
-    now.outliers = first_outliers;
+    now.sigma = std::max(list.least_sigma, first_free_sigma / cube_root(now.volume));
+    now.outliers = first_free_outlier_fraction;
     double before = none;
     for (int round = 1;; ++round) {
         const moments of = moments_of(list, now, true, use);

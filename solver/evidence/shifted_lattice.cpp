@@ -1,5 +1,6 @@
 #include "solver/evidence/shifted_lattice.h"
 
+#include "solver/evidence/lattice_prior.h"
 #include "solver/evidence/mixture.h"
 #include "solver/lattice/short_vectors.h"
 #include "solver/numeric/functions.h"
@@ -14,13 +15,6 @@ namespace torvik::solver {
 namespace {
 
 constexpr double none = -std::numeric_limits<double>::infinity();
-
-// As in free_lattice.cpp.
-constexpr double measure_of_lattices = 1.6449340668482264 * 1.2020569031595943;
-constexpr double range_of_volumes = 1e6;
-constexpr double largest_sigma = 0.12;
-constexpr double first_sigma = 0.04;
-constexpr double first_outlier_fraction = 0.3;
 
 struct state {
     matrix3 basis;
@@ -75,7 +69,7 @@ matrix3 centred(const matrix3& product, const vector3& x, const vector3& y, doub
 bool visible(const state& now)
 {
     return std::isfinite(now.volume) && now.volume > 0.0
-           && now.errors.smallest_sigma < largest_sigma / cube_root(now.volume);
+           && now.errors.smallest_sigma < largest_free_sigma / cube_root(now.volume);
 }
 
 vector3 shortest_equivalent(const matrix3& basis, const matrix3& UB, const vector3& shift)
@@ -110,7 +104,7 @@ assessment assess_shifted(const std::vector<vector3>& vectors, const matrix3& st
     state now;
     now.set(start.inverse());
     now.shift = shortest_equivalent(now.basis, now.UB, shift);
-    now.errors = {first_sigma / cube_root(now.volume), first_outlier_fraction,
+    now.errors = {first_free_sigma / cube_root(now.volume), first_free_outlier_fraction,
                   digit_error(vectors)};
     refinement rounds(none);
     while (visible(now)) {
@@ -128,7 +122,7 @@ assessment assess_shifted(const std::vector<vector3>& vectors, const matrix3& st
         const matrix3 qh = centred(of.qh, of.q, of.h, of.weight);
         now.set(qh.multiply(hh.inverse()));
         now.shift = (of.q - now.UB.multiply(of.h)) / of.weight;
-        now.errors.refine(sums, 12.0, largest_sigma / cube_root(now.volume));
+        now.errors.refine(sums, 12.0, largest_free_sigma / cube_root(now.volume));
     }
     return nothing;
 }

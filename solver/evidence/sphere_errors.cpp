@@ -1,5 +1,6 @@
 #include "solver/evidence/sphere_errors.h"
 
+#include "solver/evidence/lattice_prior.h"
 #include "solver/evidence/mixture.h"
 #include "solver/numeric/functions.h"
 
@@ -15,11 +16,6 @@ namespace torvik::solver {
 namespace {
 
 constexpr double no_evidence = -std::numeric_limits<double>::infinity();
-
-// As in free_lattice.cpp.
-constexpr double measure_of_lattices = 1.6449340668482264 * 1.2020569031595943;
-constexpr double range_of_volumes = 1e6;
-constexpr double largest_sigma = 0.12;
 
 constexpr double range_of_ratios = 100.0;
 
@@ -113,7 +109,7 @@ double evidence_of(const sums& of, const state& now, const cholesky& M)
 void refine_errors(const std::vector<vector3>& vectors, const sums& of, state& now)
 {
     const double least = digit_error(vectors);
-    const double most = std::max(least, largest_sigma / cube_root(now.volume));
+    const double most = std::max(least, largest_free_sigma / cube_root(now.volume));
     const double along = of.squares_along / std::max(of.inliers - 3.0, 1.0);
     const double across = of.squares_across / std::max(2.0 * of.inliers - 6.0, 2.0);
     now.along = std::clamp(std::sqrt(along), least, most);
