@@ -1,5 +1,6 @@
 #include "solver/verdict/shift_search.h"
 
+#include "solver/evidence/metric_symmetry.h"
 #include "solver/evidence/shifted_lattice.h"
 #include "solver/lattice/relations.h"
 #include "solver/lattice/short_vectors.h"
@@ -22,9 +23,10 @@ constexpr std::size_t most_judging = 400;
 // Two lattices with a shift are one if their matrix is whole to this.
 constexpr double same_within = 0.15;
 
-void insert(const assessment& one, std::vector<assessment>& all)
+void insert(assessment one, const std::vector<vector3>& vectors, std::vector<assessment>& all)
 {
     if (!std::isfinite(one.evidence)) return;
+    one.evidence += symmetry_gain(vectors, one);
     const auto same = std::find_if(all.begin(), all.end(), [&](const assessment& other) {
         return same_lattice(other.basis, one.basis, same_within);
     });
@@ -86,8 +88,9 @@ std::vector<assessment> find_shifted_lattices(const std::vector<vector3>& vector
     double unshifted = -std::numeric_limits<double>::infinity();
     for (const assessment& one : found) {
         if (limits.over()) return {};
-        insert(assess_shifted(sample, one.basis, {}), all);
-        unshifted = std::max(unshifted, assess(sample, one.basis).evidence);
+        insert(assess_shifted(sample, one.basis, {}), sample, all);
+        const assessment exact = assess(sample, one.basis);
+        unshifted = std::max(unshifted, exact.evidence + symmetry_gain(sample, exact));
     }
     for (int i = 0; i < references && !limits.over(); ++i) {
         const std::size_t reference = random.below(vectors.size());
@@ -95,14 +98,18 @@ std::vector<assessment> find_shifted_lattices(const std::vector<vector3>& vector
         const search_result searched = search_lattices(list, quick);
         for (std::size_t k = 0; k < std::min(most_refined, searched.lattices.size()); ++k) {
             if (limits.over()) break;
-            insert(assess_shifted(sample, searched.lattices[k].basis, vectors[reference]), all);
+            insert(assess_shifted(sample, searched.lattices[k].basis, vectors[reference]), sample,
+                   all);
         }
     }
     constexpr double competing_depth = 9.0;
     std::erase_if(
         all, [&](const assessment& one) { return one.evidence < unshifted - competing_depth; });
     if (sample.size() < vectors.size())
-        for (assessment& one : all) one = assess_shifted(vectors, one.basis, one.shift);
+        for (assessment& one : all) {
+            one = assess_shifted(vectors, one.basis, one.shift);
+            one.evidence += symmetry_gain(vectors, one);
+        }
     return all;
 }
 

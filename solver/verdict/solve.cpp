@@ -1,4 +1,5 @@
 // From measured vectors to an answer: the one function of the public header.
+#include "solver/evidence/metric_symmetry.h"
 #include "solver/evidence/occupation.h"
 #include "solver/evidence/shifted_lattice.h"
 #include "solver/evidence/sphere_errors.h"
@@ -160,7 +161,8 @@ decision with_small_shift(const std::vector<vector3>& vectors, const decision& m
 {
     const assessment& best = made.candidates.front();
     if (!best.further_crystals.empty()) return made;
-    const assessment shifted = assess_shifted(vectors, best.basis, {});
+    assessment shifted = assess_shifted(vectors, best.basis, {});
+    shifted.evidence += symmetry_gain(vectors, shifted);
     if (!(shifted.evidence > best.evidence)) return made;
     std::vector<assessment> candidates = made.candidates;
     candidates.front() = shifted;
@@ -279,7 +281,7 @@ private:
             if (over()) return;
             assessment refined = assess_on_sphere(part, normals, one);
             if (!std::isfinite(refined.evidence)) continue;
-            refined.evidence += occupation_gain(part, refined);
+            refined.evidence += occupation_gain(part, refined) + symmetry_gain(part, refined);
             if (refined.evidence > one.evidence) one = refined;
         }
         std::stable_sort(
