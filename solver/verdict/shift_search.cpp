@@ -15,7 +15,10 @@ namespace torvik::solver {
 
 namespace {
 
-constexpr int references = 3;
+// Reflections from which differences are taken. If one is an outlier, the differences have a shift of their own. So they
+// are drawn from the inliers of the best lattice if it indexes most reflections; else it takes more of them.
+constexpr int references_among_inliers = 3;
+constexpr int references_among_all = 4;
 constexpr std::size_t most_differences = 300;
 constexpr std::size_t most_refined = 4; // lattices of each reference
 constexpr std::size_t most_judging = 400;
@@ -59,6 +62,19 @@ std::vector<vector3> differences_from(std::size_t reference, const std::vector<v
     return differences;
 }
 
+// The places that references are drawn from.
+std::vector<std::size_t> reference_places(std::size_t count, const std::vector<assessment>& found)
+{
+    std::vector<std::size_t> places;
+    if (!found.empty() && 2 * static_cast<std::size_t>(found.front().indexed) > count)
+        for (std::size_t i = 0; i < count; ++i)
+            if (found.front().inlier[i] > 0.5) places.push_back(i);
+    if (!places.empty()) return places;
+    places.resize(count);
+    std::iota(places.begin(), places.end(), std::size_t{0});
+    return places;
+}
+
 // Places of the vectors that lattices are refined on: all, or some of many by chance.
 std::vector<std::size_t> judging_places(std::size_t count, random_numbers& random)
 {
@@ -92,8 +108,12 @@ std::vector<assessment> find_shifted_lattices(const std::vector<vector3>& vector
         const assessment exact = assess(sample, one.basis);
         unshifted = std::max(unshifted, exact.evidence + symmetry_gain(sample, exact));
     }
-    for (int i = 0; i < references && !limits.over(); ++i) {
-        const std::size_t reference = random.below(vectors.size());
+    std::vector<std::size_t> places = reference_places(vectors.size(), found);
+    const std::size_t references =
+        places.size() < vectors.size() ? references_among_inliers : references_among_all;
+    for (std::size_t i = 0; i < references && !limits.over(); ++i) {
+        std::swap(places[i], places[i + random.below(places.size() - i)]);
+        const std::size_t reference = places[i];
         const reflection_list list(differences_from(reference, vectors, images));
         const search_result searched = search_lattices(list, quick);
         for (std::size_t k = 0; k < std::min(most_refined, searched.lattices.size()); ++k) {

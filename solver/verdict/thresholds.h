@@ -42,8 +42,9 @@ constexpr double fraction_beyond_shift = 0.75;
 constexpr double error_beyond_shift = 0.05;
 
 // The same for its evidence for each reflection that it indexes, in nats: with a cell that takes in shifted
-// reflections by its many points it is less.
-constexpr double evidence_beyond_shift = 2.5;
+// reflections by its many points it is less. Between the two, one round of the search must find nothing better.
+constexpr double evidence_beyond_shift = 6.0;
+constexpr double evidence_nearly_beyond_shift = 2.5;
 
 // The fewest reflections that can determine a lattice beyond doubt: three make it, and the others must confirm
 // it against all that chance offers.
