@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import json
 import os
+import shlex
 import shutil
 import signal
 import sqlite3
@@ -122,7 +123,7 @@ def batch(*arguments: str, environment: dict | None = None) -> tuple[int, str, s
 
 def recordlines(output: str, place: str = "jobs/solved") -> list[str]:
     return [line for path in sorted(Path(output, place).glob("*.jsonl"))
-            for line in path.read_text(encoding="utf-8").splitlines()]
+            for line in path.read_text(encoding="utf-8").rstrip("\n").split("\n") if line]
 
 
 def recorded(output: str, place: str = "jobs/solved") -> list[dict]:
@@ -135,6 +136,18 @@ def waitfor(condition, what: str) -> None:
         if time.monotonic() > end:
             raise AssertionError(f"{what} did not happen in {PATIENCE} seconds")
         time.sleep(0.05)
+
+
+def replacement(script: str, name: str = "replaced") -> tuple[str, str]:
+    """Options for a torvik-tools whose `solve` is a script of the shell; "$tools" is the true program."""
+    path = Path(name).absolute()
+    path.write_text(f"""#!/bin/sh
+tools={shlex.quote(str(Path(TOOLS).resolve()))}
+if [ "$1" != solve ]; then exec "$tools" "$@"; fi
+{script}
+""", encoding="utf-8")
+    path.chmod(0o755)
+    return "--tools", str(path)
 
 
 def table(output: str, query: str, *values: object) -> list[tuple]:
