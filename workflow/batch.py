@@ -100,7 +100,23 @@ def heal() -> list[str]:
         if mark.exists() and (what := damage()):
             mark.unlink()
             notes.append(f"{what}. It is made anew.")
+    if not folder.DATABASEDONE.exists():
+        folder.OVERVIEWDONE.unlink(missing_ok=True)
     return notes
+
+
+def forget() -> None:
+    """Removes what Snakemake keeps of an earlier call: among it numbers of jobs, which may be another's by now."""
+    shutil.rmtree(".snakemake", ignore_errors=True)
+    if os.path.lexists(".snakemake") and not os.path.isdir(".snakemake"):
+        os.unlink(".snakemake")
+
+
+def iscomplete() -> bool:
+    """Whether all is made. Snakemake is content with a last mark if those before it are missing."""
+    return (all(which.doneof(group).exists() for which in (FIRST, SECOND) for group in which.groups())
+            and folder.CONSENSUS.exists() and folder.DATABASEDONE.exists()
+            and folder.OVERVIEWDONE.exists())
 
 
 def shown(value: object) -> str:
@@ -395,8 +411,7 @@ def work(asked: dict) -> int:
     checktemporary(asked)
     wanted = inputs.gathered(asked["places"], asked["lists"], Path(asked["output"]).resolve())
     lock = start(asked)
-    # What Snakemake keeps of an earlier call: among it numbers of jobs, which may be another's by now.
-    shutil.rmtree(".snakemake", ignore_errors=True)
+    forget()
     notes = settle(asked)
     line = command(asked)
     prepared = inputs.prepare(wanted, asked["group"], asked["jobs"])
@@ -408,7 +423,7 @@ def work(asked: dict) -> int:
     changed = f", {len(prepared.changed)} changed" if prepared.changed else ""
     print(f"{counted(prepared.total)}, {prepared.new} new{changed}.", file=sys.stderr)
     before = folder.LOG.stat().st_size if folder.LOG.exists() else 0
-    if run(line, asked, Progress(prepared), lock) != 0 or not folder.OVERVIEWDONE.exists():
+    if run(line, asked, Progress(prepared), lock) != 0 or not iscomplete():
         print(f"Error: The workflow did not come to its end. {folder.LOG} in {asked['output']} says\n"
               f"{cause(folder.LOG, before, 12)}\nThe same call goes on from here.", file=sys.stderr)
         return 1

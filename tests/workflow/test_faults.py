@@ -86,7 +86,7 @@ class AnError(InAFolder):
 
     def test_of_memory_that_is_short_is_no_verdict(self) -> None:
         words = set()
-        for kilobytes in range(4000, 20000, 1000):
+        for kilobytes in (6000, 8000, 12000, 40000):
             batch("data", "-o", f"out{kilobytes}", "--group", "2",
                   *replacement(f'ulimit -v {kilobytes}; exec "$tools" "$@"'))
             words |= {row[0] for row in table(f"out{kilobytes}", "SELECT verdict FROM crystal")}
@@ -295,8 +295,8 @@ class ThePage(InAFolder):
         Path("planted.html").write_text(self.text.replace("</body>", planted), encoding="utf-8")
         self.assertEqual(self.complaints(chromium, "out/overview.html"), [])
         complaints = "\n".join(self.complaints(chromium, "planted.html"))
-        for what in ("execute inline script", "load the image", "apply inline style"):
-            self.assertRegex(complaints, what)
+        for what in ("inline script", "the image", "inline style"):
+            self.assertRegex(complaints, f"{what}.* violates the following Content Security Policy")
 
     def complaints(self, chromium: str, page: str) -> list[str]:
         said = subprocess.run([chromium, "--headless", "--no-sandbox", "--disable-gpu", "--enable-logging=stderr",
@@ -348,36 +348,36 @@ class ADamagedFile(InAFolder):
         self.assertTrue(Path("out/overview.html").read_text(encoding="utf-8").endswith("</html>\n"))
         return sorted(columns)
 
-    def heals(self, name: str, said: str) -> None:
-        errors = self.call()
-        self.assertIn(said, errors, name)
-        self.assertEqual(self.answers(), self.before, name)
+    def test_that_can_be_derived_is_made_anew(self) -> None:
+        # Each call heals what was damaged before it; settings are kept in the database, and are damaged without it.
+        damages = (lambda whole: b"garbage" * 100, lambda whole: whole[:len(whole) // 2], lambda whole: b"")
+        for damage, names in zip(3 * damages, 3 * (("crystals.sqlite", "overview.html"),) +
+                                 3 * (("settings.json", "crystals.csv", "consensus.json"),) +
+                                 3 * (("jobs/members.tsv", "overview.html"),)):
+            for name in names:
+                path = Path("out", name)
+                path.write_bytes(damage(path.read_bytes()))
+            derived = "consensus.json" in names or "jobs/members.tsv" in names
+            errors = self.call()
+            for name in names if not derived else names[:1]:
+                self.assertIn(f"Note: {name} is damaged", errors)
+            self.assertEqual(self.answers(), self.before, names)
         self.assertNotIn("Note", self.call())
 
-    def test_that_can_be_derived_is_made_anew(self) -> None:
-        for name, what in (("crystals.sqlite", "is damaged"), ("crystals.csv", "is damaged"),
-                           ("overview.html", "is damaged"), ("consensus.json", "is damaged"),
-                           ("jobs/members.tsv", "is damaged"), ("settings.json", "is damaged")):
-            path = Path("out", name)
-            whole = path.read_bytes()
-            for content in (b"garbage" * 100, whole[:len(whole) // 2], b"", None):
-                if content is None:
-                    path.unlink()
-                else:
-                    path.write_bytes(content)
-                missing = content is None and name != "consensus.json"
-                if content is None and name == "consensus.json":
-                    self.call() # nothing tells that it was there
-                    self.assertEqual(self.answers(), self.before)
-                else:
-                    self.heals(name, f"Note: {name} " + ("is " if "damaged" in what else ""))
+    def test_that_is_missing_is_made_anew(self) -> None:
+        for name in ("crystals.sqlite", "crystals.csv", "overview.html", "consensus.json", "jobs/members.tsv",
+                     "settings.json", "jobs/passed.json"):
+            Path("out", name).unlink()
+            self.assertNotIn("Traceback", self.call())
+            self.assertEqual(self.answers(), self.before, name)
 
     def test_of_pages_inside_the_database_is_seen(self) -> None:
         path = Path("out/crystals.sqlite")
         content = bytearray(path.read_bytes())
         content[4096:8192] = os.urandom(4096)
         path.write_bytes(content)
-        self.heals("crystals.sqlite", "Note: crystals.sqlite is damaged. It is made anew.")
+        self.assertIn("Note: crystals.sqlite is damaged. It is made anew.", self.call())
+        self.assertEqual(self.answers(), self.before)
 
     def test_with_the_settings_and_no_database_is_named(self) -> None:
         Path("out/settings.json").write_text('{"budget"', encoding="utf-8")
@@ -432,7 +432,7 @@ class AClock(InAFolder):
             batch("data", "-o", "out", *replacement('case "$2" in *002*) exit 9;; esac; exec "$tools" "$@"'))
             self.shift(seconds)
             simulate("other.idx", "--cell", "9 10 11 90 90 90", "-n", 12, "--noise", 0.005)
-            shutil.copy("other.idx", "data/s1_001.idx")
+            os.replace("other.idx", "data/s1_001.idx")
             easycrystals(1, seed=30)
             status, output, errors = batch("data", "-o", "out")
             self.assertIn("3 crystals: 3 solved.", output, errors)

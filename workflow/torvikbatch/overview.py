@@ -117,6 +117,7 @@ def page(values: dict) -> str:
 
     templates = jinja2.Environment(loader=jinja2.FileSystemLoader(Path(__file__).parent),
                                    autoescape=True, trim_blocks=True, lstrip_blocks=True,
+                                   keep_trailing_newline=True,
                                    undefined=jinja2.StrictUndefined)
     style = templates.get_template("overview.css.j2").render(values)
     return templates.get_template("overview.html.j2").render(values, style=style, policy=policy(style))
