@@ -24,6 +24,9 @@ LONG = bool(os.environ.get("TORVIK_LONG"))
 # that came out of one would hang on the machine.
 PATIENCE = 600.0
 
+# Letters that mean something to a shell, to Snakemake, to SQL or to a page.
+HOSTILE = "p$(touch X)`touch X`;touch X'\"|&<>{group}%j\\ *?\u00e4"
+
 sys.path.insert(0, str(WORKFLOW))
 
 

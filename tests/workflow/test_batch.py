@@ -245,7 +245,7 @@ class AnInterruption(InAFolder):
         def alone() -> bool:
             # A process that the worker has just forked bears its command line until it starts a program.
             found[:] = [number for number in processesin(self.folder / "out")
-                        if b"torvikbatch.solving\0" in commandline(number)]
+                        if b"step.py\0solving\0" in commandline(number)]
             return len(found) == 1
 
         waitfor(alone, "the worker at its gate")

@@ -18,13 +18,9 @@ from collections.abc import Iterator
 from contextlib import contextmanager
 from pathlib import Path
 
-from batches import (TOOLS, Batch, Gate, InAFolder, batch, easycrystals, killall, recorded, recordlines,
-                     replacement, simulate, table, waitfor)
+from batches import (HOSTILE, TOOLS, Batch, Gate, InAFolder, batch, easycrystals, killall, recorded,
+                     recordlines, replacement, simulate, table, waitfor)
 from torvikbatch import solving
-
-# Letters that mean something to a shell, to Snakemake, to SQL or to a page.
-HOSTILE = "p$(touch X)`touch X`;touch X'\"|&<>{group}%j\\ *?\u00e4"
-
 
 @contextmanager
 def disk(name: str, size: str) -> Iterator[None]:

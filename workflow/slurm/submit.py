@@ -45,14 +45,21 @@ def step(job: dict) -> str:
     program = str(Path(__file__).resolve().parents[1] / "step.py")
     line = [sys.executable, "-B", program, "solving", PASSES[job["rule"]], job["wildcards"]["group"],
             os.environ["TORVIK_CALL"]]
-    return f"#!/bin/sh\nexec {shlex.join(line)}\n"
+    log = "" if namedlog() else f'exec >{FOLDER}/"$SLURM_JOB_ID".log 2>&1\n'
+    return f"#!/bin/sh\n{log}exec {shlex.join(line)}\n"
+
+
+def namedlog() -> bool:
+    """Whether Slurm can be given the name of the log: it replaces what is behind % or a backslash, also in the name
+    of the folder of the batch. If not, the job opens its log itself."""
+    return not any(letter in os.getcwd() for letter in "%\\")
 
 
 def command(job: dict) -> list[str]:
     asked = json.loads(os.environ["TORVIK_SLURM"])
     resources = job.get("resources", {})
-    return ["sbatch", "--parsable", f"--job-name={asked['name']}", f"--output={FOLDER}/%j.log",
-            "--no-requeue", f"--cpus-per-task={job.get('threads', 1)}",
+    log = f"{FOLDER}/%j.log" if namedlog() else "/dev/null"
+    return ["sbatch", "--parsable", f"--job-name={asked['name']}", f"--output={log}", "--no-requeue", f"--cpus-per-task={job.get('threads', 1)}",
             f"--mem={resources['mem_mb']}M", f"--time={resources['runtime']}", *asked["options"]]
 
 
