@@ -477,9 +477,10 @@ class ADisk(InAFolder):
             self.assertEqual(table("disk/out", "SELECT * FROM crystal"), before)
 
 
-class AKill(InAFolder):
-    def test_amid_the_writing_of_the_database_leaves_the_one_of_before(self) -> None:
-        """Of the worker that writes it, by a disk that has no room for it and then has."""
+class AnEnd(InAFolder):
+    """Before all is done."""
+
+    def test_of_the_step_that_writes_the_database_leaves_the_one_of_before(self) -> None:
         easycrystals(2)
         self.assertEqual(batch("data", "-o", "out")[0], 0)
         before = table("out", "SELECT * FROM crystal")
@@ -493,7 +494,7 @@ class AKill(InAFolder):
         Path("out/crystals.sqlite.part").rmdir()
         self.assertIn("3 crystals: 3 solved.", batch("data", "-o", "out")[1])
 
-    def test_at_any_moment_costs_no_answer(self) -> None:
+    def test_by_sigkill_at_any_moment_costs_no_answer(self) -> None:
         easycrystals(4)
         moment = 0.0
         for _ in range(40):

@@ -11,7 +11,6 @@ import csv
 import json
 import os
 import sqlite3
-import urllib.parse
 from collections.abc import Iterator
 from pathlib import Path
 
@@ -176,25 +175,33 @@ def main(_arguments: list[str]) -> int:
 
 
 def damage() -> str:
-    """What is wrong with the database or the table, for all that can be seen; empty if nothing is."""
+    """What is wrong with the table or the database, for all that can be seen; empty if nothing is."""
+    return tabledamage() or databasedamage()
+
+
+def tabledamage() -> str:
+    start, end = b"number,file,", b"\r\n"
     try:
         with open(folder.TABLE, "rb") as file:
-            start = file.read(len(b"number,file,"))
-            file.seek(-2, os.SEEK_END)
-            if start != b"number,file," or file.read() != b"\r\n":
-                return f"{folder.TABLE} is damaged"
+            whole = file.read(len(start)) == start
+            file.seek(-len(end), os.SEEK_END)
+            whole = whole and file.read() == end
     except FileNotFoundError:
         return f"{folder.TABLE} is missing"
     except OSError:
-        return f"{folder.TABLE} is damaged"
+        whole = False
+    return "" if whole else f"{folder.TABLE} is damaged"
+
+
+def databasedamage() -> str:
     if not folder.DATABASE.exists():
         return f"{folder.DATABASE} is missing"
-    database = sqlite3.connect(f"file:{urllib.parse.quote(os.fsencode(folder.DATABASE))}?mode=ro", uri=True)
+    database = sqlite3.connect(f"file:{folder.DATABASE}?mode=ro", uri=True)
     try:
         whole = database.execute("PRAGMA quick_check(1)").fetchone() == ("ok",)
-        database.execute("SELECT number, part, interrupted, cluster FROM crystal LIMIT 1").fetchall()
-        database.execute("SELECT number, relations FROM cluster LIMIT 1").fetchall()
-        database.execute("SELECT file FROM passed LIMIT 1").fetchall()
+        for query in ("number, part, interrupted, cluster FROM crystal", "number, relations FROM cluster",
+                      "file FROM passed"):
+            database.execute(f"SELECT {query} LIMIT 1").fetchall()
     except sqlite3.Error:
         whole = False
     finally:
@@ -204,7 +211,7 @@ def damage() -> str:
 
 def keptsettings() -> dict | None:
     """The settings that the database has; none if it cannot be read."""
-    if damage():
+    if databasedamage():
         return None
     database = sqlite3.connect(folder.DATABASE)
     try:
