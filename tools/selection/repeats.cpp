@@ -1,5 +1,7 @@
 #include "selection/repeats.h"
 
+#include "selection/neighbours.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -60,22 +62,17 @@ private:
     std::unordered_map<box, std::vector<std::size_t>, hash> held_;
 };
 
-double nearestdistance(const std::vector<vector3>& vectors, std::size_t one)
-{
-    double nearest = std::numeric_limits<double>::infinity();
-    for (std::size_t i = 0; i < vectors.size(); ++i)
-        if (i != one) nearest = std::fmin(nearest, (vectors[i] - vectors[one]).length_sq());
-    return std::sqrt(nearest);
-}
-
-// The distance that nine tenths of the spots have to their nearest neighbour. Of many spots a part
-// is asked, evenly taken.
+// The distance that nine tenths of the spots, of which there are two at least, have to their nearest
+// neighbour. Of many spots a part is asked, evenly taken.
 double usualdistance(const std::vector<vector3>& vectors)
 {
     const std::size_t step = vectors.size() / mostsampled + 1;
+    const sortedpoints points(vectors);
     std::vector<double> nearest;
-    for (std::size_t i = 0; i < vectors.size(); i += step)
-        nearest.push_back(nearestdistance(vectors, i));
+    for (std::size_t i = 0; i < vectors.size(); i += step) {
+        const auto next = points.nearest(vectors[i], [&](std::size_t other) { return other != i; });
+        nearest.push_back((vectors[*next] - vectors[i]).length());
+    }
     const auto tenth = nearest.begin() + static_cast<std::ptrdiff_t>((nearest.size() - 1) / 10);
     std::nth_element(nearest.begin(), tenth, nearest.end());
     return *tenth;
