@@ -86,6 +86,7 @@ protected:
         const ending run = ranprocess(setting);
         ASSERT_EQ(run.status, 0) << run.errors;
         printed = run.output;
+        told = run.errors;
         whole = maskedfiles();
         for (const std::string& name : command.outputs) ASSERT_TRUE(whole.contains(name)) << name;
         ASSERT_EQ(whole.size(), toolinputs().size() + command.outputs.size());
@@ -103,11 +104,33 @@ protected:
         EXPECT_EQ(filesin(temporary.path()), namedfiles());
     }
 
+    // The folder has these files and no other.
+    void expectfiles(const namedfiles& expected, const std::string& when = "") const
+    {
+        const namedfiles found = maskedfiles();
+        for (const auto& [name, content] : expected) {
+            ASSERT_TRUE(found.contains(name)) << name << " is missing " << when;
+            EXPECT_TRUE(found.at(name) == content) << name << " has other bytes " << when;
+        }
+        for (const auto& [name, content] : found)
+            EXPECT_TRUE(expected.contains(name)) << name << " is there " << when;
+    }
+
     // All outputs are old, or all are new if the command succeeded.
     void expectoldornew(int status) const
     {
-        EXPECT_EQ(maskedfiles(), status == 0 ? whole : oldfiles()) << "status " << status;
+        expectfiles(status == 0 ? whole : oldfiles(), "status " + std::to_string(status));
         expectnothingtemporary();
+    }
+
+    // After a Ctrl-C solve gives the best answer so far, or leaves the run out, and says so.
+    bool answeredearly(const ending& run) const
+    {
+        if (!command.name.starts_with("solve")) return false;
+        if (run.errors.find("Note: The run for the results was interrupted") != std::string::npos)
+            return true;
+        const std::string answer = readfile(folder.file("new.solution.json"));
+        return answer.find("\"interrupted\": true") != std::string::npos && answer.ends_with("}\n");
     }
 
     static bool issentence(const std::string& errors)
@@ -132,12 +155,14 @@ protected:
         expectoldornew(run.status);
     }
 
+    static constexpr auto nooutput = "Error: Cannot write to the standard output.\n";
     const toolcommand& command = GetParam();
     temporaryfolder folder;
     temporaryfolder temporary;
     processsetting setting;
     namedfiles whole;
-    std::string printed;
+    std::string printed; // and told on the other stream, with nothing in the way
+    std::string told;
     mode_t usersmask = 0;
 };
 
@@ -248,7 +273,7 @@ TEST_P(ToolsOnASmallDisk, ForTemporaryFilesThatIsFullGiveNoVerdict)
     EXPECT_EQ(run.output, "status 1\nfill\n");
     EXPECT_PRED1(issentence, run.errors);
     fs::remove(folder.file("disk"));
-    EXPECT_EQ(maskedfiles(), oldfiles());
+    expectfiles(oldfiles());
 }
 
 // ------------------------------------------------------------------ limits
@@ -282,8 +307,10 @@ TEST_P(ToolFaults, TooLittleMemoryGivesNoVerdict)
         };
         const ending run = ranprocess(setting);
         if (run.status != 0) expectnoverdict(run);
-        expectoldornew(run.status);
         failed += run.status == 0 ? 0 : 1;
+        // The page of a report says that its run failed, and shows the rest.
+        if (run.errors.find("Note: The periodogram could not be made") == std::string::npos)
+            expectoldornew(run.status);
     }
     EXPECT_GT(failed, 0);
 }
@@ -317,10 +344,11 @@ TEST_P(ToolFaults, StreamsThatWereClosedBeforeTheStartChangeNoFile)
         const ending run = ranprocess(setting);
         const bool outputclosed = (which & 2) != 0;
         EXPECT_EQ(run.status, outputclosed && command.prints ? 1 : 0) << which;
-        EXPECT_EQ(maskedfiles(), whole) << which;
+        expectfiles(whole);
         EXPECT_EQ(run.output, outputclosed ? "" : printed) << which;
-        const bool told = outputclosed && command.prints && (which & 4) == 0;
-        EXPECT_EQ(run.errors, told ? "Error: Cannot write to the standard output.\n" : "") << which;
+        const bool failed = outputclosed && command.prints;
+        const std::string expected = told + (failed ? nooutput : "");
+        EXPECT_EQ(run.errors, (which & 4) == 0 ? expected : "") << which;
     }
 }
 
@@ -334,8 +362,8 @@ TEST_P(ToolFaults, OutputThatGoesToAFullDiskIsAnErrorAndChangesNoFile)
     };
     const ending run = ranprocess(setting);
     EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.errors, "Error: Cannot write to the standard output.\n");
-    EXPECT_EQ(maskedfiles(), whole);
+    EXPECT_EQ(run.errors, told + nooutput);
+    expectfiles(whole);
 }
 
 TEST_P(ToolFaults, OutputThatNobodyReadsIsAnErrorAndChangesNoFile)
@@ -346,8 +374,8 @@ TEST_P(ToolFaults, OutputThatNobodyReadsIsAnErrorAndChangesNoFile)
     run.stopreading();
     const ending end = run.wait();
     EXPECT_EQ(end.status, 1);
-    EXPECT_EQ(end.errors, "Error: Cannot write to the standard output.\n");
-    EXPECT_EQ(maskedfiles(), whole);
+    EXPECT_EQ(end.errors, told + nooutput);
+    expectfiles(whole);
 }
 
 // ------------------------------------------------------------------ users
@@ -473,7 +501,7 @@ TEST_P(ToolFaults, DevicesAreWrittenToAndStay)
     EXPECT_TRUE(fs::is_character_file(folder.file(name)));
     fs::remove(folder.file(name));
     ASSERT_EQ(mknod(folder.file(name).c_str(), S_IFCHR | 0666, (1U << 8U) | 7U), 0); // full
-    EXPECT_EQ(ranprocess(setting).errors, "Error: Cannot write " + name + ".\n");
+    EXPECT_TRUE(ranprocess(setting).errors.ends_with("Error: Cannot write " + name + ".\n"));
     EXPECT_TRUE(fs::is_character_file(folder.file(name)));
 }
 
@@ -541,7 +569,12 @@ TEST_P(ToolFaults, ASignalAtAnyMomentLeavesAllFilesOldOrAllNew)
             int seen = 0;
             process run(traced);
             if (!run.signalonce(signal, [&] { return seen++ == last; })) continue; // a shorter run
-            const int status = run.wait().status;
+            const ending ended = run.wait();
+            const int status = ended.status;
+            if (signal == SIGINT && answeredearly(ended)) {
+                expectnothingtemporary();
+                continue;
+            }
             if (signal != SIGKILL) {
                 const bool answered = status == 0 || maskedfiles() == whole;
                 expectoldornew(answered ? 0 : status);

@@ -22,7 +22,7 @@ namespace {
 // Looks over a text before anything is made of it, since a list in a list costs forty times its text.
 void checkextent(const textfile& source, std::size_t mostvalues)
 {
-    constexpr std::size_t deepest = 100;
+    constexpr std::size_t deepest = 1000;
     std::size_t depth = 0;
     std::size_t values = 1;
     bool quoted = false;

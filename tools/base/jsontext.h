@@ -13,7 +13,7 @@ namespace torvik::tools {
 constexpr std::size_t usualjsonvalues = 4'000'000;
 
 // What a text says. Throws badfile, with the place, if it is no JSON, has a number beyond all doubles, more
-// than so many values, or more than a hundred lists in one another.
+// than so many values, or more than a thousand lists in one another.
 nlohmann::json jsonin(const textfile& source, std::size_t mostvalues = usualjsonvalues);
 
 } // namespace torvik::tools

@@ -30,10 +30,10 @@ TEST(Json, IsReadWithinLimits)
 
 TEST(Json, OfListsInListsIsRefusedBeforeItTakesMemory)
 {
-    const std::string deep = std::string(100, '[') + std::string(100, ']');
+    const std::string deep = std::string(1000, '[') + std::string(1000, ']');
     EXPECT_EQ(messageof(deep), "nothing");
     EXPECT_EQ(messageof("[" + deep + "]"),
-              "a.json, line 1, column 101: more than 100 lists in one another.");
+              "a.json, line 1, column 1001: more than 1000 lists in one another.");
 }
 
 } // namespace
