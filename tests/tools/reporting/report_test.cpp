@@ -276,7 +276,9 @@ TEST_F(AReport, OfASolutionReadsNoFileOutsideItsFolder)
         }
         return std::string("nothing");
     };
-    for (const std::string name : {"../outer.idx", folder.file("outer.idx").c_str(), "..", ".", ""})
+    const std::vector<std::string> names = {"../outer.idx", folder.file("outer.idx"), "..", ".",
+                                            ""};
+    for (const std::string& name : names)
         for (const char* key : {"idx", "res"})
             EXPECT_EQ(messageof(key, name), ": expected the name of a file beside it in '"
                                                 + std::string(key) + "' of its run, found '" + name
