@@ -24,6 +24,10 @@ inline double evidence_needed_of(std::size_t reflections)
 // The lead that an answer needs, in nats, on the sum of all rivals: the odds are 12 to 1.
 constexpr double lead_needed = 2.5;
 
+// Rivals that index more reflections count as if they had so much more evidence, in nats. Of ten reflections nine
+// lie on one of the seven halves of their lattice once in thirteen lists, and that half then is the more evident.
+constexpr double credit_for_indexing_more = 4.0;
+
 // The fraction of the reflections that a lattice must index to be an answer. A lattice that rows or planes of
 // spots share by chance takes up to a fifth of a long list, with evidence beyond any doubt.
 constexpr double fraction_needed = 0.23;
