@@ -47,6 +47,21 @@ std::vector<candidate_lattice> verified(const std::vector<candidate_lattice>& fo
 
 } // namespace
 
+assessment assess_with_priors(const std::vector<vector3>& vectors, const matrix3& start)
+{
+    assessment one = assess(vectors, start);
+    if (std::isfinite(one.evidence))
+        one.evidence += occupation_gain(vectors, one) + symmetry_gain(vectors, one);
+    return one;
+}
+
+void sort_by_evidence(std::vector<assessment>& lattices)
+{
+    std::stable_sort(
+        lattices.begin(), lattices.end(),
+        [](const assessment& p, const assessment& q) { return p.evidence > q.evidence; });
+}
+
 free_search_result find_lattices(const std::vector<vector3>& vectors, const search_limits& limits)
 {
     const reflection_list all(vectors);
@@ -64,14 +79,10 @@ free_search_result find_lattices(const std::vector<vector3>& vectors, const sear
     for (std::size_t i = 0; i < found.lattices.size(); ++i) {
         const candidate_lattice& one = found.lattices[i];
         if (i >= fewest_kept && one.evidence < found.lattices[0].evidence - competing_depth) break;
-        assessment exact = assess(vectors, one.basis);
-        if (!std::isfinite(exact.evidence)) continue;
-        exact.evidence += occupation_gain(vectors, exact) + symmetry_gain(vectors, exact);
-        result.lattices.push_back(exact);
+        const assessment exact = assess_with_priors(vectors, one.basis);
+        if (std::isfinite(exact.evidence)) result.lattices.push_back(exact);
     }
-    std::stable_sort(
-        result.lattices.begin(), result.lattices.end(),
-        [](const assessment& p, const assessment& q) { return p.evidence > q.evidence; });
+    sort_by_evidence(result.lattices);
     return result;
 }
 

@@ -204,11 +204,44 @@ decision with_axis_check(const std::vector<vector3>& vectors, decision made, dou
     return made;
 }
 
+constexpr double same_within = 0.15; // of whole numbers, the matrix between two bases
+
+bool contains(const std::vector<assessment>& lattices, const matrix3& basis)
+{
+    return std::any_of(lattices.begin(), lattices.end(), [&](const assessment& one) {
+        return same_lattice(one.basis, basis, same_within);
+    });
+}
+
+// Whether a shift is beyond its error.
+bool significant(const assessment& shifted)
+{
+    constexpr double deviations = 5.0;
+    return shifted.shift.length()
+           > deviations * shifted.sigma / std::sqrt(std::max(1, shifted.indexed));
+}
+
+// Takes the lattices whose shift is no more than its error out of those with a shift. Gives them without one, but for
+// those that are known.
+std::vector<assessment> without_shift(const std::vector<vector3>& vectors,
+                                      const std::vector<assessment>& known,
+                                      std::vector<assessment>& shifted)
+{
+    std::vector<assessment> lattices;
+    std::erase_if(shifted, [&](const assessment& one) {
+        if (significant(one)) return false;
+        if (contains(known, one.basis)) return true;
+        const assessment exact = assess_with_priors(vectors, one.basis);
+        if (std::isfinite(exact.evidence)) lattices.push_back(exact);
+        return true;
+    });
+    return lattices;
+}
+
 // Lattices without and with a shift; of one lattice the more evident.
 std::vector<assessment> merged(const std::vector<assessment>& unshifted,
                                std::vector<assessment> shifted)
 {
-    constexpr double same_within = 0.15;
     for (const assessment& one : unshifted) {
         const auto same =
             std::find_if(shifted.begin(), shifted.end(), [&](const assessment& other) {
@@ -287,9 +320,7 @@ private:
             refined.evidence += occupation_gain(part, refined) + symmetry_gain(part, refined);
             if (refined.evidence > one.evidence) one = refined;
         }
-        std::stable_sort(
-            lattices.begin(), lattices.end(),
-            [](const assessment& p, const assessment& q) { return p.evidence > q.evidence; });
+        sort_by_evidence(lattices);
     }
 
     [[nodiscard]] std::vector<int> images_left() const
@@ -337,8 +368,14 @@ private:
         if (rounds == 0) return with_small_shift(part, made);
         std::vector<assessment> rivals =
             find_shifted_lattices(part, images_left(), searched.lattices, rounds, limits);
-        return decide(part, merged(searched.lattices, std::move(rivals)),
-                      searched.interrupted || over());
+        std::vector<assessment>& lattices = searched.lattices;
+        const std::vector<assessment> further = without_shift(part, lattices, rivals);
+        if (!further.empty()) {
+            lattices.insert(lattices.end(), further.begin(), further.end());
+            sort_by_evidence(lattices);
+            lattices = with_several_crystals(part, std::move(lattices), limits.over);
+        }
+        return decide(part, merged(lattices, std::move(rivals)), searched.interrupted || over());
     }
 
     void first(const std::vector<vector3>& part, const decision& made)
