@@ -146,16 +146,18 @@ bool differences_in_a_part(const std::vector<vector3>& vectors, const assessment
 // The rounds of the search for a shift: none if a shift could not explain the vectors better.
 int rounds_for_shift(const std::vector<vector3>& vectors, const decision& made, std::uint64_t seed)
 {
-    constexpr int most = 3;
-    if (made.how != verdict::solved) return most;
+    constexpr int of_doubt = 3;
+    constexpr int of_few_inliers = 2;
+    if (made.how != verdict::solved) return of_doubt;
     const assessment& best = made.candidates.front();
     if (!best.further_crystals.empty()) return 0;
+    if (best.indexed < fraction_beyond_shift * static_cast<double>(best.inlier.size()))
+        return of_few_inliers;
     const double side = cube_root(std::fabs(best.basis.determinant()));
-    if (best.indexed < fraction_beyond_shift * static_cast<double>(best.inlier.size())
-        || best.evidence < evidence_nearly_beyond_shift * best.indexed
+    if (best.evidence < evidence_nearly_beyond_shift * best.indexed
         || best.sigma * side > error_beyond_shift
         || differences_in_a_part(vectors, best, random_numbers(seed + 2)))
-        return most;
+        return of_doubt;
     return best.evidence < evidence_beyond_shift * best.indexed ? 1 : 0;
 }
 
