@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+import hashlib
+import json
 import os
 import re
 import shutil
@@ -98,8 +100,7 @@ class Copy:
 
     def make(self, targets: list[str], faults: list[Fault]) -> list[Fault]:
         """Builds; faults that the compiler refuses are taken out. Returns the others."""
-        left = list(faults)
-        left = self.compiled_alone(left)
+        left = self.compiled_alone(faults)
         for _ in range(12):
             line = ["cmake", "--build", str(self.build), "-j", str(self.jobs), "--target", *targets,
                     "--", "-k"]
@@ -109,6 +110,23 @@ class Copy:
                 return left
             left = self.without_refused(left, done.stderr)
         raise SystemExit(f"The copy cannot be built: see {self.folder}/build.log.")
+
+    def without_known(self, faults: list[Fault]) -> list[Fault]:
+        """Takes out what was refused in a run before, so that a header is not compiled for it again."""
+        known = self.known()
+        refused = [fault for fault in faults if self.key(fault) in known]
+        self.refused += [(fault, known[self.key(fault)]) for fault in refused]
+        return [fault for fault in faults if self.key(fault) not in known]
+
+    def known(self) -> dict[str, str]:
+        path = self.folder / "refused.json"
+        return json.loads(path.read_text(encoding="utf-8")) if path.exists() else {}
+
+    @staticmethod
+    def key(fault: Fault) -> str:
+        text = (ROOT / fault.file).read_bytes() if (ROOT / fault.file).exists() else b""
+        place = f"{fault.file} {fault.start} {fault.form} {fault.after}"
+        return hashlib.sha256(text + place.encode()).hexdigest()
 
     def compiled_alone(self, faults: list[Fault]) -> list[Fault]:
         """Tries the headers by themselves, since all that includes them waits for them."""
@@ -134,16 +152,27 @@ class Copy:
         return subprocess.run(line, capture_output=True, text=True, errors="replace")
 
     def without_refused(self, faults: list[Fault], errors: str) -> list[Fault]:
-        reasons: dict[int, str] = {}
+        blame: dict[str, list[tuple[bool, str, list[Fault]]]] = {}  # by file
         for message, places in self.messages(errors):
-            for fault in self.blamed(message, places):
-                reasons.setdefault(fault.number, message)
+            certain, blamed = self.blamed(message, places)
+            if blamed:
+                blame.setdefault(blamed[0].file, []).append((certain, message, blamed))
+        reasons: dict[int, str] = {}
+        for those in blame.values():
+            # A constant that is none any more leads to errors in other places.
+            for certain, message, blamed in those:
+                if certain or not any(one[0] for one in those):
+                    for fault in blamed:
+                        reasons.setdefault(fault.number, message)
         if not reasons:
             (self.folder / "build.log").write_text(errors)
             raise SystemExit(f"The copy cannot be built: see {self.folder}/build.log.")
         for fault in faults:
             if fault.number in reasons:
                 self.refused.append((fault, reasons[fault.number]))
+        known = self.known() | {self.key(one): reasons[one.number] for one in faults
+                                if one.number in reasons}
+        (self.folder / "refused.json").write_text(json.dumps(known), encoding="utf-8")
         left = [one for one in faults if one.number not in reasons]
         for name in {one.file for one in faults if one.number in reasons}:
             self.plant(name, [one for one in left if one.file == name])
@@ -162,15 +191,16 @@ class Copy:
             places = [(m[1], int(m[2]), int(m[3])) for m in map(place.match, around) if m]
             yield line.split(": error: ", 1)[1], [one for one in places if one[0] in self.written]
 
-    def blamed(self, message: str, places: list[tuple[str, int, int]]) -> list[Fault]:
+    def blamed(self, message: str, places: list[tuple[str, int, int]]) -> tuple[bool, list[Fault]]:
+        """The faults that an error comes from, and whether it names their constant."""
         names = re.findall(r"[‘'](?:\w+::)*(\w+)[’']", message)
-        about_constant = re.search("constant expression|captured|not usable|non-constant", message)
-        for one in self.written.values() if about_constant else ():
-            found = one.of_constant(iter(names))
-            if found:
-                return found
+        if re.search("constant expression|captured|not usable|non-constant", message):
+            for one in self.written.values():
+                found = one.of_constant(iter(names))
+                if found:
+                    return True, found
         for file, line, column in places:
             found = self.written[file].at(line, column)
             if found:
-                return found
-        return []
+                return False, found
+        return False, []

@@ -353,7 +353,7 @@ class Finder:
     def visit_unary_operator(self, node, parent) -> None:
         start, end = self.span(node)
         text = self.text[start:end]
-        if text.startswith("!"):
+        if text.startswith("!") and not text.startswith("!="):  # C++20 writes a != b as !(a == b)
             self.offer("negated condition", start, end, f"static_cast<bool>({text[1:]})")
         elif text.startswith("-") and not text.startswith("--"):
             self.offer("sign", start, end, f"({text[1:]})")

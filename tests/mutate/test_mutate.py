@@ -151,7 +151,7 @@ int main()
             errors = copy.errors_of("solver/sample.cpp")
             self.assertIn("most", errors)  # is no constant for the static_assert any more
             blamed = {fault.number for message, places in copy.messages(errors)
-                      for fault in copy.blamed(message, places)}
+                      for fault in copy.blamed(message, places)[1]}
             self.assertEqual(blamed, {one.number for one in self.faults if one.constant == "most"})
 
     def test_of_numbers_keep_what_kind_of_number_it_is(self) -> None:
@@ -292,7 +292,7 @@ class Runs(unittest.TestCase):
 
 class Rates(unittest.TestCase):
     def test_have_limits(self) -> None:
-        # E. B. Wilson, J. Am. Stat. Assoc. 22 (1927) 209: solved by hand for 9 of 10 and for all of 10.
+        # By the formula of E. B. Wilson, J. Am. Stat. Assoc. 22 (1927) 209.
         for caught, tried, low, high in ((9, 10, 59.6, 98.2), (10, 10, 72.2, 100.0)):
             found = mutate.limits(caught, tried)
             self.assertAlmostEqual(found[0], low, delta=0.05)
