@@ -87,6 +87,14 @@ class Copy:
         self.written[name] = cppfaults.Rewriter(text, faults)
         self.write(name, self.written[name].result().encode("latin-1"))
 
+    def take_tools(self, program: Path) -> None:
+        """Puts a torvik-tools beside the workflow of the copy, where it looks for it."""
+        self.build.mkdir(parents=True, exist_ok=True)
+        shutil.copy2(program, self.build / "torvik-tools")
+        workflow = self.build / "workflow"
+        if not workflow.is_symlink():
+            workflow.symlink_to(self.tree / "workflow")
+
     def configure(self) -> None:
         self.folder.mkdir(parents=True, exist_ok=True)
         planted = self.folder / "planted.o"

@@ -27,6 +27,8 @@ FUNCTIONS = {"min": "max", "max": "min", "fmin": "fmax", "fmax": "fmin", "floor"
 # Their arguments may be exchanged, but for the sign of a zero and ties.
 SYMMETRIC = {"min", "max", "fmin", "fmax", "swap", "hypot", "dot", "gcd", "lcm", "midpoint",
              "dotproduct", "iter_swap"}
+# Statements that only save time, or none.
+WITHOUT_EFFECT = re.compile(r"^static_cast<void>|(\.|->)reserve\(|\.shrink_to_fit\(\)")
 COMPONENTS = {"x": "y", "y": "z", "z": "x"}
 LITERALS = "INTEGER_LITERAL", "FLOATING_LITERAL", "CXX_BOOL_LITERAL_EXPR"
 FUNCTION_KINDS = "FUNCTION_DECL", "CXX_METHOD", "CONSTRUCTOR", "DESTRUCTOR", "FUNCTION_TEMPLATE", \
@@ -258,7 +260,7 @@ class Finder:
     def removed(self, node) -> None:
         start, end = self.span(node)
         rest = re.match(r"\s*;", self.text[end:])
-        if not rest or not self.ours(node) or self.text[start:end].startswith("static_cast<void>"):
+        if not rest or not self.ours(node) or WITHOUT_EFFECT.search(self.text[start:end]):
             return
         end += rest.end()
         self.offer("removed statement", start, end, ";", "statement",

@@ -5,6 +5,7 @@
     tests/mutate/mutate.py --folder solver --count 50 --seed 2
     tests/mutate/mutate.py --only solver/lattice/cell.cpp --count 0     all faults of a file
     tests/mutate/mutate.py --list --only cell.cpp     prints faults, and plants none
+    tests/mutate/mutate.py --again results.json       what survived a run: has a new test caught it?
 
 Rules make the faults from the sources as they are: cppfaults.py and pyfaults.py. A sample of them is drawn by
 the seed, and compiled into a copy of the project all at once; the environment then selects one. So a
@@ -50,7 +51,8 @@ GOALS = {"solver": 95.0, "workflow": 95.0, "tools": 95.0, "src": 99.0}
 FILTERS = {"solver_api": "*-*ConstantsElsewhere",
            "golden": "*-*ABuild*:*AnExample*:*ADocument*:TheDifficultExample*:TheGenerator*",
            "faults": "*ClosedStreams*:*ATerminal*:*Shows*:*Announced*"}
-# Slurm alone takes a minute; the others run a batch of many hundred crystals, or wait for limits.
+# Tests of the workflow that run a batch of many hundred crystals, or wait for limits. Those on Slurm are left out
+# too: they take minutes.
 LEFT_OUT = r"thousand_names|at_any_moment|full_disk"
 
 
@@ -89,6 +91,16 @@ def sample(faults: list[Fault], count: int, seed: str) -> list[Fault]:
     return random.Random(seed).sample(faults, min(count or len(faults), len(faults)))
 
 
+def identity(fault: dict) -> tuple:
+    return tuple(fault[name] for name in ("file", "function", "kind", "text", "before", "after"))
+
+
+def survived(results: Path) -> set[tuple]:
+    """What a run left over, as its file has it."""
+    return {identity(one) for one in json.loads(results.read_text(encoding="utf-8"))
+            if one["verdict"] in ("survived", "not reached")}
+
+
 # The tests of each folder
 
 def targets(folder: str) -> list[str]:
@@ -110,8 +122,9 @@ def suites(folder: str, copy: Copy) -> list[Suite]:
         return [UnittestSuite(name, name, module=f"test_{name}", where=str(copy.tree / "tests/workflow"),
                               python=python, left_out=LEFT_OUT,
                               environment={"TORVIK_TOOLS": str(copy.build / "torvik-tools")})
-                for name in ("lattices", "folder", "steps", "batch")
-                if (ROOT / f"tests/workflow/test_{name}.py").exists()]
+                for name in sorted(path.stem.removeprefix("test_") for path in
+                                   (ROOT / "tests/workflow").glob("test_*.py"))
+                if name != "slurm"]
     found: list[Suite] = []
     for target in targets(folder):
         if target.startswith("torvik_tests_"):
@@ -136,8 +149,9 @@ def limits(caught: int, tried: int) -> tuple[float, float]:
 class Report:
     """What became of the faults."""
 
-    def __init__(self, seed: int) -> None:
+    def __init__(self, seed: int, file: Path | None = None) -> None:
         self.seed = seed
+        self.file = file
         self.results: list[tuple[str, Fault, str]] = []  # folder, fault, verdict
         self.lock = threading.Lock()
 
@@ -145,6 +159,8 @@ class Report:
         with self.lock:
             self.results.append((folder, fault, verdict))
             print(f"{len(self.results):4d}  {fault.where()}: {fault.kind}: {verdict}", flush=True)
+            if self.file:
+                self.save(self.file)
 
     def of(self, folder: str) -> collections.Counter:
         counts: collections.Counter = collections.Counter()
@@ -192,8 +208,11 @@ def plant(folder: str, faults: list[Fault], copy: Copy, options: argparse.Namesp
     begin = time.monotonic()
     left = copy.without_known(faults)
     copy.refresh(left)
-    copy.configure()
-    left = copy.make(targets(folder), left)
+    if folder == "workflow" and options.tools:
+        copy.take_tools(options.tools)
+    else:
+        copy.configure()
+        left = copy.make(targets(folder), left)
     for fault, reason in copy.refused:
         if fault in faults:
             print(f"      {fault.where()}: {fault.kind}: refused: {reason[:120]}")
@@ -235,10 +254,14 @@ def parsed() -> argparse.Namespace:
                         help="solver, workflow, tools or src; all without it")
     parser.add_argument("--only", action="append", default=[], metavar="FILE",
                         help="only files whose names hold this")
+    parser.add_argument("--again", type=Path, metavar="FILE",
+                        help="only what survived in the run that wrote this file")
     parser.add_argument("--minutes", type=float, default=0.0, metavar="N",
                         help="no fault of a folder is begun after so long (default: no limit)")
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1, metavar="N",
                         help="at work at once (default: %(default)s)")
+    parser.add_argument("--tools", type=Path, metavar="PROGRAM",
+                        help="a torvik-tools of these sources: the workflow then needs no build")
     parser.add_argument("--list", action="store_true", help="print the faults")
     parser.add_argument("--check", action="store_true",
                         help="only say which arguments for equivalence fit no fault any more")
@@ -270,18 +293,21 @@ def main() -> int:
         return 0
     drawn = {folder: sample(faults[folder], options.count, f"{options.seed}/{folder}")
              for folder in folders}
+    if options.again:
+        before = survived(options.again)
+        drawn = {folder: [fault for fault in those if identity(vars(fault)) in before]
+                 for folder, those in faults.items()}
     if options.list:
         for fault in sorted((one for folder in folders for one in drawn[folder]),
                             key=lambda one: (one.file, one.start)):
             print(fault.described() + ("\n    = equivalent" if fault.argument else ""))
         return 0
-    report = Report(options.seed)
+    report = Report(options.seed, at / "results.json")
     copy = Copy(at, options.jobs)
     for folder in folders:
         for number, fault in enumerate(drawn[folder], 1):
             fault.number = number
         plant(folder, drawn[folder], copy, options, report)
-        report.save(at / "results.json")
     return tell(report, copy, faults, drawn)
 
 
