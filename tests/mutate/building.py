@@ -88,9 +88,10 @@ class Copy:
         self.write(name, self.written[name].result().encode("latin-1"))
 
     def take_tools(self, program: Path) -> None:
-        """Puts a torvik-tools beside the workflow of the copy, where it looks for it."""
+        """Puts a torvik-tools and its Torvik beside the workflow of the copy, where they look for it."""
         self.build.mkdir(parents=True, exist_ok=True)
-        shutil.copy2(program, self.build / "torvik-tools")
+        for name in ("torvik-tools", "Torvik"):
+            shutil.copy2(program.parent / name, self.build / name)
         workflow = self.build / "workflow"
         if not workflow.is_symlink():
             workflow.symlink_to(self.tree / "workflow")

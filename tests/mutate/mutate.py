@@ -106,7 +106,7 @@ def survived(results: Path) -> set[tuple]:
 def targets(folder: str) -> list[str]:
     tests = ROOT / "tests"
     if folder == "workflow":
-        return ["torvik-tools"]
+        return ["torvik-tools", "Torvik"]
     if folder == "src":
         units = [f"torvik_tests_unit_{one.name}" for one in sorted((tests / "unit").iterdir())]
         return ["Torvik", *units, *(f"torvik_tests_{one}" for one in

@@ -79,6 +79,25 @@ TEST(Misorientations, HaveTheAngleAndTheAxisOfTheRotation)
         }
 }
 
+TEST(Misorientations, OfALatticeAndItselfAreZero)
+{
+    const auto found = misorientation_of(triclinic, triclinic);
+    ASSERT_TRUE(found);
+    EXPECT_NEAR(found->angle, 0.0, 1e-4);
+    EXPECT_FALSE(found->twin);
+    EXPECT_NEAR(found->axis.length(), 1.0, 1e-9);
+}
+
+// All lattices have a centre of symmetry.
+TEST(Misorientations, OfAMirrorImageAreThoseOfItsInverse)
+{
+    const matrix3 mirror(1, 0, 0, 0, 1, 0, 0, 0, -1);
+    const auto found = misorientation_of(triclinic, triclinic.multiply(mirror));
+    ASSERT_TRUE(found);
+    EXPECT_NEAR(found->angle, 180.0, 1e-4);
+    EXPECT_NEAR(std::fabs(found->axis.z), 1.0, 1e-9);
+}
+
 TEST(Misorientations, AreTwinLawsOnlyByTheAnglesOfLawsAboutARow)
 {
     const vector3 row = row_of(triclinic, 0) - row_of(triclinic, 2) * 2.0;
