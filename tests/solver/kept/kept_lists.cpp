@@ -125,6 +125,46 @@ void add_known(std::vector<kept_list>& all)
     add_outliers(all.back().measured, 5, 63);
 }
 
+// Cells that are nearly those of a higher symmetry, and lists that take the ways for many reflections.
+void add_harder(std::vector<kept_list>& all)
+{
+    const auto known = [&](const std::string& name, const fixed_request& asked, int outliers) {
+        all.push_back({name, lattice_points(asked, 'P', any), unhurried()});
+        add_outliers(all.back().measured, outliers, asked.seed + 500);
+        const vec3& axes = asked.axes;
+        all.back().how.known = {{{axes[0], axes[1], axes[2], 90.0, 90.0, 90.0}, 'P'}};
+    };
+    known("known, pseudo-cubic", {"", {8.0, 8.1, 8.2}, 0.0, 8, 0, 0.002, 0.0, 110}, 2);
+    known("known, pseudo-cubic, coarse", {"", {8.0, 8.1, 8.2}, 0.0, 20, 0, 0.004, 0.0, 111}, 5);
+    known("known, pseudo-tetragonal", {"", {7.0, 7.2, 12.0}, 0.0, 12, 0, 0.003, 0.0, 112}, 6);
+    known("known, three hundred", {"", {10.0, 12.0, 15.0}, 0.0, 250, 0, 0.001, 0.0, 113}, 50);
+    known("known, mostly outliers", {"", {9.0, 10.0, 11.0}, 0.0, 20, 0, 0.001, 0.0, 114}, 40);
+    known("known, four", {"", {5.0, 6.0, 9.0}, 0.0, 4, 0, 0.001, 0.0, 115}, 0);
+    known("known, long axis", {"", {5.0, 6.0, 40.0}, 0.0, 30, 0, 0.0005, 0.0, 116}, 5);
+    const auto free = [&](const fixed_request& asked) { all.push_back(of_builds(asked)); };
+    free({"shifted, four hundred", {9.0, 10.0, 12.0}, 0.1, 400, 40, 0.001, 0.02, 120});
+    free({"shifted by half a point", {6.0, 7.0, 8.0}, 0.1, 50, 0, 0.001, 0.08, 121});
+    free({"twelve, coarse", {5.0, 6.0, 7.0}, 0.1, 12, 0, 0.006, 0.0, 122});
+    free({"twenty, coarse, with outliers", {5.0, 7.0, 8.0}, 0.1, 20, 5, 0.005, 0.0, 123});
+    free({"a hundred and fifty, mostly outliers", {7.0, 8.0, 9.0}, 0.1, 150, 100, 0.001, 0.0, 124});
+    free({"hexagonal, nearly", {7.0, 8.083, 12.0}, 0.5, 40, 4, 0.001, 0.0, 125});
+    free({"a large cell", {25.0, 32.0, 41.0}, 0.05, 300, 30, 0.0002, 0.0, 126});
+    free({"a needle", {3.0, 3.2, 45.0}, 0.02, 50, 5, 0.0003, 0.0, 127});
+    free({"three crystals", {6.0, 7.0, 8.0}, 0.1, 40, 0, 0.0005, 0.0, 128, false, 3, 40});
+    free({"two hundred, two lattices",
+          {8.0, 9.0, 10.0},
+          0.1,
+          120,
+          10,
+          0.0008,
+          0.0,
+          129,
+          false,
+          2,
+          80,
+          false});
+}
+
 void add_limited(std::vector<kept_list>& all)
 {
     const fixed_request asked = {"", {4.0, 8.0, 9.0}, 0.1, 40, 4, 0.001, 0.0, 70};
@@ -249,6 +289,7 @@ std::vector<kept_list> kept_lists()
     }
     add_centred(all);
     add_known(all);
+    add_harder(all);
     add_limited(all);
     add_superstructures(all);
     add_twins(all);
