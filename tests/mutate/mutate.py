@@ -201,23 +201,32 @@ class Report:
             for folder, fault, verdict in self.results], indent=1) + "\n", encoding="utf-8")
 
 
-def plant(folder: str, faults: list[Fault], copy: Copy, options: argparse.Namespace,
-          report: Report) -> list[Fault]:
-    """Builds the faults of a folder, and tries each. Returns those that compile."""
-    print(f"{folder}: building {len(faults)} faults into {copy.folder} ...", flush=True)
+def built(drawn: dict[str, list[Fault]], copy: Copy, options: argparse.Namespace) -> list[Fault]:
+    """Builds the faults of all folders together. Returns those that compile."""
+    faults = [fault for folder in drawn for fault in drawn[folder]]
+    for number, fault in enumerate(faults, 1):
+        fault.number = number
+    print(f"Building {len(faults)} faults into {copy.folder} ...", flush=True)
     begin = time.monotonic()
     left = copy.without_known(faults)
     copy.refresh(left)
-    if folder == "workflow" and options.tools:
+    folders = list(drawn)
+    if options.tools:
         copy.take_tools(options.tools)
-    else:
+        folders = [folder for folder in folders if folder != "workflow"]
+    if folders:
         copy.configure()
-        left = copy.make(targets(folder), left)
+        left = copy.make(sorted({one for folder in folders for one in targets(folder)}), left)
     for fault, reason in copy.refused:
-        if fault in faults:
-            print(f"      {fault.where()}: {fault.kind}: refused: {reason[:120]}")
-    print(f"{folder}: built in {time.monotonic() - begin:.0f} s; running the tests without a fault ...",
-          flush=True)
+        print(f"      {fault.where()}: {fault.kind}: refused: {reason[:120]}")
+    print(f"Built in {time.monotonic() - begin:.0f} s.", flush=True)
+    return left
+
+
+def plant(folder: str, faults: list[Fault], copy: Copy, options: argparse.Namespace,
+          report: Report) -> None:
+    """Tries each fault of a folder."""
+    print(f"{folder}: running the tests without a fault ...", flush=True)
     begin = time.monotonic()
     tests = suites(folder, copy)
     for suite in tests:
@@ -236,13 +245,11 @@ def plant(folder: str, faults: list[Fault], copy: Copy, options: argparse.Namesp
         reached, caught = catcher(tests, fault.file.split("/")[1], fault.number)
         report.add(folder, fault, f"caught by {caught}" if caught else
                    "survived" if reached else "not reached")
-    order = sorted(left, key=lambda one: one.number)
     with ThreadPoolExecutor(options.jobs) as pool:
-        for task in [pool.submit(attempt, fault) for fault in order]:
+        for task in [pool.submit(attempt, fault) for fault in faults]:
             task.result()
     if skipped:
         print(f"{folder}: {len(skipped)} faults were not tried: the time was over.")
-    return left
 
 
 def parsed() -> argparse.Namespace:
@@ -304,10 +311,9 @@ def main() -> int:
         return 0
     report = Report(options.seed, at / "results.json")
     copy = Copy(at, options.jobs)
+    left = built(drawn, copy, options)
     for folder in folders:
-        for number, fault in enumerate(drawn[folder], 1):
-            fault.number = number
-        plant(folder, drawn[folder], copy, options, report)
+        plant(folder, [fault for fault in drawn[folder] if fault in left], copy, options, report)
     return tell(report, copy, faults, drawn)
 
 

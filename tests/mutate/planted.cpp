@@ -44,7 +44,8 @@ void share(const char* name)
 
 __attribute__((constructor(101))) void read_environment()
 {
-    if (const char* const name = std::getenv("TORVIK_FAULTS_REACHED")) share(name);
+    if (const char* const name = std::getenv("TORVIK_FAULTS_REACHED"))
+        share(name);
     else if (const char* const number = std::getenv("TORVIK_FAULT"))
         torvik_acting_fault = std::atoi(number);
 }
