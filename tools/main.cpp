@@ -1,15 +1,19 @@
 // torvik-tools: brings measurements in, takes answers out.
 
 #include "base/failure.h"
+#include "base/signals.h"
+#include "base/streams.h"
 #include "base/terminal.h"
 #include "commands/command.h"
 #include "solver/lattice/invalid_input.h"
 
 #include <algorithm>
 #include <exception>
+#include <filesystem>
 #include <iostream>
 #include <new>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace {
@@ -47,18 +51,13 @@ void addcommands(CLI::App& program)
     torvik::tools::addbatch(program);
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+// Runs the command, and says what went wrong.
+int carriedout(CLI::App& program, int argc, char** argv)
 {
-    CLI::App program("Brings measurements to Torvik, and takes its answers to other programs.",
-                     "torvik-tools");
-    program.set_version_flag("--version", "torvik-tools " TORVIK_VERSION);
-    program.require_subcommand(1);
-    program.footer("torvik-tools COMMAND --help tells of a command, with an example.");
     try {
         addcommands(program);
         program.parse(wordsof(argc, argv));
+        return done;
     } catch (const CLI::RuntimeError& stop) { // the command has said what there is to say
         return stop.get_exit_code();
     } catch (const CLI::ParseError& stop) {
@@ -69,9 +68,27 @@ int main(int argc, char** argv)
         return report(why.what());
     } catch (const std::bad_alloc&) {
         return report("There is not enough memory.");
+    } catch (const std::filesystem::filesystem_error& why) {
+        return report("Cannot look at " + why.path1().string() + ": " + why.code().message() + ".");
+    } catch (const std::system_error& why) {
+        return report("The system refuses what is needed: " + why.code().message() + ".");
     } catch (const std::exception& why) {
         return report(std::string("Something unforeseen happened: ") + why.what() + ".");
     }
-    if (!std::cout.flush()) return report("Cannot write to the standard output.");
-    return done;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    torvik::tools::reservestreams();
+    torvik::tools::failatwrites();
+    CLI::App program("Brings measurements to Torvik, and takes its answers to other programs.",
+                     "torvik-tools");
+    program.set_version_flag("--version", "torvik-tools " TORVIK_VERSION);
+    program.require_subcommand(1);
+    program.footer("torvik-tools COMMAND --help tells of a command, with an example.");
+    const int status = carriedout(program, argc, argv);
+    if (!std::cout.flush() && status == done) return report("Cannot write to the standard output.");
+    return status;
 }

@@ -28,15 +28,13 @@ HERE = Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE))
 sys.dont_write_bytecode = True
 
-from torvikbatch import folder, inputs  # noqa: E402
-from torvikbatch.folder import FIRST, SECOND, VERDICTS, Pass, Unusable  # noqa: E402
+from torvikbatch import database, folder, inputs, overview  # noqa: E402
+from torvikbatch.folder import FIRST, SECOND, VERDICTS, Damaged, Pass, Unusable  # noqa: E402
+from torvikbatch.inputs import Prepared  # noqa: E402
 from torvikbatch.signals import STOPPING, hear, hold  # noqa: E402
 
 # What decides the answer for a crystal: all answers in one folder are of the same.
 FIXED = ("budget", "volume", "options", "keep")
-# A file system that many machines share can show a new file late.
-LATENCY = 60  # seconds
-
 
 def start(asked: dict) -> IO:
     """Makes the folder of the batch, and works there from now on. Returns the lock, which is held by all
@@ -72,17 +70,53 @@ def readrequest(file: str) -> dict:
     return asked
 
 
-def settle(asked: dict) -> None:
-    """Writes the settings; where there are answers, holds what is asked for against theirs."""
+def settle(asked: dict) -> list[str]:
+    """Writes the settings; where there are answers, compares what is asked for with theirs. Returns notes."""
     new = {key: asked[key] for key in (*FIXED, "tools", "torvik")}
-    if folder.SETTINGS.exists() and any(FIRST.solved.glob("*.jsonl")):
-        old = folder.settings()
+    notes = []
+    if FIRST.recorded():
+        try:
+            old = folder.settings()
+        except Damaged as why:
+            kept = database.keptsettings()
+            if kept is None:
+                raise Unusable(f"{why} How the crystals in {asked['output']} were solved is not known "
+                               "without it. Please give a new folder.") from why
+            old = kept
+            notes.append(f"{why} It is made anew from {folder.DATABASE}.")
         for key in FIXED:
             if old[key] != new[key]:
                 raise Unusable(f"The crystals in {asked['output']} were solved with other settings "
                                f"({key}: {shown(old[key])}, not {shown(new[key])}). Another folder "
                                "keeps the two apart.")
     folder.writewhole(folder.SETTINGS, json.dumps(new, indent=1) + "\n")
+    return notes
+
+
+def heal() -> list[str]:
+    """Has the database and the page made anew if they are not whole. Returns notes."""
+    notes = []
+    for mark, damage in ((folder.DATABASEDONE, database.damage), (folder.OVERVIEWDONE, overview.damage)):
+        if mark.exists() and (what := damage()):
+            mark.unlink()
+            notes.append(f"{what}. It is made anew.")
+    if not folder.DATABASEDONE.exists():
+        folder.OVERVIEWDONE.unlink(missing_ok=True)
+    return notes
+
+
+def forget() -> None:
+    """Removes what Snakemake keeps of an earlier call: among it numbers of jobs, which may be another's by now."""
+    shutil.rmtree(".snakemake", ignore_errors=True)
+    if os.path.lexists(".snakemake") and not os.path.isdir(".snakemake"):
+        os.unlink(".snakemake")
+
+
+def iscomplete() -> bool:
+    """Whether all is made. Snakemake is content with a last mark if those before it are missing."""
+    return (all(which.doneof(group).exists() for which in (FIRST, SECOND) for group in which.groups())
+            and folder.CONSENSUS.exists() and folder.DATABASEDONE.exists()
+            and folder.OVERVIEWDONE.exists())
 
 
 def shown(value: object) -> str:
@@ -110,18 +144,22 @@ def forcluster() -> list[str]:
             raise Unusable(f"Slurm's {program} is missing here: --slurm works where jobs can be submitted.")
 
     def script(name: str) -> str:
-        return f"{shlex.quote(sys.executable)} {shlex.quote(str(HERE / 'slurm' / name))}"
+        return f"{shlex.quote(sys.executable)} -B {shlex.quote(str(HERE / 'slurm' / name))}"
+
+    def plain(words: str) -> str: # Snakemake replaces what is in braces
+        return words.replace("{", "{{").replace("}", "}}")
 
     # Jobs of a call that was killed would do the work of this one.
     subprocess.run(["scancel", f"--name={jobname()}"], check=False, capture_output=True)
-    return ["--cluster", script("submit.py"), "--cluster-status", script("status.py"),
+    return ["--cluster", plain(script("submit.py")), "--jobscript",
+            str(HERE / "slurm" / "jobscript.sh"), "--cluster-status", script("status.py"),
             "--cluster-cancel", "scancel", "--max-status-checks-per-second", "5"]
 
 
 def command(asked: dict) -> list[str]:
     line = [snakemake(), "--snakefile", str(HERE / "Snakefile"), "--nolock", "--keep-going",
             "--rerun-incomplete", "--retries", "2", "--rerun-triggers", "mtime", "--latency-wait",
-            str(LATENCY), "--scheduler", "greedy", "--nocolor"]
+            str(folder.LATENCY), "--scheduler", "greedy", "--nocolor"]
     if asked["slurm"]:
         return [*line, "--jobs", str(asked["jobs"]), *forcluster()]
     return [*line, "--cores", str(asked["jobs"])]
@@ -167,11 +205,8 @@ class Tally:
                 if not line.endswith(b"\n"):
                     break
                 self._read[path] = self._read.get(path, 0) + len(line)
-                try:
-                    record = json.loads(line)
-                except ValueError:
-                    continue
-                if record["number"] in self.stale or record.get("cells", []) != self.cells:
+                record = folder.recordin(line)
+                if record is None or not self._counts(record):
                     continue
                 before = self._known[record["number"]]
                 if before:
@@ -181,6 +216,10 @@ class Tally:
                 self._known[record["number"]] = 1 + VERDICTS.index(record["verdict"])
                 self.verdicts[record["verdict"]] += 1
 
+    def _counts(self, record: dict) -> bool:
+        return (record["number"] < len(self._known) and record["number"] not in self.stale
+                and record.get("cells", []) == self.cells)
+
     def words(self) -> str:
         return ", ".join(f"{count} {verdict}" for verdict, count in self.verdicts.items() if count)
 
@@ -188,9 +227,10 @@ class Tally:
 class Progress:
     """A line on a terminal, overwritten as the work goes on; else a line now and then."""
 
-    def __init__(self, total: int, changed: set[int]) -> None:
+    def __init__(self, prepared: Prepared) -> None:
         self.live = sys.stderr.isatty()
-        self.first = Tally(FIRST, total, total, stale=frozenset(changed))
+        self.highest = prepared.highest
+        self.first = Tally(FIRST, prepared.total, prepared.highest, stale=frozenset(prepared.changed))
         self.second: Tally | None = None
         self.first.look()
         self.first.stale = frozenset()
@@ -204,9 +244,8 @@ class Progress:
             self._say(self.first, self._line(self.first))
             return
         if not self.second and self._grouped():
-            consensus = json.loads(folder.CONSENSUS.read_text(encoding="utf-8"))
             left = sum(len(folder.readlist(SECOND.listof(group))) for group in SECOND.groups())
-            self.second = Tally(SECOND, left, self.first.total, consensus["tried"])
+            self.second = Tally(SECOND, left, self.highest, folder.consensus()["tried"])
         if not self.second or not self.live:
             line = self._line(self.first)
             self._say(self.first, f"{line}. Grouping them by lattice" if self.live else line)
@@ -214,13 +253,10 @@ class Progress:
             self.second.look()
             self._say(self.second, self._line(self.second))
 
-    def _grouped(self) -> bool:
-        """Whether this call has grouped the crystals, or had nothing new to group."""
-        try:
-            newest = max(FIRST.doneof(group).stat().st_mtime_ns for group in FIRST.groups())
-            return folder.CONSENSUS.stat().st_mtime_ns >= newest
-        except (OSError, ValueError):
-            return False
+    @staticmethod
+    def _grouped() -> bool:
+        """Whether the crystals are grouped: what was grouped without some of them is removed."""
+        return folder.CONSENSUS.exists()
 
     def _say(self, tally: Tally, line: str) -> None:
         if self.live:
@@ -294,6 +330,7 @@ def run(line: list[str], asked: dict, progress: Progress, lock: IO) -> int:
         "TORVIK_CALL": f"{time.time_ns()}",
         # Snakemake keeps things in a folder of the user's, who may have none.
         "XDG_CACHE_HOME": os.path.abspath(folder.CACHE)}
+    environment.pop("SNAKEMAKE_PROFILE", None)  # options of the user's other workflows
     with open(folder.LOG, "ab") as log:
         child = None
         # A signal amid the start would leave a Snakemake that nobody knows of.
@@ -320,7 +357,9 @@ def cause(path: Path, start: int, lines: int) -> str:
     none, the end of it."""
     with open(path, "rb") as log:
         log.seek(start)
-        said = log.read().decode("utf-8", "replace").splitlines()
+        said = log.read().decode("utf-8", "replace").split("\n")
+    if said and not said[-1]:
+        said.pop()
     errors = list(dict.fromkeys(line for line in said if line.startswith("Error: ")))
     return "\n".join("    " + line for line in (errors or said)[-lines:])
 
@@ -356,19 +395,35 @@ def summary(output: str) -> str:
     return text + f"Written: {files}"
 
 
+def checktemporary(asked: dict) -> None:
+    """A run of Torvik needs a folder for temporary files."""
+    place = os.environ.get("TMPDIR")
+    if place and asked["keep"] == "all" and not asked["slurm"] and not os.path.isdir(place):
+        raise Unusable(f"TMPDIR is {place}, which is no folder. Please set another one, or none.")
+
+
+def note(sentences: list[str]) -> None:
+    for sentence in sentences:
+        print(f"Note: {sentence}", file=sys.stderr)
+
+
 def work(asked: dict) -> int:
+    checktemporary(asked)
     wanted = inputs.gathered(asked["places"], asked["lists"], Path(asked["output"]).resolve())
     lock = start(asked)
-    settle(asked)
+    forget()
+    notes = settle(asked)
     line = command(asked)
-    total, new, changed = inputs.prepare(wanted, asked["group"], asked["jobs"])
-    if total == 0:
+    prepared = inputs.prepare(wanted, asked["group"], asked["jobs"])
+    note(notes + prepared.notes)
+    if prepared.total == 0:
         raise Unusable("There is no measurement: in a folder, files are taken that end in "
                        + ", ".join(sorted(inputs.ENDINGS)) + ".")
-    print(f"{counted(total)}, {new} new" + (f", {len(changed)} changed" if changed else "") + ".",
-          file=sys.stderr)
+    note(heal())
+    changed = f", {len(prepared.changed)} changed" if prepared.changed else ""
+    print(f"{counted(prepared.total)}, {prepared.new} new{changed}.", file=sys.stderr)
     before = folder.LOG.stat().st_size if folder.LOG.exists() else 0
-    if run(line, asked, Progress(total, changed), lock) != 0:
+    if run(line, asked, Progress(prepared), lock) != 0 or not iscomplete():
         print(f"Error: The workflow did not come to its end. {folder.LOG} in {asked['output']} says\n"
               f"{cause(folder.LOG, before, 12)}\nThe same call goes on from here.", file=sys.stderr)
         return 1
@@ -394,8 +449,8 @@ def main(arguments: list[str]) -> int:
     except OSError as why:
         print(f"Error: {why.filename or 'A file of the batch'}: {why.strerror}.", file=sys.stderr)
         return 1
-    except (ValueError, sqlite3.Error) as why:
-        print(f"Error: A file of the batch is damaged: {why}.", file=sys.stderr)
+    except sqlite3.Error as why:
+        print(f"Error: {folder.DATABASE} cannot be read: {why}.", file=sys.stderr)
         return 1
     except Stop:
         print("Stopped. The same call goes on from here.", file=sys.stderr)

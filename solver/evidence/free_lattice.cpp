@@ -81,6 +81,21 @@ assessment result(const state& now, const expectation& sums, double evidence)
             inlier_count(sums), sums.inlier};
 }
 
+assessment refined(const std::vector<vector3>& vectors, state now, double least)
+{
+    const assessment nothing = {now.basis, no_evidence, 0.0, 1.0, 0, {}};
+    refinement rounds(least);
+    while (visible(now)) {
+        products of;
+        const expectation sums = expected(vectors, now, of);
+        if (singular(of.HH)) return nothing;
+        const double evidence = evidence_of(sums, of.HH, now);
+        if (rounds.ends(sums, evidence)) return result(now, sums, evidence);
+        refine(now, sums, of);
+    }
+    return nothing;
+}
+
 } // namespace
 
 std::vector<vector3> unindexed_by(const std::vector<vector3>& vectors, const assessment& found)
@@ -93,22 +108,17 @@ std::vector<vector3> unindexed_by(const std::vector<vector3>& vectors, const ass
 
 assessment assess(const std::vector<vector3>& vectors, const matrix3& start, double least)
 {
-    assessment nothing = {start, no_evidence, 0.0, 1.0, 0, {}};
-    state now;
+    const assessment nothing = {start, no_evidence, 0.0, 1.0, 0, {}};
     if (!(std::fabs(start.determinant()) > 0.0)) return nothing;
+    state now;
     set_basis(now, start.inverse());
     now.errors = {first_free_sigma * cube_root(1.0 / now.volume), first_free_outlier_fraction,
                   digit_error(vectors)};
-    refinement rounds(least);
-    while (visible(now)) {
-        products of;
-        const expectation sums = expected(vectors, now, of);
-        if (singular(of.HH)) return nothing;
-        const double evidence = evidence_of(sums, of.HH, now);
-        if (rounds.ends(sums, evidence)) return result(now, sums, evidence);
-        refine(now, sums, of);
-    }
-    return nothing;
+    return sharpened(refined(vectors, now, least), [&](const assessment& from, double sigma) {
+        set_basis(now, from.basis.inverse());
+        now.errors = {sigma, from.outlier_fraction, now.errors.smallest_sigma};
+        return refined(vectors, now, from.evidence);
+    });
 }
 
 assessment assess_unrefined(const std::vector<vector3>& vectors, const assessment& lattice)

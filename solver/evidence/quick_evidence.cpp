@@ -194,14 +194,10 @@ bool visible(const reflection_list& list, const state& now)
     return list.least_sigma < largest_free_sigma / cube_root(now.volume);
 }
 
-candidate_lattice assess_by(const reflection_list& list, const matrix3& start, double least,
-                            accumulator use)
+// Refines a lattice, unless it will have less evidence than `least`.
+candidate_lattice refined_by(const reflection_list& list, state now, double least, accumulator use)
 {
-    const candidate_lattice nothing = {start, none, 0.0, 1.0, 0.0};
-    state now;
-    if (!now.set(start) || !visible(list, now)) return nothing;
-    now.sigma = std::max(list.least_sigma, first_free_sigma / cube_root(now.volume));
-    now.outliers = first_free_outlier_fraction;
+    const candidate_lattice nothing = {now.basis, none, 0.0, 1.0, 0.0};
     double before = none;
     for (int round = 1;; ++round) {
         const moments of = moments_of(list, now, true, use);
@@ -220,12 +216,30 @@ candidate_lattice assess_by(const reflection_list& list, const matrix3& start, d
         if (!visible(list, now)) return nothing;
         improve_errors(list, now, of);
         // What smaller errors are worth to the inliers, some more rounds like the last one, and some more for
-        // what the lattice moves.
-        constexpr double rounds_ahead = 4.0;
+        // what the lattice moves, of which half is over after some rounds.
+        constexpr double rounds_ahead = 3.0;
+        constexpr int moved_half = 6;
         const double gain = 3.0 * of.inliers * std::max(0.0, logarithm(sigma / now.sigma));
-        const double more = 4.0 + 0.25 * static_cast<double>(list.size());
+        const double more =
+            (round < moved_half ? 1.0 : 0.5) * (4.0 + 0.25 * static_cast<double>(list.size()));
         if (round >= 3 && evidence + gain + rounds_ahead * rise + more < least) return nothing;
     }
+}
+
+candidate_lattice assess_by(const reflection_list& list, const matrix3& start, double least,
+                            accumulator use)
+{
+    state now;
+    if (!now.set(start) || !visible(list, now)) return {start, none, 0.0, 1.0, 0.0};
+    now.sigma = std::max(list.least_sigma, first_free_sigma / cube_root(now.volume));
+    now.outliers = first_free_outlier_fraction;
+    const candidate_lattice first = refined_by(list, now, least, use);
+    return sharpened(first, [&](const candidate_lattice& from, double sigma) {
+        now.set(from.basis);
+        now.sigma = std::max(list.least_sigma, sigma);
+        now.outliers = from.outlier_fraction;
+        return refined_by(list, now, from.evidence, use);
+    });
 }
 
 } // namespace

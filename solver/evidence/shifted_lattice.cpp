@@ -94,19 +94,10 @@ assessment result(const state& now, const expectation& sums, double evidence)
     return found;
 }
 
-} // namespace
-
-assessment assess_shifted(const std::vector<vector3>& vectors, const matrix3& start,
-                          const vector3& shift)
+assessment refined(const std::vector<vector3>& vectors, state now, double least)
 {
-    const assessment nothing = {start, none, 0.0, 1.0, 0, {}};
-    if (!(std::fabs(start.determinant()) > 0.0)) return nothing;
-    state now;
-    now.set(start.inverse());
-    now.shift = shortest_equivalent(now.basis, now.UB, shift);
-    now.errors = {first_free_sigma / cube_root(now.volume), first_free_outlier_fraction,
-                  digit_error(vectors)};
-    refinement rounds(none);
+    const assessment nothing = {now.basis, none, 0.0, 1.0, 0, {}};
+    refinement rounds(least);
     while (visible(now)) {
         products of;
         const expectation sums = expected(vectors, now, of);
@@ -125,6 +116,25 @@ assessment assess_shifted(const std::vector<vector3>& vectors, const matrix3& st
         now.errors.refine(sums, 12.0, largest_free_sigma / cube_root(now.volume));
     }
     return nothing;
+}
+
+} // namespace
+
+assessment assess_shifted(const std::vector<vector3>& vectors, const matrix3& start,
+                          const vector3& shift)
+{
+    if (!(std::fabs(start.determinant()) > 0.0)) return {start, none, 0.0, 1.0, 0, {}};
+    state now;
+    now.set(start.inverse());
+    now.shift = shortest_equivalent(now.basis, now.UB, shift);
+    now.errors = {first_free_sigma / cube_root(now.volume), first_free_outlier_fraction,
+                  digit_error(vectors)};
+    return sharpened(refined(vectors, now, none), [&](const assessment& from, double sigma) {
+        now.set(from.basis.inverse());
+        now.shift = from.shift;
+        now.errors = {sigma, from.outlier_fraction, now.errors.smallest_sigma};
+        return refined(vectors, now, from.evidence);
+    });
 }
 
 } // namespace torvik::solver

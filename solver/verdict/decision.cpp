@@ -45,11 +45,15 @@ bool of_another_crystal(const std::vector<vector3>& vectors, const assessment& b
     return assess(left, other.basis).evidence >= evidence_needed_of(left.size());
 }
 
-// The logarithm of the sum of the odds of candidates from `first` to `last`.
+// The logarithm of the sum of the odds of candidates from `first` to `last`, with the credit of those that index
+// more than the first of all.
 double log_odds(const std::vector<assessment>& candidates, std::size_t first, std::size_t last)
 {
     double sum = -infinite;
-    for (std::size_t i = first; i < last; ++i) sum = log_sum(sum, candidates[i].evidence);
+    for (std::size_t i = first; i < last; ++i) {
+        const bool more = candidates[i].indexed > candidates.front().indexed;
+        sum = log_sum(sum, candidates[i].evidence + (more ? credit_for_indexing_more : 0.0));
+    }
     return sum;
 }
 

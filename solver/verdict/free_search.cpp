@@ -1,5 +1,6 @@
 #include "solver/verdict/free_search.h"
 
+#include "solver/evidence/metric_symmetry.h"
 #include "solver/evidence/occupation.h"
 #include "solver/lattice/short_vectors.h"
 
@@ -65,7 +66,7 @@ free_search_result find_lattices(const std::vector<vector3>& vectors, const sear
         if (i >= fewest_kept && one.evidence < found.lattices[0].evidence - competing_depth) break;
         assessment exact = assess(vectors, one.basis);
         if (!std::isfinite(exact.evidence)) continue;
-        exact.evidence += occupation_gain(vectors, exact);
+        exact.evidence += occupation_gain(vectors, exact) + symmetry_gain(vectors, exact);
         result.lattices.push_back(exact);
     }
     std::stable_sort(

@@ -62,8 +62,10 @@ bool lattice_pool::allowed(const matrix3& basis) const
 
 double lattice_pool::least() const
 {
-    if (entries_.empty()) return -infinite;
-    const double depth = best() - pool_depth;
+    // What is so far below an answer is no rival of one.
+    const double floor = evidence_needed_of(list_.size()) - pool_depth;
+    if (entries_.empty()) return floor;
+    const double depth = std::max(floor, best() - pool_depth);
     return entries_.size() < pool_size ? depth : std::max(depth, entries_.back().lattice.evidence);
 }
 
@@ -104,8 +106,12 @@ void lattice_pool::offer(const matrix3& basis)
 {
     const auto reduced = try_shortest_basis(basis);
     if (!reduced || !allowed(reduced->basis)) return;
-    if (place_of(reduced->basis) < entries_.size()) return;
-    candidate_lattice refined = quick_assess(list_, reduced->basis, least());
+    if (place_of(reduced->basis) == entries_.size()) refine(reduced->basis);
+}
+
+void lattice_pool::refine(const matrix3& basis)
+{
+    candidate_lattice refined = quick_assess(list_, basis, least());
     if (!std::isfinite(refined.evidence)) return;
     const auto again = try_shortest_basis(refined.basis);
     if (!again || !allowed(again->basis)) return;
@@ -128,7 +134,11 @@ void lattice_pool::look_at_relatives()
             const auto reduced = try_shortest_basis(step.multiply(from.basis));
             if (!reduced || !allowed(reduced->basis)) continue;
             const candidate_lattice glance = quick_glance(list_, reduced->basis, from);
-            if (glance.evidence > best() - near_enough) offer(reduced->basis);
+            if (glance.evidence <= best() - near_enough) continue;
+            // One that nearly has the same basis, but got stuck with less evidence, is no reason to leave it out.
+            const std::size_t same = place_of(reduced->basis);
+            if (same == entries_.size() || entries_[same].lattice.evidence < glance.evidence)
+                refine(reduced->basis);
         }
     }
 }
@@ -165,7 +175,7 @@ public:
         search_result found;
         for (const round_plan& plan : rounds) {
             round_ = ++found.rounds;
-            for (std::size_t ball = 0; ball < ball_volumes.size(); ++ball)
+            for (std::size_t ball = 0; ball < balls(); ++ball)
                 for (int i = 0; i < plan.enumerations[ball] && !limits_.over(); ++i)
                     enumerate_freely(radius_of(ball));
             settle();
@@ -185,6 +195,12 @@ private:
     static constexpr int quick_rounds = 2;
     static constexpr std::size_t few_reflections = 24;
     static constexpr std::size_t very_few_reflections = 12;
+
+    // The largest ball has ten million points: it is left to long lists, which large cells have.
+    [[nodiscard]] std::size_t balls() const
+    {
+        return list_.size() > most_sampled ? ball_volumes.size() : ball_volumes.size() - 1;
+    }
 
     [[nodiscard]] double radius_of(std::size_t ball) const
     {
@@ -217,7 +233,8 @@ private:
         within.by_distances = list_.size() <= (patient ? few_reflections : very_few_reflections);
         const direct_vectors found = enumerate_direct_vectors(sample_, anchors, within);
         const int least = std::min<int>(6, std::max<int>(4, static_cast<int>(sample_.size()) - 1));
-        const std::size_t most = patient || list_.size() <= very_few_reflections ? 24 : 6;
+        const bool many = list_.size() > (patient ? few_reflections : very_few_reflections);
+        const std::size_t most = many ? 6 : 24;
         for (const auto& vectors : found.by_tolerance)
             for (const matrix3& basis : combine(vectors, sample_, least, most)) pool_.offer(basis);
     }

@@ -61,6 +61,7 @@ public:
 
 private:
     [[nodiscard]] bool allowed(const matrix3& basis) const;
+    void refine(const matrix3& basis);
     [[nodiscard]] std::size_t place_of(const matrix3& basis) const;
     void insert(const candidate_lattice& one);
 

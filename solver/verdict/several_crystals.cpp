@@ -1,6 +1,7 @@
 #include "solver/verdict/several_crystals.h"
 
 #include "solver/evidence/known_cell.h"
+#include "solver/evidence/metric_symmetry.h"
 #include "solver/evidence/mixture.h"
 #include "solver/evidence/sublattice_hits.h"
 #include "solver/lattice/cell.h"
@@ -148,7 +149,9 @@ private:
         const assessment alone = assess(those(vectors_, own), right_handed(reduced->basis));
         if (!std::isfinite(alone.evidence) || !try_shortest_basis(alone.basis)) return std::nullopt;
         if (alone.evidence < evidence_needed) return alone;
-        return assess_unrefined(vectors_, alone);
+        assessment fixed = assess_unrefined(vectors_, alone);
+        fixed.evidence += symmetry_gain(vectors_, fixed);
+        return fixed;
     }
 
     // A crystal with the further crystals of its cell.

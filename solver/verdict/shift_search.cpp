@@ -1,5 +1,6 @@
 #include "solver/verdict/shift_search.h"
 
+#include "solver/evidence/metric_symmetry.h"
 #include "solver/evidence/shifted_lattice.h"
 #include "solver/lattice/relations.h"
 #include "solver/lattice/short_vectors.h"
@@ -14,7 +15,10 @@ namespace torvik::solver {
 
 namespace {
 
-constexpr int references = 3;
+// Reflections from which differences are taken. If one is an outlier, the differences have a shift of their own. So they
+// are drawn from the inliers of the best lattice if it indexes most reflections; else it takes more of them.
+constexpr int references_among_inliers = 3;
+constexpr int references_among_all = 4;
 constexpr std::size_t most_differences = 300;
 constexpr std::size_t most_refined = 4; // lattices of each reference
 constexpr std::size_t most_judging = 400;
@@ -22,9 +26,10 @@ constexpr std::size_t most_judging = 400;
 // Two lattices with a shift are one if their matrix is whole to this.
 constexpr double same_within = 0.15;
 
-void insert(const assessment& one, std::vector<assessment>& all)
+void insert(assessment one, const std::vector<vector3>& vectors, std::vector<assessment>& all)
 {
     if (!std::isfinite(one.evidence)) return;
+    one.evidence += symmetry_gain(vectors, one);
     const auto same = std::find_if(all.begin(), all.end(), [&](const assessment& other) {
         return same_lattice(other.basis, one.basis, same_within);
     });
@@ -57,6 +62,19 @@ std::vector<vector3> differences_from(std::size_t reference, const std::vector<v
     return differences;
 }
 
+// The places that references are drawn from.
+std::vector<std::size_t> reference_places(std::size_t count, const std::vector<assessment>& found)
+{
+    std::vector<std::size_t> places;
+    if (!found.empty() && 2 * static_cast<std::size_t>(found.front().indexed) > count)
+        for (std::size_t i = 0; i < count; ++i)
+            if (found.front().inlier[i] > 0.5) places.push_back(i);
+    if (!places.empty()) return places;
+    places.resize(count);
+    std::iota(places.begin(), places.end(), std::size_t{0});
+    return places;
+}
+
 // Places of the vectors that lattices are refined on: all, or some of many by chance.
 std::vector<std::size_t> judging_places(std::size_t count, random_numbers& random)
 {
@@ -86,23 +104,32 @@ std::vector<assessment> find_shifted_lattices(const std::vector<vector3>& vector
     double unshifted = -std::numeric_limits<double>::infinity();
     for (const assessment& one : found) {
         if (limits.over()) return {};
-        insert(assess_shifted(sample, one.basis, {}), all);
-        unshifted = std::max(unshifted, assess(sample, one.basis).evidence);
+        insert(assess_shifted(sample, one.basis, {}), sample, all);
+        const assessment exact = assess(sample, one.basis);
+        unshifted = std::max(unshifted, exact.evidence + symmetry_gain(sample, exact));
     }
-    for (int i = 0; i < references && !limits.over(); ++i) {
-        const std::size_t reference = random.below(vectors.size());
+    std::vector<std::size_t> places = reference_places(vectors.size(), found);
+    const std::size_t references =
+        places.size() < vectors.size() ? references_among_inliers : references_among_all;
+    for (std::size_t i = 0; i < references && !limits.over(); ++i) {
+        std::swap(places[i], places[i + random.below(places.size() - i)]);
+        const std::size_t reference = places[i];
         const reflection_list list(differences_from(reference, vectors, images));
         const search_result searched = search_lattices(list, quick);
         for (std::size_t k = 0; k < std::min(most_refined, searched.lattices.size()); ++k) {
             if (limits.over()) break;
-            insert(assess_shifted(sample, searched.lattices[k].basis, vectors[reference]), all);
+            insert(assess_shifted(sample, searched.lattices[k].basis, vectors[reference]), sample,
+                   all);
         }
     }
     constexpr double competing_depth = 9.0;
     std::erase_if(
         all, [&](const assessment& one) { return one.evidence < unshifted - competing_depth; });
     if (sample.size() < vectors.size())
-        for (assessment& one : all) one = assess_shifted(vectors, one.basis, one.shift);
+        for (assessment& one : all) {
+            one = assess_shifted(vectors, one.basis, one.shift);
+            one.evidence += symmetry_gain(vectors, one);
+        }
     return all;
 }
 

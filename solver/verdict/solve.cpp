@@ -1,4 +1,5 @@
 // From measured vectors to an answer: the one function of the public header.
+#include "solver/evidence/metric_symmetry.h"
 #include "solver/evidence/occupation.h"
 #include "solver/evidence/shifted_lattice.h"
 #include "solver/evidence/sphere_errors.h"
@@ -142,17 +143,20 @@ bool differences_in_a_part(const std::vector<vector3>& vectors, const assessment
     return in_a_part >= suspicious;
 }
 
-// Whether a shift could not explain the vectors better.
-bool beyond_shift(const std::vector<vector3>& vectors, const decision& made, std::uint64_t seed)
+// The rounds of the search for a shift: none if a shift could not explain the vectors better.
+int rounds_for_shift(const std::vector<vector3>& vectors, const decision& made, std::uint64_t seed)
 {
-    if (made.how != verdict::solved) return false;
+    constexpr int most = 3;
+    if (made.how != verdict::solved) return most;
     const assessment& best = made.candidates.front();
-    if (!best.further_crystals.empty()) return true;
+    if (!best.further_crystals.empty()) return 0;
     const double side = cube_root(std::fabs(best.basis.determinant()));
-    return best.indexed >= fraction_beyond_shift * static_cast<double>(best.inlier.size())
-           && best.evidence >= evidence_beyond_shift * best.indexed
-           && best.sigma * side <= error_beyond_shift
-           && !differences_in_a_part(vectors, best, random_numbers(seed + 2));
+    if (best.indexed < fraction_beyond_shift * static_cast<double>(best.inlier.size())
+        || best.evidence < evidence_nearly_beyond_shift * best.indexed
+        || best.sigma * side > error_beyond_shift
+        || differences_in_a_part(vectors, best, random_numbers(seed + 2)))
+        return most;
+    return best.evidence < evidence_beyond_shift * best.indexed ? 1 : 0;
 }
 
 // A decision on a lattice beyond doubt, with a small common shift if that explains the vectors better.
@@ -160,7 +164,8 @@ decision with_small_shift(const std::vector<vector3>& vectors, const decision& m
 {
     const assessment& best = made.candidates.front();
     if (!best.further_crystals.empty()) return made;
-    const assessment shifted = assess_shifted(vectors, best.basis, {});
+    assessment shifted = assess_shifted(vectors, best.basis, {});
+    shifted.evidence += symmetry_gain(vectors, shifted);
     if (!(shifted.evidence > best.evidence)) return made;
     std::vector<assessment> candidates = made.candidates;
     candidates.front() = shifted;
@@ -279,7 +284,7 @@ private:
             if (over()) return;
             assessment refined = assess_on_sphere(part, normals, one);
             if (!std::isfinite(refined.evidence)) continue;
-            refined.evidence += occupation_gain(part, refined);
+            refined.evidence += occupation_gain(part, refined) + symmetry_gain(part, refined);
             if (refined.evidence > one.evidence) one = refined;
         }
         std::stable_sort(
@@ -328,9 +333,10 @@ private:
         made = with_axis_check(part, unchecked, how_.shortest_axis);
         if (made.how != unchecked.how) return made;
         if (over() || part.size() < fewest_for_shift) return made;
-        if (beyond_shift(part, made, how_.seed)) return with_small_shift(part, made);
-        std::vector<assessment> rivals = find_shifted_lattices(
-            part, images_left(), searched.lattices, made.how == verdict::solved ? 2 : 3, limits);
+        const int rounds = rounds_for_shift(part, made, how_.seed);
+        if (rounds == 0) return with_small_shift(part, made);
+        std::vector<assessment> rivals =
+            find_shifted_lattices(part, images_left(), searched.lattices, rounds, limits);
         return decide(part, merged(searched.lattices, std::move(rivals)),
                       searched.interrupted || over());
     }

@@ -24,6 +24,10 @@ inline double evidence_needed_of(std::size_t reflections)
 // The lead that an answer needs, in nats, on the sum of all rivals: the odds are 12 to 1.
 constexpr double lead_needed = 2.5;
 
+// Rivals that index more reflections count as if they had so much more evidence, in nats. Of ten reflections nine
+// lie on one of the seven halves of their lattice once in thirteen lists, and that half then is the more evident.
+constexpr double credit_for_indexing_more = 4.0;
+
 // The fraction of the reflections that a lattice must index to be an answer. A lattice that rows or planes of
 // spots share by chance takes up to a fifth of a long list, with evidence beyond any doubt.
 constexpr double fraction_needed = 0.23;
@@ -42,8 +46,9 @@ constexpr double fraction_beyond_shift = 0.75;
 constexpr double error_beyond_shift = 0.05;
 
 // The same for its evidence for each reflection that it indexes, in nats: with a cell that takes in shifted
-// reflections by its many points it is less.
-constexpr double evidence_beyond_shift = 2.5;
+// reflections by its many points it is less. Between the two, one round of the search must find nothing better.
+constexpr double evidence_beyond_shift = 6.0;
+constexpr double evidence_nearly_beyond_shift = 2.5;
 
 // The fewest reflections that can determine a lattice beyond doubt: three make it, and the others must confirm
 // it against all that chance offers.

@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -221,25 +220,6 @@ TEST_F(Faults, AFolderThatIsRemovedDuringTheRunStopsItAtTheEnd)
     expectstop(end, "data/a_idx.res");
     EXPECT_EQ(files(), (namedfiles{{"moved", "folder"}}));
     EXPECT_EQ(filesin(folder.file("moved")).size(), 1U);
-}
-
-void writeentry(const char* name, const std::string& text)
-{
-    const int entry = open(name, O_WRONLY | O_CLOEXEC);
-    if (entry < 0 || write(entry, text.data(), text.size()) < 0) _exit(125);
-    close(entry);
-}
-
-// In a child: lets it mount disks that only it sees. A user who is not root becomes one to himself.
-void ownmounts()
-{
-    if (unshare(CLONE_NEWNS) == 0) return;
-    const std::string user = "0 " + std::to_string(geteuid()) + " 1";
-    const std::string group = "0 " + std::to_string(getegid()) + " 1";
-    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) _exit(125);
-    writeentry("/proc/self/setgroups", "deny");
-    writeentry("/proc/self/uid_map", user);
-    writeentry("/proc/self/gid_map", group);
 }
 
 // A small disk of its own for each run: a file system in memory, mounted on "disk" in the folder,

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <malloc.h>
 #include <poll.h>
+#include <sched.h>
 #include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -47,6 +48,13 @@ void use(int descriptor, int place)
     setting.before();
     const std::string program = setting.program.empty() ? TORVIK_PROGRAM : setting.program;
     execute(program, setting.arguments);
+}
+
+void writeentry(const char* name, const std::string& text)
+{
+    const int entry = open(name, O_WRONLY | O_CLOEXEC);
+    if (entry < 0 || write(entry, text.data(), text.size()) < 0) _exit(125);
+    close(entry);
 }
 
 } // namespace
@@ -126,21 +134,26 @@ ending process::wait()
 
 bool process::killonce(const std::function<bool()>& condition)
 {
+    return signalonce(SIGKILL, condition);
+}
+
+bool process::signalonce(int signal, const std::function<bool()>& condition)
+{
     int status = 0;
     bool started = false;
     while (waitpid(child_, &status, 0) == child_ && WIFSTOPPED(status)) {
         if (condition()) {
-            send(SIGKILL);
+            send(signal);
+            if (signal != SIGKILL) ptrace(PTRACE_DETACH, child_, nullptr, 0);
             return true;
         }
         constexpr int call = SIGTRAP | 0x80; // a stop at a call of the system, in place of a signal
-        const int signal = WSTOPSIG(status);
+        const int stop = WSTOPSIG(status);
         if (!started)
             ptrace(PTRACE_SETOPTIONS, child_, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
-        const bool own =
-            signal == call || !started; // the first stop is at the start of the program
+        const bool own = stop == call || !started; // the first stop is at the start of the program
         started = true;
-        ptrace(PTRACE_SYSCALL, child_, nullptr, own ? 0 : signal);
+        ptrace(PTRACE_SYSCALL, child_, nullptr, own ? 0 : stop);
     }
     child_ = -1;
     return false;
@@ -155,6 +168,17 @@ void becomeordinary()
 {
     constexpr uid_t nobody = 65534;
     if (geteuid() == 0 && setuid(nobody) != 0) _exit(126);
+}
+
+void ownmounts()
+{
+    if (unshare(CLONE_NEWNS) == 0) return;
+    const std::string user = "0 " + std::to_string(geteuid()) + " 1";
+    const std::string group = "0 " + std::to_string(getegid()) + " 1";
+    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) _exit(125);
+    writeentry("/proc/self/setgroups", "deny");
+    writeentry("/proc/self/uid_map", user);
+    writeentry("/proc/self/gid_map", group);
 }
 
 void betraced()
@@ -192,9 +216,9 @@ namedfiles filesin(const std::string& folder)
     return files;
 }
 
-publicprogram::publicprogram()
+publicprogram::publicprogram(const std::string& original)
 {
-    fs::copy_file(TORVIK_PROGRAM, path());
+    fs::copy_file(original, path());
     fs::permissions(folder_.path(), fs::perms(0755));
     fs::permissions(path(), fs::perms(0755));
 }

@@ -57,6 +57,9 @@ public:
     // process ended without.
     bool killonce(const std::function<bool()>& condition);
 
+    // Sends another signal in the same manner, and lets the process go.
+    bool signalonce(int signal, const std::function<bool()>& condition);
+
 private:
     bool readmore(double seconds);
 
@@ -71,6 +74,9 @@ ending ranprocess(const processsetting& setting);
 
 // In a child: becomes a user whom the protection of files stops, if it is root.
 void becomeordinary();
+
+// In a child: lets it mount disks that only it sees. A user who is not root becomes one to himself.
+void ownmounts();
 
 // In a child: lets the test trace it.
 void betraced();
@@ -88,7 +94,7 @@ namedfiles filesin(const std::string& folder);
 // A copy of the program that any user may run.
 class publicprogram {
 public:
-    publicprogram();
+    explicit publicprogram(const std::string& original = TORVIK_PROGRAM);
     std::string path() const
     {
         return folder_.file("Torvik");

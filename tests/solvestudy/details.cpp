@@ -55,6 +55,8 @@ std::string text_on(const solver::lattice& one, const known_list& list)
     std::string text =
         cell_text(basis) + formatted(" E %.1f, %d indexed", one.evidence, one.indexed);
     for (const matrix3& truth : list.lattices) text += ", " + relation_of(basis, truth);
+    if (one.shift != solver::vec3{}) text += ", shifted";
+    if (!one.further.empty()) text += formatted(", %zu further crystals", one.further.size());
     return text;
 }
 
@@ -69,6 +71,7 @@ std::string line_on(const known_list& list, const solver::answer& found)
         line += ": " + text_on(found.lattices.front(), list);
     else if (!found.candidates.empty())
         line += ": " + text_on(found.candidates.front(), list);
+    if (found.competing > 1) line += "; next: " + text_on(found.candidates[1], list);
     return line + formatted("; %zu compete, lead %.1f; ", found.competing, found.lead)
            + found.reason;
 }

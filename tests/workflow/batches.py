@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import json
 import os
+import shlex
 import shutil
 import signal
 import sqlite3
@@ -22,6 +23,9 @@ LONG = bool(os.environ.get("TORVIK_LONG"))
 # Seconds, for what should take some. It is also the budget of a crystal where a test gives none: an answer
 # that came out of one would hang on the machine.
 PATIENCE = 600.0
+
+# Letters that mean something to a shell, to Snakemake, to SQL or to a page.
+HOSTILE = "p$(touch X)`touch X`;touch X'\"|&<>{group}%j\\ *?\u00e4"
 
 sys.path.insert(0, str(WORKFLOW))
 
@@ -122,7 +126,7 @@ def batch(*arguments: str, environment: dict | None = None) -> tuple[int, str, s
 
 def recordlines(output: str, place: str = "jobs/solved") -> list[str]:
     return [line for path in sorted(Path(output, place).glob("*.jsonl"))
-            for line in path.read_text(encoding="utf-8").splitlines()]
+            for line in path.read_text(encoding="utf-8").rstrip("\n").split("\n") if line]
 
 
 def recorded(output: str, place: str = "jobs/solved") -> list[dict]:
@@ -135,6 +139,18 @@ def waitfor(condition, what: str) -> None:
         if time.monotonic() > end:
             raise AssertionError(f"{what} did not happen in {PATIENCE} seconds")
         time.sleep(0.05)
+
+
+def replacement(script: str, name: str = "replaced") -> tuple[str, str]:
+    """Options for a torvik-tools whose `solve` is a script of the shell; "$tools" is the true program."""
+    path = Path(name).absolute()
+    path.write_text(f"""#!/bin/sh
+tools={shlex.quote(str(Path(TOOLS).resolve()))}
+if [ "$1" != solve ]; then exec "$tools" "$@"; fi
+{script}
+""", encoding="utf-8")
+    path.chmod(0o755)
+    return "--tools", str(path)
 
 
 def table(output: str, query: str, *values: object) -> list[tuple]:

@@ -32,7 +32,7 @@ SlurmctldLogFile={folder}/slurmctld.log
 SlurmdLogFile={folder}/slurmd.log
 StateSaveLocation={folder}/state
 SlurmdSpoolDir={folder}/spool
-ProctrackType=proctrack/pgid
+ProctrackType=proctrack/linuxproc
 TaskPlugin=task/none
 JobAcctGatherType=jobacct_gather/none
 AccountingStorageType=accounting_storage/none
@@ -49,6 +49,11 @@ MinJobAge=300
 NodeName=localhost NodeAddr=127.0.0.1 CPUs={cpus} RealMemory=8000 State=UNKNOWN
 PartitionName=short Nodes=localhost Default=YES MaxTime=INFINITE State=UP
 """
+
+
+# No plugin above uses control groups, but the daemon of the node looks for those that systems have, and ends where
+# there are none, if it is not told of which kind they are.
+CONTROLGROUPS = "CgroupPlugin=cgroup/v1\nCgroupAutomount=no\n"
 
 
 def missing() -> list[str]:
@@ -98,6 +103,7 @@ class SlurmNode:
         (self.folder / "slurm.conf").write_text(CONFIGURATION.format(
             user=pwd.getpwuid(os.getuid()).pw_name, folder=self.folder, controller=controller,
             node=node, cpus=self.cpus))
+        (self.folder / "cgroup.conf").write_text(CONTROLGROUPS)
         (self.folder / "key").write_bytes(os.urandom(128))
         (self.folder / "key").chmod(0o600)
         try:

@@ -48,7 +48,7 @@ class ABatch(InAFolder):
 
     def test_has_one_row_for_each_crystal_in_the_database_the_table_and_the_page(self) -> None:
         easycrystals(3)
-        Path("data/odd, \"name\" <b>.csv").write_text("nothing", encoding="utf-8")
+        Path("data/odd, \"name\" <b>.csv").write_text("x,y,z\n", encoding="utf-8")
         os.rename("data/s1_001.idx", os.fsdecode(b"data/bytes\xff.idx"))
         self.assertEqual(batch("data", "-o", os.fsdecode(b"o\xff"))[0], 0)
         os.rename(os.fsdecode(b"o\xff"), "out")
@@ -245,7 +245,7 @@ class AnInterruption(InAFolder):
         def alone() -> bool:
             # A process that the worker has just forked bears its command line until it starts a program.
             found[:] = [number for number in processesin(self.folder / "out")
-                        if b"torvikbatch.solving\0" in commandline(number)]
+                        if b"step.py\0solving\0" in commandline(number)]
             return len(found) == 1
 
         waitfor(alone, "the worker at its gate")

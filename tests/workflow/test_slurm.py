@@ -2,17 +2,22 @@
 
 from __future__ import annotations
 
+import json
+import os
 import signal
+import subprocess
+import sys
 import unittest
 from pathlib import Path
 
 import slurmnode
-from batches import Batch, Gate, InAFolder, batch, easycrystals, recorded, recordlines, table, waitfor
+from batches import (HOSTILE, WORKFLOW, Batch, Gate, InAFolder, batch, easycrystals, recorded, recordlines,
+                     replacement, table, waitfor)
 
 CPUS = 2
 
 
-@unittest.skipIf(slurmnode.missing(), f"missing: {', '.join(slurmnode.missing())}")
+@unittest.skipIf(slurmnode.missing(), f"A Slurm needs, and this system lacks: {', '.join(slurmnode.missing())}.")
 class WithSlurm(InAFolder):
     GROUP = 5
     COUNT = CPUS * GROUP
@@ -89,6 +94,56 @@ class WithSlurm(InAFolder):
         self.gate.open()
         self.allsolved(*self.call().end())
         self.assertEqual([line for line in before if line not in recordlines("out")], [])
+
+    def test_a_name_of_the_folder_is_no_command(self) -> None:
+        self.gate.open()
+        output = f"out{HOSTILE}\n"
+        status, said, errors = Batch("data", "-o", output, "--slurm", environment=self.slurm.environment).end()
+        log = Path(output, "batch.log").read_text(encoding="utf-8", errors="replace")[-3000:]
+        self.assertEqual(status, 0, errors + log)
+        self.assertIn(f"{self.COUNT} crystals: {self.COUNT} solved.", said)
+        self.assertEqual(list(self.folder.parent.rglob("X")), [])
+
+    def test_jobs_that_get_no_environment_try_again_what_failed(self) -> None:
+        self.gate.open()
+        bare = ("--slurm-options", "--export=NONE")
+        for tools, verdict in ((replacement("exit 9"), "failed"), ((), "solved")):
+            status, said, errors = Batch("data", "-o", "out", "--slurm", *bare, *tools,
+                                         environment=self.slurm.environment).end()
+            self.assertEqual(status, 0, errors)
+            self.assertIn(f"{self.COUNT} crystals: {self.COUNT} {verdict}.", said)
+
+
+class TheStatus(InAFolder):
+    """Of a job, as Snakemake is told it."""
+
+    def said(self, answer: str, status: int = 0) -> str:
+        Path("scontrol").write_text(f"#!/bin/sh\necho '{answer}'\necho '{answer}' >&2\nexit {status}\n",
+                                    encoding="utf-8")
+        Path("scontrol").chmod(0o755)
+        asked = {"TORVIK_SLURM": json.dumps({"name": "torvik-1"}), "PATH": f".:{os.environ['PATH']}"}
+        return subprocess.run([sys.executable, "-B", WORKFLOW / "slurm/status.py", "7"], check=True, text=True,
+                              capture_output=True, env=os.environ | asked).stdout.strip()
+
+    def test_is_that_of_the_job(self) -> None:
+        for state, word in (("RUNNING", "running"), ("PENDING", "running"), ("COMPLETED", "success"),
+                            ("TIMEOUT", "failed"), ("NODE_FAIL", "failed")):
+            self.assertEqual(self.said(f"JobId=7 JobName=torvik-1 UserId=me JobState={state} Reason=x"), word)
+        self.assertEqual(self.said("Unable to contact slurm controller", 1), "running")
+        self.assertEqual(self.said("Invalid job id specified", 1), "success")
+
+    def test_is_not_that_of_a_job_of_others_that_has_its_number(self) -> None:
+        self.assertEqual(self.said("JobId=7 JobName=mine UserId=me JobState=RUNNING Reason=x"), "failed")
+
+    def test_is_success_once_its_files_are_there(self) -> None:
+        Path("jobs/slurm").mkdir(parents=True)
+        description = Path("jobs/slurm/7.json")
+        running = "JobId=7 JobName=torvik-1 UserId=me JobState=RUNNING Reason=x"
+        for content in ("", "{", "[]", "{}", '["a"]'):
+            description.write_text(content, encoding="utf-8")
+            self.assertEqual(self.said(running), "running", content)
+        Path("a").touch()
+        self.assertEqual(self.said(running), "success")
 
 
 if __name__ == "__main__":

@@ -1,6 +1,7 @@
 #include "base/interruption.h"
 
 #include "base/failure.h"
+#include "base/signals.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -35,7 +36,10 @@ void handle(int /*signal*/)
 interruption::interruption()
 {
     if (pipe2(pipe_ends.data(), O_CLOEXEC) != 0) throw failure("Cannot make a pipe.");
-    watcher_ = std::thread([this] { watch(); });
+    {
+        const heldsignals inherited; // what comes later is for the thread that works
+        watcher_ = std::thread([this] { watch(); });
+    }
     struct sigaction action = {};
     action.sa_handler = handle;
     action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);

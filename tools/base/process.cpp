@@ -33,6 +33,13 @@ public:
         posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
         posix_spawn_file_actions_addopen(&actions_, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
         posix_spawn_file_actions_adddup2(&actions_, STDOUT_FILENO, STDERR_FILENO);
+        posix_spawnattr_init(&attributes_);
+        const sigset_t usual = ignoredsignals();
+        posix_spawnattr_setsigdefault(&attributes_, &usual);
+        sigset_t none;
+        sigemptyset(&none);
+        posix_spawnattr_setsigmask(&attributes_, &none);
+        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
     }
     preparation(const preparation&) = delete;
     preparation& operator=(const preparation&) = delete;
@@ -41,15 +48,21 @@ public:
     ~preparation()
     {
         posix_spawn_file_actions_destroy(&actions_);
+        posix_spawnattr_destroy(&attributes_);
     }
 
     [[nodiscard]] const posix_spawn_file_actions_t* actions() const
     {
         return &actions_;
     }
+    [[nodiscard]] const posix_spawnattr_t* attributes() const
+    {
+        return &attributes_;
+    }
 
 private:
     posix_spawn_file_actions_t actions_{};
+    posix_spawnattr_t attributes_{};
 };
 
 // Waits for a process that is told to end.
@@ -93,8 +106,8 @@ ending runprocess(const std::filesystem::path& program, const std::vector<std::s
 
     const preparation before(folder);
     pid_t process = 0;
-    const int error =
-        posix_spawn(&process, program.c_str(), before.actions(), nullptr, argv.data(), environ);
+    const int error = posix_spawn(&process, program.c_str(), before.actions(), before.attributes(),
+                                  argv.data(), environ);
     if (error != 0)
         throw failure("Cannot start " + program.string() + ": " + std::strerror(error) + ".");
 
@@ -107,7 +120,7 @@ ending runprocess(const std::filesystem::path& program, const std::vector<std::s
             return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? ending::finished
                                                                  : ending::failed;
         if (ended < 0 && errno != EINTR) return ending::failed;
-        if (stop) return finish(process, ending::stopped);
+        if (stop || heldsignals::waiting()) return finish(process, ending::stopped);
         if (clock::now() >= end) return finish(process, ending::outoftime);
         std::this_thread::sleep_for(pause);
         pause = std::min(pause * 2, std::chrono::microseconds(8000));
@@ -136,8 +149,12 @@ std::filesystem::path torvikprogram(const std::string& asked)
 
 temporarydirectory::temporarydirectory()
 {
-    std::string name = (std::filesystem::temp_directory_path() / "torvik.XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw failure("Cannot make a folder " + name + ".");
+    const char* asked = std::getenv("TMPDIR");
+    const std::filesystem::path place = asked == nullptr || *asked == '\0' ? "/tmp" : asked;
+    std::string name = (std::filesystem::absolute(place) / "torvik.XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr)
+        throw failure("Cannot make a folder for temporary files in " + place.string()
+                      + "; TMPDIR names another place.");
     path_ = name;
 }
 

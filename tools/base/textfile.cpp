@@ -1,13 +1,10 @@
 #include "base/textfile.h"
 
 #include "base/failure.h"
+#include "base/reading.h"
 
 #include <charconv>
 #include <cmath>
-#include <cstdio>
-#include <fstream>
-#include <iostream>
-#include <iterator>
 #include <system_error>
 #include <utility>
 
@@ -32,14 +29,14 @@ std::string quoted(std::string_view text)
 textfile::textfile(std::string name, std::string text)
     : name_(std::move(name)), text_(std::move(text))
 {
-    std::string_view rest = text_;
-    if (rest.starts_with(byteordermark)) rest.remove_prefix(byteordermark.size());
-    while (!rest.empty()) {
-        const std::size_t end = rest.find_first_of("\r\n");
-        lines_.push_back(rest.substr(0, end));
+    const std::string_view all = text_;
+    std::size_t start = all.starts_with(byteordermark) ? byteordermark.size() : 0;
+    while (start < all.size()) {
+        starts_.push_back(static_cast<std::uint32_t>(start));
+        const std::size_t end = all.find_first_of("\r\n", start);
         if (end == std::string_view::npos) break;
-        const bool both = rest[end] == '\r' && end + 1 < rest.size() && rest[end + 1] == '\n';
-        rest.remove_prefix(end + (both ? 2 : 1));
+        const bool both = all.substr(end, 2) == "\r\n";
+        start = end + (both ? 2 : 1);
     }
 }
 
@@ -47,16 +44,21 @@ textfile textfile::read(const std::filesystem::path& path)
 {
     std::error_code none;
     const std::string name = path.string();
-    if (std::filesystem::is_directory(path, none))
-        throw failure(name + " is a folder, not a file.");
-    std::ifstream in(path, std::ios::binary);
-    if (!in) throw failure("Cannot open " + name + ".");
-    if (std::filesystem::is_regular_file(path, none)
-        && std::filesystem::file_size(path, none) > largest)
-        throw failure(name + " is too long: more than a gigabyte.");
-    std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    if (in.bad()) throw failure("Cannot read " + name + ".");
+    const auto checklength = [&](std::uintmax_t length) {
+        if (length > largest) throw failure(name + " is too long: more than a gigabyte.");
+    };
+    if (std::filesystem::is_regular_file(path, none))
+        checklength(std::filesystem::file_size(path, none));
+    std::string text = bytesof(path, largest + 1);
+    checklength(text.size());
     return {name, std::move(text)};
+}
+
+std::string_view textfile::line(std::size_t number) const
+{
+    if (number < 1 || number > starts_.size()) return {};
+    const std::string_view rest = std::string_view(text_).substr(starts_[number - 1]);
+    return rest.substr(0, rest.find_first_of("\r\n"));
 }
 
 void textfile::fail(std::size_t line, std::size_t column, const std::string& what) const
@@ -143,43 +145,6 @@ std::string lowered(std::string_view text)
     for (char& c : lower)
         if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
     return lower;
-}
-
-void writewhole(const std::filesystem::path& path, std::string_view text)
-{
-    if (path == "-") {
-        std::cout << text << std::flush;
-        if (!std::cout) throw failure("Cannot write to the standard output.");
-        return;
-    }
-    writetogether({{path, std::string(text)}});
-}
-
-void writetogether(const std::vector<namedtext>& files)
-{
-    const auto beside = [](const std::filesystem::path& path) {
-        std::filesystem::path part = path;
-        part += ".part";
-        return part;
-    };
-    const auto give_up = [&](const namedtext& one) {
-        std::error_code ignored;
-        for (const namedtext& file : files) std::filesystem::remove(beside(file.path), ignored);
-        throw failure("Cannot write " + one.path.string() + ".");
-    };
-    for (const namedtext& file : files) {
-        std::error_code none;
-        std::ofstream out(beside(file.path), std::ios::binary | std::ios::trunc);
-        out << file.text;
-        out.close();
-        // A folder of the name would keep the last step from being done.
-        if (!out || std::filesystem::is_directory(file.path, none)) give_up(file);
-    }
-    for (const namedtext& file : files) {
-        std::error_code error;
-        std::filesystem::rename(beside(file.path), file.path, error);
-        if (error) give_up(file);
-    }
 }
 
 } // namespace torvik::tools

@@ -1,7 +1,8 @@
-// Text files, read by lines and items that know where they stand, and written whole or not at all.
+// Text files, read by lines and items that know where they stand.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -20,7 +21,7 @@ struct item {
 // Macs; a byte order mark at the start is no part of the text.
 class textfile {
 public:
-    // Reads a file. Throws a failure if it cannot be opened or is longer than `largest` bytes.
+    // Reads a file. Throws a failure if it is none, cannot be read or is longer than `largest` bytes.
     static textfile read(const std::filesystem::path& path);
     static constexpr std::size_t largest = std::size_t{1} << 30;
 
@@ -41,12 +42,9 @@ public:
     }
     [[nodiscard]] std::size_t lines() const
     {
-        return lines_.size();
+        return starts_.size();
     }
-    [[nodiscard]] std::string_view line(std::size_t number) const // from 1; empty past the end
-    {
-        return number >= 1 && number <= lines_.size() ? lines_[number - 1] : std::string_view{};
-    }
+    [[nodiscard]] std::string_view line(std::size_t number) const; // from 1; empty past the end
 
     // Throws badfile for a place in this file.
     [[noreturn]] void fail(std::size_t line, std::size_t column, const std::string& what) const;
@@ -59,7 +57,7 @@ public:
 private:
     std::string name_;
     std::string text_;
-    std::vector<std::string_view> lines_;
+    std::vector<std::uint32_t> starts_; // of the lines: a file of empty ones has as many as bytes
 };
 
 // The pieces of a line between blanks, or between any of the separators.
@@ -75,17 +73,5 @@ std::optional<int> wholein(std::string_view text);
 
 std::string_view trimmed(std::string_view text);
 std::string lowered(std::string_view text);
-
-// Writes a file beside and renames it, so that what bears the name is whole. Throws a failure, and
-// leaves what was there, if the file cannot be written. "-" is the standard output.
-void writewhole(const std::filesystem::path& path, std::string_view text);
-
-// The same for files that belong together: all are written beside before the first is renamed, so they
-// appear together, or none does.
-struct namedtext {
-    std::filesystem::path path;
-    std::string text;
-};
-void writetogether(const std::vector<namedtext>& files);
 
 } // namespace torvik::tools

@@ -1,6 +1,7 @@
 // torvik-tools export: takes a solution to other programs.
 
 #include "base/terminal.h"
+#include "base/writing.h"
 #include "commands/command.h"
 #include "exports/input.h"
 

@@ -1,7 +1,7 @@
 // torvik-tools generate: what is installed beside the program, made of its own commands and options.
 // It stands in no help: who installs the program has its output.
 
-#include "base/textfile.h"
+#include "base/writing.h"
 #include "commands/command.h"
 #include "shell/commandtree.h"
 

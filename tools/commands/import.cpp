@@ -3,6 +3,7 @@
 #include "base/failure.h"
 #include "base/terminal.h"
 #include "base/textfile.h"
+#include "base/writing.h"
 #include "commands/command.h"
 #include "readers/reader.h"
 #include "selection/input.h"
@@ -82,7 +83,9 @@ void checkoutput(const task& one, const importoptions& options)
         if (same(one.to, input)) throw failure(name + " is an input and is not overwritten.");
     for (const std::string& input : options.others)
         if (same(one.to, input)) throw failure(name + " is an input and is not overwritten.");
-    if (!options.force && fs::exists(one.to)) throw failure(name + " exists; --force replaces it.");
+    std::error_code none;
+    if (!options.force && fs::exists(one.to, none))
+        throw failure(name + " exists; --force replaces it.");
 }
 
 std::vector<task> tasksof(const importoptions& options)

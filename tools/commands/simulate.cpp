@@ -2,7 +2,7 @@
 
 #include "base/failure.h"
 #include "base/terminal.h"
-#include "base/textfile.h"
+#include "base/writing.h"
 #include "commands/command.h"
 #include "simulation/asked.h"
 #include "simulation/simulatedfiles.h"
@@ -85,8 +85,9 @@ outputs outputsof(const simulateoptions& options, int number)
 
 void checkfree(const outputs& files, bool force)
 {
+    std::error_code none;
     for (const fs::path& path : {files.input, files.truth})
-        if (!force && fs::exists(path))
+        if (!force && fs::exists(path, none))
             throw failure(path.string() + " exists; --force replaces it.");
 }
 
@@ -111,8 +112,7 @@ void simulateall(const simulateoptions& options)
         const simulated made = simulate(request);
         const std::string input = inputtextof(request, made);
         const outputs files = outputsof(options, n);
-        writewhole(files.input, input);
-        writewhole(files.truth, truthtextof(request, made));
+        writetogether({{files.input, input}, {files.truth, truthtextof(request, made)}});
         if (n == 1)
             summary = summaryof(made) + ". Written to " + files.input.string() + " and "
                       + files.truth.string();

@@ -4,6 +4,7 @@
 #include "base/process.h"
 #include "base/terminal.h"
 #include "base/textfile.h"
+#include "base/writing.h"
 #include "commands/command.h"
 #include "lattice/readcell.h"
 #include "readers/reader.h"

@@ -1,5 +1,6 @@
 #include "formats/idxfile.h"
 
+#include "base/failure.h"
 #include "base/table.h"
 
 #include <algorithm>
@@ -34,7 +35,8 @@ void appendreflections(std::string& text, const idxfile& file, int decimals)
             const std::string shown = fixed(value, decimals);
             line += shown.size() < field ? padded(shown, field) : " " + shown;
         }
-        if (i < file.remarks.size() && !file.remarks[i].empty()) line += "    " + file.remarks[i];
+        if (i < file.remarks.size() && !file.remarks[i].empty())
+            line += "    " + online(file.remarks[i]);
         text += line + "\n";
     }
 }
@@ -67,7 +69,7 @@ std::string textof(const idxfile& file, int decimals)
     if (decimals <= 0) decimals = file.kind == listkind::vectors ? 5 : 4;
     std::string text;
     for (const std::string& comment : file.comments)
-        text += comment.empty() ? "#\n" : "# " + comment + "\n";
+        text += comment.empty() ? "#\n" : "# " + online(comment) + "\n";
     for (const keyword& one : file.keywords)
         if (one.name != fraction) appendkeyword(text, one);
     text += "_NumberOfReflections\n" + std::to_string(file.reflections.size()) + "\n";

@@ -1,6 +1,7 @@
 #include "lattice/score.h"
 
 #include "base/failure.h"
+#include "base/jsontext.h"
 #include "solver/lattice/invalid_input.h"
 
 #include <nlohmann/json.hpp>
@@ -14,29 +15,6 @@ namespace torvik::tools {
 namespace {
 
 using nlohmann::json;
-
-// Throws badfile for a place that the parser counts in bytes.
-[[noreturn]] void failatbyte(const textfile& source, std::size_t byte)
-{
-    const std::string_view before =
-        std::string_view(source.text()).substr(0, byte > 0 ? byte - 1 : 0);
-    const auto line = static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')) + 1;
-    const std::size_t start = before.rfind('\n');
-    const std::size_t column =
-        start == std::string_view::npos ? before.size() + 1 : before.size() - start;
-    source.fail(line, column, "the JSON text has a fault here");
-}
-
-json parsed(const textfile& source)
-{
-    try {
-        return json::parse(source.text());
-    } catch (const json::parse_error& fault) {
-        failatbyte(source, fault.byte);
-    } catch (const json::exception&) { // of a number, without its place
-        source.fail(0, 0, "the JSON text has a number that is too large");
-    }
-}
 
 bool isrow(const json& value, std::size_t count)
 {
@@ -139,7 +117,7 @@ void takebetter(score& best, score found, std::size_t lattice)
 
 truth readtruth(const textfile& source)
 {
-    const json document = parsed(source);
+    const json document = jsonin(source);
     truth known;
     if (document.is_object() && document.contains("lattices") && document.at("lattices").is_array()
         && !document.at("lattices").empty())

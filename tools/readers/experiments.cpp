@@ -1,6 +1,7 @@
 #include "readers/experiments.h"
 
 #include "base/failure.h"
+#include "base/jsontext.h"
 #include "readers/rotation.h"
 
 #include <nlohmann/json.hpp>
@@ -34,17 +35,7 @@ frame within(const frame& outer, const frame& inner)
 
 class experimentsreader {
 public:
-    explicit experimentsreader(const textfile& source) : source_(source)
-    {
-        try {
-            file_ = json::parse(source.text());
-        } catch (const json::parse_error& wrong) {
-            const auto [line, column] = placeof(wrong.byte);
-            source.fail(line, column, "expected JSON");
-        } catch (const json::exception&) { // a number beyond all bounds
-            source.fail(0, 0, "expected JSON");
-        }
-    }
+    explicit experimentsreader(const textfile& source) : source_(source), file_(jsonin(source)) {}
 
     dialsinstrument read()
     {
@@ -62,17 +53,6 @@ public:
     }
 
 private:
-    // The line and the column of a byte, all counted from 1.
-    [[nodiscard]] std::pair<std::size_t, std::size_t> placeof(std::size_t byte) const
-    {
-        const std::string_view before =
-            std::string_view(source_.text()).substr(0, byte > 0 ? byte - 1 : 0);
-        const std::size_t start = before.rfind('\n');
-        const auto lines = static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n'));
-        return {lines + 1,
-                start == std::string_view::npos ? before.size() + 1 : before.size() - start};
-    }
-
     [[noreturn]] void fail(const std::string& what) const
     {
         source_.fail(0, 0, "expected " + what);

@@ -1,12 +1,13 @@
 #include "base/failure.h"
+#include "base/reading.h"
 #include "readers/dials.h"
+#include "readers/foreign.h"
 #include "readers/kinds.h"
 #include "readers/reader.h"
 #include "readers/xds.h"
 
 #include <cmath>
 #include <cstddef>
-#include <fstream>
 
 namespace torvik::tools {
 
@@ -20,19 +21,6 @@ template <textreader read>
 measurement fromfile(const std::filesystem::path& path, const readeroptions& options)
 {
     return read(textfile::read(path), options);
-}
-
-std::string startof(const std::filesystem::path& path)
-{
-    std::error_code none;
-    if (std::filesystem::is_directory(path, none))
-        throw failure(path.string() + " is a folder, not a file.");
-    std::ifstream in(path, std::ios::binary);
-    if (!in) throw failure("Cannot open " + path.string() + ".");
-    std::string start(startlength, '\0');
-    in.read(start.data(), static_cast<std::streamsize>(start.size()));
-    start.resize(static_cast<std::size_t>(in.gcount()));
-    return start;
 }
 
 std::string knownkinds()
@@ -51,14 +39,39 @@ const reader& readernamed(std::string_view kind)
                   + ".");
 }
 
-const reader& readerfor(const std::filesystem::path& path)
+// The one that recognises a file; null if none does. The last ones take nearly any numbers.
+const reader* recognising(std::string_view start, const std::filesystem::path& path)
 {
-    const std::string start = startof(path);
-    if (start.empty()) throw failure(path.string() + " is empty.");
-    for (const reader& one : readers())
-        if (one.recognises(start, path)) return one;
+    for (const reader& one : readers()) {
+        if (&one == &readernamed("angles"))
+            if (const auto foreign = foreigncontent(start, path))
+                throw failure(path.string() + " is " + *foreign + ".");
+        if (one.recognises(start, path)) return &one;
+    }
+    return nullptr;
+}
+
+[[noreturn]] void failunknown(const std::filesystem::path& path)
+{
+    if (const auto foreign = foreignending(path))
+        throw failure(path.string() + " is, by its name, " + *foreign + ".");
     throw failure(path.string() + " looks like none of the formats " + knownkinds()
                   + "; if it is one of them, name it with --format.");
+}
+
+measurement readrecognised(const std::filesystem::path& path, const readeroptions& options)
+{
+    const std::string start = bytesof(path, startlength);
+    if (start.empty()) throw failure(path.string() + " is empty.");
+    const reader* chosen = recognising(start, path);
+    if (chosen == nullptr) failunknown(path);
+    try {
+        return chosen->read(path, options);
+    } catch (const failure& why) {
+        const auto foreign = foreignending(path);
+        if (!foreign || chosen != &readernamed("text")) throw;
+        throw failure(path.string() + " is, by its name, " + *foreign + "; as text: " + why.what());
+    }
 }
 
 } // namespace
@@ -115,8 +128,8 @@ void checkmeasurement(measurement& measured, const std::string& name)
 measurement readmeasurement(const std::filesystem::path& path, std::string_view kind,
                             const readeroptions& options)
 {
-    const reader& chosen = kind.empty() ? readerfor(path) : readernamed(kind);
-    measurement measured = chosen.read(path, options);
+    measurement measured =
+        kind.empty() ? readrecognised(path, options) : readernamed(kind).read(path, options);
     checkmeasurement(measured, path.string());
     return measured;
 }

@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::string_view title = "dials::af::reflection_table";
 constexpr std::uint64_t mostrows = 5'000'000;
+constexpr std::size_t mostobjects = 1'000'000; // a column has five, of whatever length
 
 // The value of a key of a map; nothing if it has none.
 const msgpack::object* valueof(const msgpack::object& map, std::string_view key)
@@ -45,6 +46,19 @@ number numberat(const char* bytes)
     return std::bit_cast<number>(bits);
 }
 
+// Counts what lists and maps hold, and stops beyond a limit.
+struct objectcounter : msgpack::null_visitor {
+    bool start_array_item()
+    {
+        return ++count <= mostobjects;
+    }
+    bool start_map_key()
+    {
+        return ++count <= mostobjects;
+    }
+    std::size_t count = 0;
+};
+
 class tablereader {
 public:
     tablereader(std::string name, std::string_view bytes) : name_(std::move(name))
@@ -53,6 +67,9 @@ public:
         // far above what the tables have. Long columns stay where they are.
         constexpr std::size_t longest = 100'000;
         constexpr std::size_t deepest = 16;
+        objectcounter counter;
+        if (!msgpack::parse(bytes.data(), bytes.size(), counter) && counter.count > mostobjects)
+            fail("expected a table of reflections of DIALS, found more than a million values");
         const msgpack::unpack_limit limits(longest, longest, bytes.size(), bytes.size(),
                                            bytes.size(), deepest);
         const auto refer = [](msgpack::type::object_type, std::size_t, void*) { return true; };

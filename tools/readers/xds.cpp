@@ -222,7 +222,7 @@ bool endsin(const std::filesystem::path& path, std::string_view extension)
 
 bool recognisesxds(std::string_view start, const std::filesystem::path& path)
 {
-    if (!endsin(path, ".xds")) return false;
+    if (!endsin(path, ".xds") || lowered(path.stem().string()).ends_with("xparm")) return false;
     const std::string_view line = start.substr(0, start.find_first_of("\r\n"));
     const std::vector<item> items = itemsof(line);
     constexpr std::size_t least = 4;

@@ -1,9 +1,11 @@
 #include "reporting/report.h"
 
 #include "base/failure.h"
+#include "base/jsontext.h"
 #include "base/process.h"
 #include "base/terminal.h"
 #include "base/textfile.h"
+#include "base/writing.h"
 #include "formats/idxfile.h"
 #include "formats/resultsfile.h"
 #include "reporting/periodogram.h"
@@ -232,7 +234,8 @@ json dataofresults(const reportoptions& options)
 {
     const resultsfile results = readresults(textfile::read(options.file));
     const fs::path input = options.input.empty() ? besides(options.file, ".idx") : options.input;
-    if (!fs::exists(input))
+    std::error_code none;
+    if (!fs::exists(input, none))
         throw failure("The reflections stand in the input, but there is no " + input.string()
                       + ": --input names it.");
     const textfile source = textfile::read(input);
@@ -323,20 +326,33 @@ void addcandidates(json& data, const json& given, const std::vector<vector3>& ve
     data["solutions"] = std::move(list);
 }
 
-void addrun(json& data, const json& given, const reportoptions& options)
+// The file of the run that a solution names, if it does: it is beside the solution, and nowhere else.
+fs::path fileofrun(const json& given, const char* key, const textfile& source,
+                   const reportoptions& options)
 {
-    const json run = given.value("run", json::object());
-    const fs::path folder = options.file.parent_path();
-    if (run.contains("res") && run["res"].is_string() && fs::exists(folder / run["res"])) {
-        const resultsfile results = readresults(textfile::read(folder / run["res"]));
+    const json run = given.value("run", json());
+    if (!run.contains(key) || !run[key].is_string()) return {};
+    const fs::path name = run[key].get<std::string>();
+    if (name.empty() || name != name.filename() || name == "." || name == "..")
+        source.fail(0, 0,
+                    "expected the name of a file beside it in '" + std::string(key)
+                        + "' of its run, found '" + name.string() + "'");
+    return options.file.parent_path() / name;
+}
+
+void addrun(json& data, const json& given, const textfile& source, const reportoptions& options)
+{
+    std::error_code none;
+    const fs::path res = fileofrun(given, "res", source, options);
+    if (!res.empty() && fs::exists(res, none)) {
+        const resultsfile results = readresults(textfile::read(res));
         data["parameters"] = results.parameters;
         data["date"] = results.date + " " + results.time;
         data["largestindex"] = largestindexof(results);
     }
-    const fs::path idx = !options.input.empty()                          ? options.input
-                         : run.contains("idx") && run["idx"].is_string() ? folder / run["idx"]
-                                                                         : fs::path();
-    if (idx.empty() || !fs::exists(idx)) {
+    const fs::path beside = fileofrun(given, "idx", source, options);
+    const fs::path idx = options.input.empty() ? beside : options.input;
+    if (idx.empty() || !fs::exists(idx, none)) {
         data["noperiodogram"] = "There is no run of Torvik beside, which solve --results makes: no "
                                 "periodogram is shown.";
         return;
@@ -347,8 +363,9 @@ void addrun(json& data, const json& given, const reportoptions& options)
 json dataofsolution(const reportoptions& options)
 {
     const textfile source = textfile::read(options.file);
-    const auto given = json::parse(source.text(), nullptr, false);
-    if (given.is_discarded() || !given.is_object() || !given.contains("reflections"))
+    constexpr std::size_t most = 100'000'000; // a reflection has twenty
+    const json given = jsonin(source, most);
+    if (!given.is_object() || !given.contains("reflections"))
         source.fail(0, 0, "expected the JSON of a solution, with its reflections");
     try {
         const vector3 shift = shiftin(given);
@@ -379,7 +396,7 @@ json dataofsolution(const reportoptions& options)
         if (given.contains("reason") && given["reason"].is_string())
             data["reason"] = given["reason"];
         addcandidates(data, given, vectors);
-        addrun(data, given, options);
+        addrun(data, given, source, options);
         return data;
     } catch (const json::exception& why) {
         source.fail(0, 0, std::string("expected the JSON of a solution: ") + why.what());

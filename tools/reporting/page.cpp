@@ -3,6 +3,7 @@
 #include "base/failure.h"
 #include "base/process.h"
 #include "base/textfile.h"
+#include "base/writing.h"
 
 #include <system_error>
 

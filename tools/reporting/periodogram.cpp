@@ -131,6 +131,8 @@ private:
 
 std::optional<logged> readlog(const std::filesystem::path& path)
 {
+    std::error_code none;
+    if (!std::filesystem::is_regular_file(path, none)) return std::nullopt;
     return logreader(path).read();
 }
 

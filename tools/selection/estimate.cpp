@@ -1,11 +1,12 @@
 #include "selection/estimate.h"
 
+#include "selection/neighbours.h"
 #include "selection/repeats.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <limits>
+#include <utility>
 
 namespace torvik::tools {
 
@@ -23,37 +24,45 @@ double tripleproduct(const vector3& a, const vector3& b, const vector3& c)
     return std::fabs(a.dot(b.cross(c)));
 }
 
-// Gives the shortest step from `centre` to a point that `suits`; a null vector if there is none.
-template <class Condition>
-vector3 shorteststep(const std::vector<vector3>& points, const vector3& centre, Condition suits)
-{
-    vector3 best;
-    double length = std::numeric_limits<double>::infinity();
-    for (const vector3& point : points) {
-        const vector3 step = point - centre;
-        const double squared = step.length_sq();
-        if (squared >= length || !suits(step)) continue;
-        length = squared;
-        best = step;
+// Points, in the order of a coordinate too.
+class neighbourhood {
+public:
+    explicit neighbourhood(std::vector<vector3> points)
+        : points_(std::move(points)), sorted_(points_)
+    {
     }
-    return best;
-}
 
-// Gives the volume of the cell spanned at a point; 0 if there is none.
-double localvolume(const std::vector<vector3>& points, const vector3& centre, double shortest)
-{
-    const auto long_enough = [&](const vector3& u) { return u.length_sq() > shortest * shortest; };
-    const vector3 a = shorteststep(points, centre, long_enough);
-    const vector3 b = shorteststep(points, centre, [&](const vector3& u) {
-        return long_enough(u) && a.cross(u).length() > leastsine * a.length() * u.length();
-    });
-    const vector3 c = shorteststep(points, centre, [&](const vector3& u) {
-        return long_enough(u)
-               && tripleproduct(a, b, u) > leastproduct * a.length() * b.length() * u.length();
-    });
-    const double product = tripleproduct(a, b, c);
-    return product > 0.0 ? 1.0 / product : 0.0;
-}
+    // The volume of the cell spanned at a point; 0 if there is none.
+    [[nodiscard]] double volumeat(const vector3& centre, double shortest) const
+    {
+        const auto longenough = [&](const vector3& u) {
+            return u.length_sq() > shortest * shortest;
+        };
+        const vector3 a = shorteststep(centre, longenough);
+        const vector3 b = shorteststep(centre, [&](const vector3& u) {
+            return longenough(u) && a.cross(u).length() > leastsine * a.length() * u.length();
+        });
+        const vector3 c = shorteststep(centre, [&](const vector3& u) {
+            return longenough(u)
+                   && tripleproduct(a, b, u) > leastproduct * a.length() * b.length() * u.length();
+        });
+        const double product = tripleproduct(a, b, c);
+        return product > 0.0 ? 1.0 / product : 0.0;
+    }
+
+private:
+    // The shortest step from `centre` to a point that `suits`; a null vector if there is none.
+    template <class Condition>
+    [[nodiscard]] vector3 shorteststep(const vector3& centre, Condition suits) const
+    {
+        const auto found = sorted_.nearest(
+            centre, [&](std::size_t number) { return suits(points_[number] - centre); });
+        return found ? points_[*found] - centre : vector3();
+    }
+
+    std::vector<vector3> points_;
+    sortedpoints sorted_;
+};
 
 std::vector<vector3> withnegatives(const std::vector<vector3>& vectors)
 {
@@ -75,11 +84,11 @@ double quantile(const std::vector<double>& sorted, double part)
 std::optional<volumeestimate> estimatevolume(const std::vector<vector3>& vectors)
 {
     const double shortest = 3.0 * usualtolerance(vectors);
-    const std::vector<vector3> points = withnegatives(vectors);
+    const neighbourhood points(withnegatives(vectors));
     const std::size_t step = vectors.size() / mostsampled + 1;
-    std::vector<double> volumes = {localvolume(points, vector3(), shortest)};
+    std::vector<double> volumes = {points.volumeat(vector3(), shortest)};
     for (std::size_t i = 0; i < vectors.size(); i += step)
-        volumes.push_back(localvolume(points, vectors[i], shortest));
+        volumes.push_back(points.volumeat(vectors[i], shortest));
     std::erase(volumes, 0.0);
     if (volumes.empty()) return std::nullopt;
     std::sort(volumes.begin(), volumes.end());

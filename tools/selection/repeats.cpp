@@ -1,12 +1,15 @@
 #include "selection/repeats.h"
 
+#include "selection/neighbours.h"
+
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
-#include <functional>
+#include <cstdint>
 #include <limits>
 #include <numeric>
-#include <unordered_map>
+#include <utility>
 
 namespace torvik::tools {
 
@@ -15,67 +18,111 @@ namespace {
 constexpr double share = 1.0 / 8.0; // of the distance to a neighbour: see the header
 constexpr std::size_t mostsampled = 1000;
 
-// Spots by the box of a grid in which they lie.
+// Spots by the box of a grid in which they lie: boxes of four times a reach, so that seldom more than one
+// or two along an axis are within it. Those of a box are a chain. Boxes may share a chain, since all that
+// is found is measured anyway.
 class boxes {
 public:
-    explicit boxes(double width) : width_(width) {}
-
-    void put(const vector3& r, std::size_t number)
+    boxes(double reach, std::size_t most) : reach_(reach), width_(4.0 * reach)
     {
-        held_[boxof(r)].push_back(number);
+        heads_.resize(std::bit_ceil(most + 1), none);
+        next_.reserve(most);
     }
 
-    // Calls `use` with the numbers of all spots in the box of r and in those around it.
-    void around(const vector3& r, const std::function<void(std::size_t)>& use) const
+    // Puts the next spot, by its number: 0, 1, 2 and so on.
+    void put(const vector3& r)
     {
-        const box centre = boxof(r);
-        for (int i = -1; i <= 1; ++i)
-            for (int j = -1; j <= 1; ++j)
-                for (int k = -1; k <= 1; ++k) {
-                    const auto found = held_.find({centre[0] + i, centre[1] + j, centre[2] + k});
-                    if (found == held_.end()) continue;
-                    for (const std::size_t number : found->second) use(number);
-                }
+        std::uint32_t& head = headof({boxof(r.x), boxof(r.y), boxof(r.z)});
+        next_.push_back(std::exchange(head, static_cast<std::uint32_t>(next_.size())));
+    }
+
+    // Calls `use` with the numbers of all spots within reach, and of some others, in any order.
+    template <class procedure>
+    void around(const vector3& r, const procedure& use)
+    {
+        const auto [x, X] = span(r.x);
+        const auto [y, Y] = span(r.y);
+        const auto [z, Z] = span(r.z);
+        for (double i = x; i <= X; ++i)
+            for (double j = y; j <= Y; ++j)
+                for (double k = z; k <= Z; ++k)
+                    for (auto at = headof({i, j, k}); at != none; at = next_[at]) use(at);
     }
 
 private:
-    using box = std::array<double, 3>; // whole numbers, of any size
+    static constexpr std::uint32_t none = std::numeric_limits<std::uint32_t>::max();
 
-    struct hash {
-        std::size_t operator()(const box& b) const
-        {
-            constexpr std::size_t odd = 0x9E3779B97F4A7C15ULL;
-            std::size_t h = 0;
-            for (const double x : b) h = (h ^ std::hash<double>{}(x)) * odd;
-            return h ^ (h >> 32U);
-        }
-    };
-
-    [[nodiscard]] box boxof(const vector3& r) const
+    // A whole number of any size, never -0.
+    [[nodiscard]] double boxof(double x) const
     {
-        return {std::floor(r.x / width_), std::floor(r.y / width_), std::floor(r.z / width_)};
+        return std::floor(x / width_) + 0.0;
     }
 
+    // The first and the last box within reach, with room for rounding. Beyond 2^53 boxes a step of one is
+    // none: there one is enough.
+    [[nodiscard]] std::pair<double, double> span(double x) const
+    {
+        const double reach = reach_ * 1.000001 + std::fabs(x) * 1e-15;
+        const double first = boxof(x - reach);
+        const double last = boxof(x + reach);
+        return {first, first + 1.0 > first ? last : first};
+    }
+
+    std::uint32_t& headof(const std::array<double, 3>& box)
+    {
+        constexpr std::uint64_t odd = 0x9E3779B97F4A7C15ULL;
+        std::uint64_t h = 0;
+        for (const double x : box) {
+            h = (h ^ std::bit_cast<std::uint64_t>(x)) * odd;
+            h ^= h >> 32U;
+        }
+        return heads_[h & (heads_.size() - 1)];
+    }
+
+    double reach_;
     double width_;
-    std::unordered_map<box, std::vector<std::size_t>, hash> held_;
+    std::vector<std::uint32_t> heads_;
+    std::vector<std::uint32_t> next_;
 };
 
-double nearestdistance(const std::vector<vector3>& vectors, std::size_t one)
+// Calls `use` with each spot and the number of the group it belongs to: see groupsof(). Gives the spots that
+// began the groups.
+template <class procedure>
+std::vector<std::size_t> begun(const std::vector<vector3>& vectors,
+                               const std::vector<std::size_t>& sequence, double tolerance,
+                               const procedure& use)
 {
-    double nearest = std::numeric_limits<double>::infinity();
-    for (std::size_t i = 0; i < vectors.size(); ++i)
-        if (i != one) nearest = std::fmin(nearest, (vectors[i] - vectors[one]).length_sq());
-    return std::sqrt(nearest);
+    std::vector<std::size_t> first;
+    boxes grid(tolerance, sequence.size());
+    for (const std::size_t i : sequence) {
+        std::size_t nearest = first.size();
+        double distance = tolerance;
+        grid.around(vectors[i], [&](std::size_t g) {
+            const double d = (vectors[first[g]] - vectors[i]).length();
+            if (d > distance || (d == distance && nearest < g)) return;
+            nearest = g;
+            distance = d;
+        });
+        if (nearest == first.size()) {
+            grid.put(vectors[i]);
+            first.push_back(i);
+        }
+        use(i, nearest);
+    }
+    return first;
 }
 
-// The distance that nine tenths of the spots have to their nearest neighbour. Of many spots a part
-// is asked, evenly taken.
+// The distance that nine tenths of the spots, of which there are two at least, have to their nearest
+// neighbour. Of many spots a part is asked, evenly taken.
 double usualdistance(const std::vector<vector3>& vectors)
 {
     const std::size_t step = vectors.size() / mostsampled + 1;
+    const sortedpoints points(vectors);
     std::vector<double> nearest;
-    for (std::size_t i = 0; i < vectors.size(); i += step)
-        nearest.push_back(nearestdistance(vectors, i));
+    for (std::size_t i = 0; i < vectors.size(); i += step) {
+        const auto next = points.nearest(vectors[i], [&](std::size_t other) { return other != i; });
+        nearest.push_back((vectors[*next] - vectors[i]).length());
+    }
     const auto tenth = nearest.begin() + static_cast<std::ptrdiff_t>((nearest.size() - 1) / 10);
     std::nth_element(nearest.begin(), tenth, nearest.end());
     return *tenth;
@@ -86,8 +133,8 @@ std::vector<vector3> firstofgroups(const std::vector<vector3>& vectors, double t
     std::vector<std::size_t> sequence(vectors.size());
     std::iota(sequence.begin(), sequence.end(), 0U);
     std::vector<vector3> first;
-    for (const auto& group : groupsof(vectors, sequence, tolerance))
-        first.push_back(vectors[group.front()]);
+    for (const std::size_t i : begun(vectors, sequence, tolerance, [](std::size_t, std::size_t) {}))
+        first.push_back(vectors[i]);
     return first;
 }
 
@@ -156,23 +203,10 @@ std::vector<std::vector<std::size_t>> groupsof(const std::vector<vector3>& vecto
         for (const std::size_t i : sequence) groups.push_back({i});
         return groups;
     }
-    boxes begun(tolerance);
-    for (const std::size_t i : sequence) {
-        std::size_t nearest = groups.size();
-        double distance = tolerance;
-        begun.around(vectors[i], [&](std::size_t g) {
-            const double d = (vectors[groups[g].front()] - vectors[i]).length();
-            if (d > distance || (d == distance && nearest < g)) return;
-            nearest = g;
-            distance = d;
-        });
-        if (nearest < groups.size()) {
-            groups[nearest].push_back(i);
-            continue;
-        }
-        begun.put(vectors[i], groups.size());
-        groups.push_back({i});
-    }
+    begun(vectors, sequence, tolerance, [&](std::size_t i, std::size_t group) {
+        if (group == groups.size()) groups.emplace_back();
+        groups[group].push_back(i);
+    });
     return groups;
 }
 

@@ -45,7 +45,7 @@ matrix3 orthonormal(const matrix3& rows)
 centred_cell cellasked(const std::vector<std::string>& items)
 {
     std::error_code none;
-    if (items.size() == 1 && std::filesystem::is_regular_file(items.front(), none))
+    if (items.size() == 1 && std::filesystem::exists(items.front(), none))
         return readcifcell(textfile::read(items.front()));
     std::string text;
     for (const std::string& one : items) text += (text.empty() ? "" : " ") + one;

@@ -4,6 +4,7 @@
 #include "base/process.h"
 #include "base/table.h"
 #include "base/textfile.h"
+#include "base/writing.h"
 #include "formats/idxfile.h"
 #include "formats/resultsfile.h"
 #include "solver/lattice/relations.h"

@@ -4,13 +4,14 @@
 
 A job whose files are there is done, whatever Slurm says: one that ended while the controller was away can count
 as running for minutes. A controller that does not answer tells nothing: the job counts as running until it
-does. A job that the controller knows no more has ended some time ago; whether well or not, its output tells, which
+does. A job of another name has got the number after the controller lost its memory: ours has ended. A job that the controller knows no more has ended some time ago; whether well or not, its output tells, which
 Snakemake looks for if it hears of success.
 """
 
 from __future__ import annotations
 
 import json
+import os
 import re
 import subprocess
 import sys
@@ -25,7 +26,7 @@ def done(number: str) -> bool:
         files = json.loads(Path(f"jobs/slurm/{number}.json").read_text(encoding="utf-8"))
     except (OSError, ValueError):
         return False
-    return all(Path(file).exists() for file in files)
+    return isinstance(files, list) and bool(files) and all(Path(str(file)).exists() for file in files)
 
 
 def state(number: str) -> str:
@@ -35,6 +36,9 @@ def state(number: str) -> str:
                           text=True, check=False)
     if said.returncode != 0:
         return "success" if "Invalid job id" in said.stderr else "running"
+    ours = json.loads(os.environ["TORVIK_SLURM"])["name"]
+    if f" JobName={ours} " not in said.stdout:
+        return "failed"
     found = re.search(r"\bJobState=(\w+)", said.stdout)
     word = found.group(1) if found else ""
     if word == "COMPLETED":

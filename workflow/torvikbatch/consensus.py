@@ -1,6 +1,6 @@
 """Groups the solved crystals by lattice, and takes the cells that several have in common.
 
-    python3 -m torvikbatch.consensus
+    step.py consensus
 
 Writes consensus.json, which crystal is of which group, and the lists of the second pass: what the first left
 unsolved, to be tried with the cells that others agree on.
@@ -13,7 +13,6 @@ import math
 import shutil
 import statistics
 import subprocess
-import sys
 from array import array
 from collections.abc import Callable, Iterable, Iterator
 from dataclasses import dataclass, field
@@ -29,6 +28,7 @@ PART = 0.01
 MOSTTRIED = 10
 # Of so many of the largest groups it is told what their lattices are, and how they are related.
 MOSTRELATED = 50
+SURVEYTIME = 600.0  # seconds
 
 
 @dataclass
@@ -85,7 +85,7 @@ def clusters(lattices: Callable[[], Iterable[tuple[int, Lattice]]]) -> list[Clus
 def solvedcrystals() -> Iterator[tuple[int, Lattice]]:
     """Numbers and lattices of the crystals that the first pass solved."""
     for group in FIRST.groups():
-        for number, record in sorted(folder.latest(FIRST.recordsof(group)).items()):
+        for number, record in sorted(folder.allanswers(group).items()):
             if record["verdict"] == "solved":
                 yield number, Lattice.of(tuple(record["cell"]))
 
@@ -100,8 +100,13 @@ def surveyed(cells: list[Cell], tools: str) -> dict:
     if not cells:
         return {"cells": [], "relations": []}
     line = [tools, "cells", *(" ".join(f"{value:.6f}" for value in cell) for cell in cells), "--json"]
-    said = subprocess.run(line, check=True, capture_output=True, text=True)
-    return json.loads(said.stdout)
+    said = subprocess.run(line, check=False, capture_output=True, text=True, timeout=SURVEYTIME)
+    try:
+        if said.returncode == 0:
+            return json.loads(said.stdout)
+    except ValueError:
+        pass
+    raise folder.Unusable(f"{tools} cells ended with status {said.returncode} and no relations of lattices.")
 
 
 def described(found: list[Cluster], tools: str) -> list[dict]:
@@ -125,19 +130,23 @@ def described(found: list[Cluster], tools: str) -> list[dict]:
 
 def secondlists(cells: list[Cell]) -> None:
     """Lists what the first pass has not solved; nothing if there is no cell to try."""
+    # What was done with other cells is no longer done; its records tell with which they were made.
+    for group in folder.groupsin(SECOND.solved, ".done"):
+        SECOND.reopen(group)
     shutil.rmtree(SECOND.lists, ignore_errors=True)
-    SECOND.lists.mkdir(parents=True)
+    SECOND.lists.mkdir(parents=True, exist_ok=True)
     if not cells:
         return
     for group in FIRST.groups():
-        known = folder.latest(FIRST.recordsof(group))
+        known = folder.allanswers(group)
         left = [one for one in folder.readlist(FIRST.listof(group))
                 if known[one.number]["verdict"] in ("refused", "ambiguous")]
         if left:
             folder.writelist(SECOND.listof(group), left)
 
 
-def main() -> int:
+def main(_arguments: list[str]) -> int:
+    folder.DATABASEDONE.unlink(missing_ok=True)
     found = clusters(solvedcrystals)
     cells = [one.median() for one in tried(found, sum(len(one.members) for one in found))]
     secondlists(cells)
@@ -148,6 +157,3 @@ def main() -> int:
     folder.writewhole(folder.CONSENSUS, json.dumps(consensus) + "\n")
     return 0
 
-
-if __name__ == "__main__":
-    sys.exit(main())

@@ -1,6 +1,6 @@
 """Puts all records into one database and one table.
 
-    python3 -m torvikbatch.database
+    step.py database
 
 Writes crystals.sqlite and crystals.csv. docs/batch.md describes the tables and their columns.
 """
@@ -11,7 +11,6 @@ import csv
 import json
 import os
 import sqlite3
-import sys
 from collections.abc import Iterator
 from pathlib import Path
 
@@ -24,6 +23,7 @@ CREATE TABLE crystal (
     file TEXT NOT NULL,         -- the measurement
     verdict TEXT NOT NULL CHECK (verdict IN ('solved', 'ambiguous', 'refused', 'failed')),
     reason TEXT NOT NULL,       -- a sentence
+    interrupted INTEGER,        -- 1 if the search was cut short, by the budget; NULL if it failed
     pass INTEGER NOT NULL,      -- which pass gave the answer: 1, or 2 with a cell that others have
     cluster INTEGER REFERENCES cluster (number), -- of its lattice; NULL if it is not solved
     a REAL, b REAL, c REAL,     -- reduced cell, angstroms
@@ -33,6 +33,7 @@ CREATE TABLE crystal (
     alpha_error REAL, beta_error REAL, gamma_error REAL, volume_error REAL,
     measured INTEGER,           -- reflections
     indexed INTEGER,            -- of these, by the first lattice
+    part REAL,                  -- indexed / measured
     lattices INTEGER,           -- found in the crystal
     sigma REAL,                 -- error of a reflection in each component, 1/angstrom
     wrong REAL,                 -- part of the reflections that belong to no lattice
@@ -56,6 +57,10 @@ CREATE TABLE cluster (
     conventional TEXT,          -- JSON: its cell
     relations TEXT NOT NULL     -- JSON: to other clusters: to, is (subcell, supercell), index
 );
+CREATE TABLE passed (
+    file TEXT NOT NULL,         -- a file that was found or listed, and is no input
+    reason TEXT NOT NULL
+);
 CREATE TABLE setting (name TEXT PRIMARY KEY, value TEXT NOT NULL);
 """
 
@@ -64,8 +69,9 @@ CREATE INDEX crystal_verdict ON crystal (verdict);
 CREATE INDEX crystal_cluster ON crystal (cluster);
 """
 
-PLAIN = ("number", "verdict", "reason", "volume", "measured", "indexed", "lattices", "sigma", "wrong",
+PLAIN = ("number", "verdict", "reason", "interrupted", "volume", "measured", "indexed", "lattices", "sigma", "wrong",
          "evidence", "lead", "seconds", "solution")
+FAILEDAGAIN = "The second pass failed, and is tried again by the next call: "
 ASJSON = ("basis", "competing", "remarks")
 
 
@@ -76,7 +82,9 @@ def printable(text: str) -> str:
 
 def rowof(record: dict, number: int, cluster: int | None) -> dict:
     row = {key: record.get(key) for key in PLAIN}
-    row |= {key: json.dumps(record[key]) for key in ASJSON if record.get(key)}
+    row |= {key: printable(json.dumps(record[key], ensure_ascii=False)) for key in ASJSON if record.get(key)}
+    if record.get("indexed") is not None:
+        row["part"] = record["indexed"] / record["measured"]
     row |= dict(zip(CELL, record.get("cell", ())))
     row |= dict(zip((f"{name}_error" for name in (*CELL, "volume")), record.get("uncertainty", ())))
     row |= {"file": printable(record["file"]), "reason": printable(record["reason"]),
@@ -86,27 +94,21 @@ def rowof(record: dict, number: int, cluster: int | None) -> dict:
     return row
 
 
-def members() -> dict[int, int]:
-    """Numbers of the clusters, by the numbers of their crystals."""
-    with open(folder.MEMBERS, encoding="utf-8") as file:
-        return {int(number): int(cluster) for number, cluster in (line.split() for line in file)}
-
-
 def rows(tried: list) -> Iterator[dict]:
-    """A row for each crystal. The answer of the second pass holds where it is sure: it knew more."""
-    clusterof = members()
+    """A row for each crystal. The answer of the second pass holds where it is sure: it knew more. Where that pass
+    failed, a remark says so: the verdict is that of the first pass alone."""
+    clusterof = folder.members()
     for group in FIRST.groups():
-        again = {}
-        if SECOND.listof(group).exists():
-            again = {number: record for number, record in folder.latest(SECOND.recordsof(group)).items()
-                     if record.get("cells") == tried}
-        for number, record in sorted(folder.latest(FIRST.recordsof(group)).items()):
+        again = folder.answers(SECOND, group) if SECOND.listof(group).exists() else {}
+        for number, record in sorted(folder.allanswers(group).items()):
             late = again.get(number)
-            if late and folder.stateof(late) != folder.stateof(record):
+            if late and (late.get("cells") != tried or folder.stateof(late) != folder.stateof(record)):
                 late = None
             row = rowof(record, 1, clusterof.get(number))
-            if late and late["verdict"] == "solved" and late["known"] is not None:
+            if late and late["verdict"] == "solved" and late.get("known") is not None:
                 row = rowof(late, 2, late["known"] + 1)
+            elif late and late["verdict"] == "failed":
+                row = rowof(record | {"remarks": [*record["remarks"], FAILEDAGAIN + late["reason"]]}, 1, None)
             if late:
                 row["seconds"] = record["seconds"] + late["seconds"]
             yield row
@@ -134,6 +136,8 @@ def fill(database: sqlite3.Connection, consensus: dict, settings: dict) -> None:
         insert(database, "setting", {"name": name, "value": json.dumps(value)})
     for entry in consensus["clusters"]:
         insert(database, "cluster", clusterrow(entry, len(consensus["tried"])))
+    for file, reason in folder.readjson(folder.PASSED).items():
+        insert(database, "passed", {"file": printable(file), "reason": reason})
     for row in rows(consensus["tried"]):
         insert(database, "crystal", row)
     database.executescript(INDICES)
@@ -153,10 +157,11 @@ def writetable(database: sqlite3.Connection, path: Path) -> None:
     part.replace(path)
 
 
-def main() -> int:
-    consensus = json.loads(folder.CONSENSUS.read_text(encoding="utf-8"))
+def main(_arguments: list[str]) -> int:
+    consensus = folder.consensus()
     part = folder.DATABASE.with_name(folder.DATABASE.name + ".part")
-    part.unlink(missing_ok=True)
+    for ending in ("", "-journal"): # of a call that was killed
+        part.with_name(part.name + ending).unlink(missing_ok=True)
     database = sqlite3.connect(part)
     try:
         with database:
@@ -165,8 +170,54 @@ def main() -> int:
     finally:
         database.close()
     part.replace(folder.DATABASE)
+    folder.writewhole(folder.DATABASEDONE, "")
     return 0
 
 
-if __name__ == "__main__":
-    sys.exit(main())
+def damage() -> str:
+    """What is wrong with the table or the database, for all that can be seen; empty if nothing is."""
+    return tabledamage() or databasedamage()
+
+
+def tabledamage() -> str:
+    start, end = b"number,file,", b"\r\n"
+    try:
+        with open(folder.TABLE, "rb") as file:
+            whole = file.read(len(start)) == start
+            file.seek(-len(end), os.SEEK_END)
+            whole = whole and file.read() == end
+    except FileNotFoundError:
+        return f"{folder.TABLE} is missing"
+    except OSError:
+        whole = False
+    return "" if whole else f"{folder.TABLE} is damaged"
+
+
+def databasedamage() -> str:
+    if not folder.DATABASE.exists():
+        return f"{folder.DATABASE} is missing"
+    database = sqlite3.connect(f"file:{folder.DATABASE}?mode=ro", uri=True)
+    try:
+        whole = database.execute("PRAGMA quick_check(1)").fetchone() == ("ok",)
+        for query in ("number, part, interrupted, cluster FROM crystal", "number, relations FROM cluster",
+                      "file FROM passed"):
+            database.execute(f"SELECT {query} LIMIT 1").fetchall()
+    except sqlite3.Error:
+        whole = False
+    finally:
+        database.close()
+    return "" if whole else f"{folder.DATABASE} is damaged"
+
+
+def keptsettings() -> dict | None:
+    """The settings that the database has; none if it cannot be read."""
+    if databasedamage():
+        return None
+    database = sqlite3.connect(folder.DATABASE)
+    try:
+        found = {name: json.loads(value) for name, value in database.execute("SELECT * FROM setting")}
+        return folder.checkedsettings(found)
+    except (sqlite3.Error, ValueError, folder.Damaged):
+        return None
+    finally:
+        database.close()

@@ -1,20 +1,20 @@
 """Makes one page about all crystals, to be opened in a browser.
 
-    python3 -m torvikbatch.overview
+    step.py overview
 
-Reads crystals.sqlite, writes overview.html, which needs no network and no script.
+Reads crystals.sqlite, writes overview.html, which needs no network and no script. A policy in its head has the
+browser refuse both, and any style but its own: names and reasons come from files of other people.
 """
 
 from __future__ import annotations
 
+import base64
+import hashlib
 import json
 import math
 import os
 import sqlite3
-import sys
 from pathlib import Path
-
-import jinja2
 
 from torvikbatch import folder
 from torvikbatch.folder import VERDICTS
@@ -22,6 +22,8 @@ from torvikbatch.folder import VERDICTS
 MOSTCLUSTERS = 50
 MOSTCRYSTALS = 1000  # listed one by one; all are in the table
 BARS = 40
+START = b"<!DOCTYPE html>\n"
+END = b"</html>\n"
 
 
 def histogram(volumes: list[float]) -> dict:
@@ -90,7 +92,12 @@ def content(database: sqlite3.Connection) -> dict:
     within = os.path.commonpath([os.path.dirname(one["file"]) for one in crystals] or ["/"])
     for one in crystals:
         one["name"] = os.path.relpath(one["file"], within)
-    return {"total": total, "within": within, "seconds": sums[0],
+        one["remarks"] = json.loads(one["remarks"] or "[]")
+    cut, = database.execute("SELECT count(*) FROM crystal WHERE interrupted").fetchone()
+    passed = database.execute("SELECT file, reason FROM passed ORDER BY file LIMIT ?", (MOSTCRYSTALS,))
+    return {"passed": [dict(row) for row in passed],
+            "passedover": database.execute("SELECT count(*) FROM passed").fetchone()[0],
+            "cut": cut, "total": total, "within": within, "seconds": sums[0],
             "later": sums[1], "lattices": sums[2],
             "verdicts": [(verdict, counts.get(verdict, 0)) for verdict in VERDICTS],
             "clusters": clusters(database), "reasons": reasons(database),
@@ -99,22 +106,43 @@ def content(database: sqlite3.Connection) -> dict:
                          database.execute("SELECT name, value FROM setting")}}
 
 
+def policy(style: str) -> str:
+    """What a browser may do with the page: show it, with this style."""
+    checksum = base64.b64encode(hashlib.sha256(style.encode()).digest()).decode()
+    return f"default-src 'none'; style-src 'sha256-{checksum}'; base-uri 'none'; form-action 'none'"
+
+
 def page(values: dict) -> str:
+    import jinja2 # here: the command that looks for damage does without
+
     templates = jinja2.Environment(loader=jinja2.FileSystemLoader(Path(__file__).parent),
                                    autoescape=True, trim_blocks=True, lstrip_blocks=True,
+                                   keep_trailing_newline=True,
                                    undefined=jinja2.StrictUndefined)
-    return templates.get_template("overview.html.j2").render(values)
+    style = templates.get_template("overview.css.j2").render(values)
+    return templates.get_template("overview.html.j2").render(values, style=style, policy=policy(style))
 
 
-def main() -> int:
+def damage() -> str:
+    """What is wrong with the page, for all that can be seen; empty if nothing is."""
+    try:
+        with open(folder.OVERVIEW, "rb") as file:
+            start = file.read(len(START))
+            file.seek(-len(END), os.SEEK_END)
+            whole = start == START and file.read() == END
+    except FileNotFoundError:
+        return f"{folder.OVERVIEW} is missing"
+    except OSError:
+        whole = False
+    return "" if whole else f"{folder.OVERVIEW} is damaged"
+
+
+def main(_arguments: list[str]) -> int:
     database = sqlite3.connect(folder.DATABASE)
     try:
         values = content(database)
     finally:
         database.close()
     folder.writewhole(folder.OVERVIEW, page(values))
+    folder.writewhole(folder.OVERVIEWDONE, "")
     return 0
-
-
-if __name__ == "__main__":
-    sys.exit(main())

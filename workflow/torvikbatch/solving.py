@@ -1,6 +1,8 @@
 """Solves the crystals of one group, one after the other, and records each as soon as it is done.
 
-    python3 -m torvikbatch.solving PASS GROUP
+    step.py solving PASS GROUP CALL
+
+CALL tells one call of torvik-tools batch from another.
 """
 
 from __future__ import annotations
@@ -20,10 +22,15 @@ from torvikbatch import folder
 from torvikbatch.folder import CELL, Input, Pass
 from torvikbatch.signals import STOPPING, hear, hold
 
-# A command that has not ended so long after its budget hangs. Reading a large file, and a run for the
-# results, can go on beyond the budget.
-PATIENCE = 120.0  # seconds
+# Seconds that a command may take beyond its budget, for reading the measurement and writing the answer. After
+# that it hangs, and is killed.
+MARGIN = 15.0
+DYING = 10.0  # seconds that a killed command is waited for: one that waits for a disk cannot die
+LONGESTERRORS = 10**6  # letters
 HANGS = -1000  # in place of a status
+
+# Statuses with which torvik-tools solve reports its verdicts.
+STATUSES = {"solved": 0, "ambiguous": 0, "refused": 1}
 
 
 class Stopped(Exception):
@@ -56,40 +63,45 @@ def command(given: Input, output: Path, settings: dict, cells: list[list[float]]
     return line
 
 
-def ended(line: list[str], budget: float) -> tuple[int, str]:
+def ended(line: list[str], seconds: float) -> tuple[int, str]:
     """Runs a command to its end. Returns its status and what it said on the error stream. It has a
     session of its own: a Ctrl-C for the workflow would make it give a hasty answer."""
-    with tempfile.TemporaryFile("w+", encoding="utf-8", errors="surrogateescape") as errors:
+    # In the folder of the batch, which has to be there anyway: a folder for temporary files need not.
+    with tempfile.TemporaryFile("w+", encoding="utf-8", errors="surrogateescape", newline="\n",
+                                dir=".") as errors:
         child = None
         hold()
         try:
             child = subprocess.Popen(line, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                                      stderr=errors, start_new_session=True, preexec_fn=hear)
             hear()
-            status = child.wait(budget + PATIENCE)
+            status = child.wait(seconds)
         except subprocess.TimeoutExpired:
-            status = None
+            status = HANGS
         finally:
             hear()
             if child and child.poll() is None:
-                os.killpg(child.pid, signal.SIGKILL)
-                child.wait()
+                kill(child)
         errors.seek(0)
-        said = errors.read()
-    if status is None:
-        return HANGS, f"Error: It did not end {PATIENCE:.0f} seconds after its budget."
+        said = errors.read(LONGESTERRORS)
     return status, said
 
 
-def thiscall() -> str:
-    """What tells one call of the workflow from another; all its jobs have it from their environment."""
-    return os.environ.get("TORVIK_CALL", "")
+def kill(child: subprocess.Popen) -> None:
+    """Ends a command and all that it has started in its session."""
+    os.killpg(child.pid, signal.SIGKILL)
+    try:
+        child.wait(DYING)
+    except subprocess.TimeoutExpired:
+        pass
 
 
 def errorin(said: str, status: int) -> str:
-    for line in said.splitlines():
+    for line in said.split("\n"):
         if line.startswith("Error: "):
             return line.removeprefix("Error: ")
+    if status == HANGS:
+        return f"The command did not end within {MARGIN:.0f} seconds after its budget."
     if status < 0:
         return f"The command was ended by signal {-status}."
     return f"The command ended with status {status} and no solution."
@@ -97,7 +109,7 @@ def errorin(said: str, status: int) -> str:
 
 def contentof(solution: dict) -> dict:
     """What a record takes from FILE.solution.json."""
-    content = {key: solution[key] for key in ("verdict", "reason", "remarks")}
+    content = {key: solution[key] for key in ("verdict", "reason", "remarks", "interrupted")}
     content["measured"] = len(solution["reflections"])
     candidates = solution["candidates"]
     if solution["lead"] is not None:
@@ -119,24 +131,49 @@ def contentof(solution: dict) -> dict:
     return content
 
 
-def solved(given: Input, output: Path, settings: dict, cells: list[list[float]]) -> dict:
-    """The record of one crystal. A bad input is recorded as failed: until the next call, which tries it
-    again, since the reason may have been a full disk."""
+def solved(given: Input, output: Path, settings: dict, cells: list[list[float]], call: str) -> dict:
+    """The record of one crystal. Whatever went wrong is recorded as failed, which is no verdict: the next call
+    tries it again, since the reason may have been a full disk."""
     start = time.monotonic()
-    solution = output.with_name(output.name + ".solution.json")
-    solution.unlink(missing_ok=True)
-    status, said = ended(command(given, output, settings, cells), settings["budget"])
+    line = command(given, output, settings, cells)
+    allowed = settings["budget"] + MARGIN
+
+    def tried() -> tuple[int, str]:
+        solutionof(output).unlink(missing_ok=True)
+        return ended(line, max(0.0, allowed - (time.monotonic() - start)))
+
+    status, said = tried()
     if status < 0 and status != HANGS: # killed, by a system that is short of memory perhaps
-        status, said = ended(command(given, output, settings, cells), settings["budget"])
+        status, said = tried()
     record = {"number": given.number, "file": given.file, "size": given.size,
               "changed": given.changed}
-    try:
-        record |= contentof(json.loads(solution.read_text(encoding="utf-8")))
-        record["solution"] = str(solution)
-    except (OSError, ValueError, KeyError):
-        record |= {"verdict": "failed", "reason": errorin(said, status), "call": thiscall()}
+    if given.others:
+        record["others"] = given.others
     record["seconds"] = round(time.monotonic() - start, 3)
-    return record
+    content = answerin(solutionof(output), status)
+    if content and folder.recordin(json.dumps(record | content).encode()):
+        return record | content
+    reason = errorin(said, status)
+    if content:
+        reason = "The command wrote a solution that is none."
+    return record | {"verdict": "failed", "reason": reason, "call": call}
+
+
+def solutionof(output: Path) -> Path:
+    return output.with_name(output.name + ".solution.json")
+
+
+def answerin(path: Path, status: int) -> dict | None:
+    """What a record takes from a solution; none if there is none, or if the command failed after all."""
+    if status not in STATUSES.values():
+        return None
+    try:
+        content = contentof(json.loads(path.read_text(encoding="utf-8")))
+        if STATUSES[content["verdict"]] != status:
+            return None
+    except (OSError, ValueError, TypeError, LookupError, AttributeError, RecursionError):
+        return None
+    return content | {"solution": str(path)}
 
 
 def tidy(output: Path, record: dict, settings: dict) -> None:
@@ -168,16 +205,25 @@ def ascells(number: int) -> list[list[float]]:
     """The cells that a pass tries: none in the first, the consensus in the second."""
     if number == folder.FIRST.number:
         return []
-    return json.loads(folder.CONSENSUS.read_text(encoding="utf-8"))["tried"]
+    return folder.consensus()["tried"]
 
 
-def holds(record: dict | None, given: Input, cells: list[list[float]]) -> bool:
+def holds(record: dict | None, given: Input, cells: list[list[float]], call: str) -> bool:
     """Whether a record answers for an input, tried with these cells."""
     return (record is not None and folder.isof(record, given) and record.get("cells", []) == cells
-            and (record["verdict"] != "failed" or record["call"] == thiscall()))
+            and (record["verdict"] != "failed" or record["call"] == call))
 
 
-def work(which: Pass, group: str) -> None:
+def awaited(path: Path) -> list[Input]:
+    """A list, which a file system that many machines share can show late."""
+    end = time.monotonic() + folder.LATENCY
+    while not path.exists() and time.monotonic() < end:
+        time.sleep(1.0)
+    return folder.readlist(path)
+
+
+def work(which: Pass, group: str, call: str) -> None:
+    inputs = awaited(which.listof(group))
     settings = folder.settings()
     cells = ascells(which.number)
     place = folder.CRYSTALS / group
@@ -187,13 +233,13 @@ def work(which: Pass, group: str) -> None:
     with alone(path.with_suffix(".lock")):
         before = folder.latest(path)
         failed = 0
-        for given in folder.readlist(which.listof(group)):
+        for given in inputs:
             known = before.get(given.number)
-            if holds(known, given, cells):
+            if holds(known, given, cells, call):
                 failed += known["verdict"] == "failed"
                 continue
             output = place / (given.name + (".known" if cells else ""))
-            record = solved(given, output, settings, cells)
+            record = solved(given, output, settings, cells, call)
             tidy(output, record, settings)
             if cells:
                 record["cells"] = cells
@@ -203,19 +249,14 @@ def work(which: Pass, group: str) -> None:
 
 
 def main(arguments: list[str]) -> int:
-    number, group = arguments
+    number, group, call = arguments
+    if not folder.GROUP.fullmatch(group):
+        raise ValueError(f"{group!r} is no group")
     for one in STOPPING:
         signal.signal(one, stop)
     try:
-        work(folder.FIRST if int(number) == 1 else folder.SECOND, group)
+        work(folder.FIRST if int(number) == 1 else folder.SECOND, group, call)
     except Stopped:
         print(f"Group {group} was stopped. What is finished is kept.", file=sys.stderr)
         return 1
-    except OSError as why:
-        print(f"Error: {why.filename or 'A file'}: {why.strerror}.", file=sys.stderr)
-        return 1
     return 0
-
-
-if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))

@@ -1,11 +1,8 @@
 #include "base/failure.h"
 #include "base/textfile.h"
 
-#include "support/runs.h"
-
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 
 namespace torvik::tools {
@@ -55,6 +52,15 @@ TEST(TextFiles, ThatDoNotExistAreAFailure)
     EXPECT_EQ(messageof([] { textfile::read("/"); }), "/ is a folder, not a file.");
 }
 
+TEST(TextFiles, OfEmptyLinesTakeLittleMoreMemoryThanTheirBytes)
+{
+    constexpr std::size_t many = 1000;
+    const textfile source("a.txt", std::string(many, '\n') + "end");
+    EXPECT_EQ(source.lines(), many + 1);
+    EXPECT_EQ(source.line(many), "");
+    EXPECT_EQ(source.line(many + 1), "end");
+}
+
 TEST(Items, AreApartByBlanksOrByTheSeparatorsAskedFor)
 {
     const auto blanks = itemsof("  1\t22 ");
@@ -85,45 +91,6 @@ TEST(Numbers, AreReadToTheirLastCharacter)
     EXPECT_EQ(wholein("+12"), 12);
     EXPECT_FALSE(wholein("12.0"));
     EXPECT_FALSE(wholein("99999999999"));
-}
-
-TEST(WritingWhole, ReplacesAFileAndLeavesNothingBeside)
-{
-    const temporaryfolder folder;
-    writefile(folder.file("a.txt"), "old");
-    writewhole(folder.file("a.txt"), "new");
-    EXPECT_EQ(readfile(folder.file("a.txt")), "new");
-    EXPECT_FALSE(std::filesystem::exists(folder.file("a.txt.part")));
-}
-
-TEST(WritingWhole, LeavesWhatWasThereWhenItCannot)
-{
-    const temporaryfolder folder;
-    std::filesystem::create_directories(folder.file("a.txt/b"));
-    EXPECT_EQ(messageof([&] { writewhole(folder.file("a.txt"), "new"); }),
-              "Cannot write " + folder.file("a.txt") + ".");
-    EXPECT_TRUE(std::filesystem::exists(folder.file("a.txt/b")));
-    EXPECT_FALSE(std::filesystem::exists(folder.file("a.txt.part")));
-}
-
-TEST(WritingTogether, WritesAllFilesOrNone)
-{
-    const temporaryfolder folder;
-    writefile(folder.file("a.txt"), "old");
-    writetogether({{folder.file("a.txt"), "new"}, {folder.file("b.txt"), "other"}});
-    EXPECT_EQ(readfile(folder.file("a.txt")), "new");
-    EXPECT_EQ(readfile(folder.file("b.txt")), "other");
-    // The second one cannot be written: by its folder, and by what bears its name.
-    for (const char* second : {"none/c.txt", "d"}) {
-        std::filesystem::create_directory(folder.file("d"));
-        EXPECT_EQ(messageof([&] {
-                      writetogether({{folder.file("a.txt"), "newer"}, {folder.file(second), "c"}});
-                  }),
-                  "Cannot write " + folder.file(second) + ".");
-        EXPECT_EQ(readfile(folder.file("a.txt")), "new");
-        EXPECT_FALSE(std::filesystem::exists(folder.file("a.txt.part")));
-        EXPECT_FALSE(std::filesystem::exists(folder.file("d.part")));
-    }
 }
 
 } // namespace

@@ -44,6 +44,28 @@ bool holds(const std::string& text, const std::string& part)
     return text.find(part) != std::string::npos;
 }
 
+// A line end in a name would make a keyword of what follows it.
+TEST(Import, WritesNoKeywordThatANameHolds)
+{
+    const std::string name = "a\n_TheMainCriterion\n0.3\n.csv";
+    const runresult run = import({name, "-o", "b.idx"}, {{name, spots()}});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    const std::string& idx = run.files.at("b.idx");
+    EXPECT_TRUE(
+        idx.starts_with("# From a\\n_TheMainCriterion\\n0.3\\n.csv, by torvik-tools import.\n"))
+        << idx;
+    EXPECT_FALSE(holds(idx, "\n_TheMainCriterion"));
+    EXPECT_TRUE(holds(runtorvik(idx).output, "Cell volume :                      210.00"));
+}
+
+// Messages stay on their line, and send nothing to the terminal that it would obey.
+TEST(Import, EscapesTheControlCharactersOfANameInMessages)
+{
+    const std::string name = "a\n\x1B[2J.csv";
+    EXPECT_EQ(import({name}, {{name, "word\n"}}).errors.substr(0, 40),
+              "Error: a\\n\\x1B[2J.csv looks like none of");
+}
+
 TEST(Import, WritesAnInputFileBesideTheMeasurement)
 {
     const runresult run = import({"spots.csv"}, {{"spots.csv", spots()}});

@@ -51,9 +51,9 @@ TEST(TruthFiles, OfSeveralLatticesGiveThemAll)
 
 TEST(TruthFiles, WithFaultsAreRefusedWithTheirPlace)
 {
-    EXPECT_EQ(messageof("{\n \"a\": x}"),
-              "a.truth.json, line 2, column 7: the JSON text has a fault here.");
-    EXPECT_EQ(messageof("[1e999]"), "a.truth.json: the JSON text has a number that is too large.");
+    EXPECT_EQ(messageof("{\n \"a\": x}"), "a.truth.json, line 2, column 7: expected JSON.");
+    EXPECT_EQ(messageof("[1e999]"),
+              "a.truth.json: expected JSON, found a number that is too large.");
     EXPECT_EQ(messageof("[]"), "a.truth.json: expected a JSON object with the known lattice.");
     EXPECT_EQ(messageof("{}"), "a.truth.json: expected \"direct_basis_rows\", or "
                                "\"conventional_cell\" with six numbers.");

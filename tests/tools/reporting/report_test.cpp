@@ -258,6 +258,34 @@ TEST_F(AReport, OfASolutionNeedsNoRunAndShowsVectorsLessTheShift)
     EXPECT_EQ(data["solutions"][0]["indexed"], 1);
 }
 
+// What a solution names is beside it: a file from elsewhere may hold any path.
+TEST_F(AReport, OfASolutionReadsNoFileOutsideItsFolder)
+{
+    const temporaryfolder folder;
+    std::filesystem::create_directory(folder.file("inner"));
+    writefile(folder.file("outer.idx"), example("1_quartz_vectors.idx"));
+    reportoptions options;
+    options.file = folder.file("inner/crystal.solution.json");
+    const auto messageof = [&](const std::string& key, const std::string& name) {
+        const json given = {{"run", {{key, name}}}, {"reflections", json::array()}};
+        writefile(options.file.string(), given.dump());
+        try {
+            reportdata(options);
+        } catch (const failure& why) {
+            return std::string(why.what()).substr(options.file.string().size());
+        }
+        return std::string("nothing");
+    };
+    const std::vector<std::string> names = {"../outer.idx", folder.file("outer.idx"), "..", ".",
+                                            ""};
+    for (const std::string& name : names)
+        for (const char* key : {"idx", "res"})
+            EXPECT_EQ(messageof(key, name), ": expected the name of a file beside it in '"
+                                                + std::string(key) + "' of its run, found '" + name
+                                                + "'.");
+    EXPECT_EQ(messageof("idx", "nosuch.idx"), "nothing");
+}
+
 TEST(ThePage, HoldsNoSignThatCouldEndTheData)
 {
     EXPECT_EQ(filledpage("a<!--data-->b", R"({"x":"</script>"})"), R"(a{"x":"\u003c/script>"}b)");
