@@ -127,6 +127,19 @@ TEST(Misorientations, NameARowWithinTwoDegreesAndATwinAxisWithinOne)
     EXPECT_FALSE(turned_by(vector3(0.33, 1.0, -0.71), 90.0).twin);
 }
 
+TEST(Misorientations, NameRowsWithIndicesUpToThree)
+{
+    using indices = std::array<int, 3>;
+    for (const indices& row : {indices{0, 1, 3}, indices{0, 1, -3}, indices{3, -1, 2},
+                               indices{1, 3, 0}, indices{1, -3, 0}, indices{0, 0, 1}}) {
+        const vector3 along = triclinic.left_multiply(vector3(row[0], row[1], row[2]));
+        const misorientation turn = turned_by(along, 90.0);
+        ASSERT_TRUE(turn.direct);
+        EXPECT_EQ(*turn.direct, row);
+        EXPECT_TRUE(turn.twin);
+    }
+}
+
 TEST(Misorientations, OfASymmetricCellAreTheSmallestOfTheEquivalentOnes)
 {
     const matrix3 cubic = basis_of({8.0, 8.0, 8.0, 90.0, 90.0, 90.0});
