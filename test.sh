@@ -2,7 +2,7 @@
 # Builds Torvik and runs all its tests.
 #
 #   ./test.sh [--long] [LABEL]      all tests, or those of one label: unit, property, golden, install,
-#                                   equivalence, structure, static, truth, faults, fuzz, manual, solver,
+#                                   equivalence, structure, static, truth, faults, fuzz, mutate, manual, solver,
 #                                   tools, workflow; with --long, many more cases in those that try random ones
 #   ./test.sh --sanitize [PRESET]   the tests under AddressSanitizer, UndefinedBehaviorSanitizer and
 #                                   valgrind; or under one of them: asan, ubsan, valgrind
@@ -29,13 +29,14 @@ case ${1:-} in
         [[ $# -le 2 && $presets =~ ^(asan ubsan valgrind|asan|ubsan|valgrind)$ ]] || usage
         set -- ;;
 esac
-labels='unit|property|golden|install|equivalence|structure|static|truth|faults|fuzz|manual|solver|tools|workflow'
+labels='unit|property|golden|install|equivalence|structure|static|truth|faults|fuzz|mutate|manual|solver|tools|workflow'
 [[ $# -le 1 && ${1:-unit} =~ ^($labels)$ ]] || usage
 need "The tests of Torvik" g++=g++ make=make cmake=cmake clang=clang++ clang-format=clang-format \
     libgtest-dev=/usr/include/gtest/gtest.h nlohmann-json3-dev=/usr/include/nlohmann/json.hpp \
     libcli11-dev=/usr/include/CLI/CLI.hpp gemmi-dev=/usr/include/gemmi/math.hpp \
     tao-pegtl-dev=/usr/include/tao/pegtl.hpp libmsgpack-cxx-dev=/usr/include/msgpack.hpp \
     libbenchmark-dev=/usr/include/benchmark/benchmark.h python3=python3 binutils=objdump \
+    python3-clang=/usr/lib/python3/dist-packages/clang \
     clang-tidy=clang-tidy cppcheck=cppcheck pandoc=pandoc weasyprint=weasyprint \
     poppler-utils=pdftotext \
     nodejs=node npm=npm chromium=chromium snakemake=snakemake \

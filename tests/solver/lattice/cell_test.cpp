@@ -71,6 +71,8 @@ TEST(Cells, ThatAreNoneAreRefusedWithASentence)
     EXPECT_EQ(message_of({1, 2, 3, 90, 90, 90}), "nothing");
     EXPECT_EQ(message_of({1, -2, 3, 90, 90, 90}),
               "The cell has b = -2.0000: a length must be above 0.");
+    EXPECT_EQ(message_of({1, 2, 0, 90, 90, 90}),
+              "The cell has c = 0.0000: a length must be above 0.");
     EXPECT_EQ(message_of({1, 2, 3, 90, 180, 90}),
               "The cell has beta = 180.0000: an angle must be above 0 "
               "and below 180 degrees.");

@@ -199,6 +199,26 @@ TEST(TheEvidenceNeeded, GrowsWithTheReflectionsBeyondTwenty)
         EXPECT_LE(evidence_needed_of(n), evidence_needed_of(n + 1));
 }
 
+TEST(ADecision, CountsTheCrystalsOfTheCellInItsReason)
+{
+    const simulated_crystal made = forty(1);
+    assessment best = candidate(made, 100.0, 30);
+    best.further_crystals = {made.basis, made.basis};
+    const decision of = decide(made.vectors, {best}, false);
+    EXPECT_EQ(of.how, verdict::solved);
+    EXPECT_EQ(of.reason,
+              "3 crystals of one cell explain the reflections, and no other lattice comes "
+              "near. The first one indexes 75 % of them.");
+}
+
+TEST(ADecision, OnFewIndexedReflectionsDoesNotSpeakOfRows)
+{
+    const simulated_crystal made = forty(1);
+    const decision of = decide(made.vectors, {candidate(made, 100.0, 8)}, false);
+    EXPECT_EQ(of.how, verdict::ambiguous);
+    EXPECT_EQ(of.reason, "The best lattice indexes only 20 % of the reflections.");
+}
+
 } // namespace
 
 } // namespace torvik::solver

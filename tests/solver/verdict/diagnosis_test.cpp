@@ -60,6 +60,22 @@ TEST(TheDiagnosis, FindsIndicesInHalvesAndThirds)
         "satellites.\n");
 }
 
+// Errors so coarse that a third of all space is near a half, and all of it near a third.
+TEST(TheDiagnosis, TakesNoChanceHitsForHalvesOrThirds)
+{
+    for (std::uint64_t seed = 1; seed <= 20; ++seed) {
+        crystal_request asked = usual();
+        asked.seed = seed;
+        asked.outliers = asked.reflections;
+        const simulated_crystal made = simulated(asked);
+        assessment found;
+        found.basis = made.basis;
+        found.sigma = 0.008;
+        found.inlier.assign(made.vectors.size(), 0.0);
+        EXPECT_TRUE(diagnose(made.vectors, found).empty()) << seed;
+    }
+}
+
 TEST(TheDiagnosis, FindsARing)
 {
     const simulated_crystal made = simulated(usual());
