@@ -148,17 +148,20 @@ int rounds_for_shift(const std::vector<vector3>& vectors, const decision& made, 
 {
     constexpr int of_doubt = 3;
     constexpr int of_few_inliers = 2;
+    constexpr int enough_inliers = 100; // whatever part they are
     if (made.how != verdict::solved) return of_doubt;
     const assessment& best = made.candidates.front();
     if (!best.further_crystals.empty()) return 0;
-    if (best.indexed < fraction_beyond_shift * static_cast<double>(best.inlier.size()))
-        return of_few_inliers;
+    const bool few = best.indexed < fraction_beyond_shift * static_cast<double>(best.inlier.size());
     const double side = cube_root(std::fabs(best.basis.determinant()));
     if (best.evidence < evidence_nearly_beyond_shift * best.indexed
         || best.sigma * side > error_beyond_shift
         || differences_in_a_part(vectors, best, random_numbers(seed + 2)))
-        return of_doubt;
-    return best.evidence < evidence_beyond_shift * best.indexed ? 1 : 0;
+        return few ? of_few_inliers : of_doubt;
+    if (best.evidence >= evidence_beyond_shift * best.indexed
+        && (!few || best.indexed >= enough_inliers))
+        return 0;
+    return few ? of_few_inliers : 1;
 }
 
 // A decision on a lattice beyond doubt, with a small common shift if that explains the vectors better.
@@ -389,9 +392,16 @@ private:
         found_.interrupted = made.interrupted;
         for (const assessment& one : made.candidates)
             found_.candidates.push_back(described(part, normals_left(), one));
-        if (made.how != verdict::refused)
-            found_.remarks = remarks_on(part, made.candidates, made.competing, !how_.known.empty(),
-                                        how_.lattices);
+        if (made.how != verdict::refused) add_remarks(part, made);
+    }
+
+    void add_remarks(const std::vector<vector3>& part, const decision& made)
+    {
+        const bool known = !how_.known.empty();
+        found_.remarks = remarks_on(part, made.candidates, made.competing, known, how_.lattices);
+        if (known) return; // the cell is known better than the reflections determine it
+        const std::string precision = remark_on_precision(found_.candidates.front());
+        if (!precision.empty()) found_.remarks.push_back(precision);
     }
 
     // Takes the reflections of a lattice from those that are left.
