@@ -62,10 +62,11 @@ public:
             throw badfile(name, 0, 0, "expected a column xyzobs.px.value, xyzobs.mm.value or rlp");
     }
 
-    // A reflection vector, and the direction of its diffracted beam.
+    // A reflection vector, the direction of its diffracted beam and the angle of the spindle in degrees.
     struct diffracted {
         vector3 vector;
         vector3 direction;
+        double angle = 0.0;
     };
 
     [[nodiscard]] diffracted reflection(std::size_t i) const
@@ -79,7 +80,7 @@ public:
                                             + panel.slow * table_.millimetres[i].y
                                       : placeof(panel, table_.pixels[i]);
         const vector3 seen = towards(place);
-        return {turnedback((seen - given_.beam) / wavelength_, i), turnedback(seen, i)};
+        return {turnedback((seen - given_.beam) / wavelength_, i), turnedback(seen, i), angle(i)};
     }
 
 private:
@@ -204,6 +205,7 @@ measurement dialsmeasurement(const std::string& name, const reflectiontable& tab
     std::optional<geometry> used;
     if (!points) used.emplace(name, table, *given, *measured.wavelength);
     std::size_t others = 0;
+    std::vector<double> angles;
     for (std::size_t i = 0; i < table.rows; ++i) {
         if (!ofthefirst(table, given, i)) {
             ++others;
@@ -216,11 +218,13 @@ measurement dialsmeasurement(const std::string& name, const reflectiontable& tab
             if (r.length_sq() > 0.0) measured.spots.push_back(spotof(table, i, r));
             continue;
         }
-        const auto [r, direction] = used->reflection(i);
+        const auto [r, direction, angle] = used->reflection(i);
         if (!isfinite(r)) failrow(name, i, "expected a spot on the detector");
         measured.spots.push_back(spotof(table, i, r));
         measured.spots.back().normal = direction;
+        angles.push_back(angle);
     }
+    keepnormalsofnarrow(measured, angles);
     if (others > 0)
         measured.notes.push_back(std::to_string(others)
                                  + (others == 1 ? " reflection" : " reflections")

@@ -21,7 +21,8 @@ struct spot {
     std::optional<std::array<int, 3>> hkl; // if the file gives indices: for checks alone
     std::string where;                     // "line 12", "row 3": for messages
     std::optional<int> image = {};         // its number; neighbours of a scan differ by 1
-    // Of length 1, along the diffracted beam, in the frame of the vector: the normal of the Ewald sphere.
+    // Of length 1, along the diffracted beam, in the frame of the vector: the normal of the Ewald sphere. Only of
+    // stills and narrow wedges, which determine a vector poorly along it: a scan measures the angle of each spot.
     std::optional<vector3> normal = {};
 };
 
@@ -67,6 +68,11 @@ measurement readmeasurement(const std::filesystem::path& path, std::string_view 
 // Leaves out spots of length 0, with a note. Throws a failure for one of infinite length, or if none
 // is left.
 void checkmeasurement(measurement& measured, const std::string& name);
+
+// Keeps the normals of a wedge only if it is narrow.
+//
+// Given:  angles  of the spots, degrees
+void keepnormalsofnarrow(measurement& measured, const std::vector<double>& angles);
 
 // Vectors of the spots, whatever their kind.
 std::vector<vector3> vectorsof(const measurement& measured);

@@ -6,6 +6,7 @@
 #include "readers/reader.h"
 #include "readers/xds.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 
@@ -91,6 +92,15 @@ const std::vector<reader>& readers()
         {"text", "text or CSV: x y z, perhaps intensity and h k l", lookstext, fromfile<readtext>},
     };
     return all;
+}
+
+void keepnormalsofnarrow(measurement& measured, const std::vector<double>& angles)
+{
+    constexpr double narrow = 10.0; // degrees
+    if (angles.empty()) return;
+    const auto [least, most] = std::minmax_element(angles.begin(), angles.end());
+    if (*most - *least <= narrow) return;
+    for (spot& one : measured.spots) one.normal.reset();
 }
 
 std::vector<vector3> vectorsof(const measurement& measured)

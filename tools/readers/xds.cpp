@@ -156,10 +156,11 @@ instrument instrumentof(const assignments& given, const readeroptions& options)
     return one;
 }
 
-// A reflection vector, and the direction of its diffracted beam.
+// A reflection vector, the direction of its diffracted beam and the angle of the spindle in degrees.
 struct diffracted {
     vector3 vector;
     vector3 direction;
+    double angle = 0.0;
 };
 
 // The diffracted beam less the incident one, turned back about the spindle. The z of a spot counts
@@ -172,13 +173,13 @@ diffracted reflectionof(const instrument& given, double x, double y, double z)
     const vector3 seen = towards(place);
     const double angle = given.startangle + given.range * (z - (given.startframe - 1.0));
     return {rotated((seen - given.beam) / given.wavelength, given.axis, -angle),
-            rotated(seen, given.axis, -angle)};
+            rotated(seen, given.axis, -angle), angle};
 }
 
 // x, y, z, intensity; in some versions the number of a segment; then h k l if the spots were
 // indexed, which are zero for those that were not.
 spot spotof(const textfile& source, std::size_t line, const std::vector<item>& items,
-            const instrument& given)
+            const instrument& given, std::vector<double>& angles)
 {
     constexpr std::size_t bare = 4;
     constexpr std::size_t indices = 3;
@@ -191,10 +192,11 @@ spot spotof(const textfile& source, std::size_t line, const std::vector<item>& i
     for (std::size_t i = 0; i < bare; ++i)
         x[i] = source.number(items[i], line, "x, y, z or the intensity of a spot");
     spot one;
-    const auto [r, direction] = reflectionof(given, x[0], x[1], x[2]);
+    const auto [r, direction, angle] = reflectionof(given, x[0], x[1], x[2]);
     if (!isfinite(r)) source.fail(line, 0, "expected a spot on the detector");
     one.value = {r.x, r.y, r.z};
     one.normal = direction;
+    angles.push_back(angle);
     one.intensity = x[3];
     constexpr double most = 1e9;
     if (std::fabs(x[2]) < most) one.image = static_cast<int>(std::floor(x[2])) + 1;
@@ -268,15 +270,17 @@ measurement xdsmeasurement(const textfile& spots, const textfile& parameters,
     measured.frame = "x, y and z are the axes of XDS.INP, with the spindle at 0 degrees.";
     addcell(measured, given);
     if (options.centre) addcentre(measured, used, given);
+    std::vector<double> angles;
     constexpr std::size_t most = 5'000'000; // of which a gigabyte of memory is made
     for (std::size_t line = 1; line <= spots.lines(); ++line) {
         const std::vector<item> items = itemsof(spots.line(line));
         if (items.empty() || items[0].text.starts_with('!')) continue;
         if (measured.spots.size() == most)
             spots.fail(line, 0, "there are more than 5 million spots");
-        measured.spots.push_back(spotof(spots, line, items, used));
+        measured.spots.push_back(spotof(spots, line, items, used, angles));
     }
     if (measured.spots.empty()) spots.fail(0, 0, "expected spots, there are none");
+    keepnormalsofnarrow(measured, angles);
     return measured;
 }
 

@@ -68,6 +68,13 @@ TEST(XdsSpots, HaveTheNormalOfTheEwaldSphere)
     EXPECT_LT((normal("500 1500 180 7\n") - vector3(0, half, -half)).length(), 1e-12);
 }
 
+// Frames of half a degree: ten degrees, and a little more.
+TEST(XdsSpots, HaveNormalsOnNarrowWedgesOnly)
+{
+    EXPECT_TRUE(read("1500 500 5 7\n1500 500 25 7\n").spots.front().normal);
+    EXPECT_FALSE(read("1500 500 5 7\n1500 500 25.1 7\n").spots.front().normal);
+}
+
 // z is 0 at the start of the first frame.
 TEST(XdsSpots, HaveTheNumberOfTheirImage)
 {
