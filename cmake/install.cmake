@@ -48,7 +48,7 @@ if(TARGET torvik-tools)
             DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/torvik ${torvik_tools} OPTIONAL)
     # The workflow of batch, likewise.
     install(DIRECTORY workflow DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/torvik ${torvik_tools}
-            FILES_MATCHING PATTERN "*.py" PATTERN "*.j2" PATTERN "Snakefile"
+            FILES_MATCHING PATTERN "*.py" PATTERN "*.sh" PATTERN "*.j2" PATTERN "Snakefile"
             PATTERN "__pycache__" EXCLUDE)
     if(NOT WIN32)
         set(generated ${CMAKE_BINARY_DIR}/generated)

@@ -246,23 +246,25 @@ rotation_list rotations_within(const matrix3& basis, const nine_by_nine& C)
 
 double symmetry_gain(const std::vector<vector3>& vectors, const assessment& lattice)
 {
-    double gain = logarithm(triclinic_prior);
+    const double any = logarithm(triclinic_prior);
     const auto reduced = try_shortest_basis(lattice.basis);
     const auto C = covariance_of(vectors, lattice);
-    if (!reduced || !C) return gain;
-    rotation_list allowed = rotations_within(reduced->basis, *C);
+    if (!reduced || !C) return any;
     const approximate_rotation identity_rotation = {matrix3(), matrix3()};
+    rotation_list allowed = rotations_within(reduced->basis, *C);
     allowed.insert(allowed.begin(), identity_rotation);
+    // Each group contains those before it: the rotations that fit best come first.
     rotation_list group = {identity_rotation};
+    double best = -std::numeric_limits<double>::infinity();
     for (const approximate_rotation& one : allowed) {
         if (found_in(group, one.T)) continue;
         const auto grown = closure(group, one, allowed);
         if (!grown) continue;
         group = *grown;
         const lattice_group* kind = kind_of(group);
-        if (kind) gain = log_sum(gain, logarithm(kind->prior) + gain_of(group, *kind, *C));
+        if (kind) best = std::max(best, logarithm(kind->prior) + gain_of(group, *kind, *C));
     }
-    return gain;
+    return log_sum(any, best);
 }
 
 } // namespace torvik::solver

@@ -194,8 +194,11 @@ bool visible(const reflection_list& list, const state& now)
     return list.least_sigma < largest_free_sigma / cube_root(now.volume);
 }
 
-// Refines a lattice, unless it will have less evidence than `least`.
-candidate_lattice refined_by(const reflection_list& list, state now, double least, accumulator use)
+// Refines a lattice, until it is certain, nearly, to have less evidence than `least`: then it has none.
+//
+// Given:  patience  rounds before which it is not certain
+candidate_lattice refined_by(const reflection_list& list, state now, double least, int patience,
+                             accumulator use)
 {
     const candidate_lattice nothing = {now.basis, none, 0.0, 1.0, 0.0};
     double before = none;
@@ -216,13 +219,12 @@ candidate_lattice refined_by(const reflection_list& list, state now, double leas
         if (!visible(list, now)) return nothing;
         improve_errors(list, now, of);
         // What smaller errors are worth to the inliers, some more rounds like the last one, and some more for
-        // what the lattice moves, of which half is over after some rounds.
-        constexpr double rounds_ahead = 3.0;
-        constexpr int moved_half = 6;
+        // what the lattice moves.
+        constexpr double rounds_ahead = 4.0;
         const double gain = 3.0 * of.inliers * std::max(0.0, logarithm(sigma / now.sigma));
-        const double more =
-            (round < moved_half ? 1.0 : 0.5) * (4.0 + 0.25 * static_cast<double>(list.size()));
-        if (round >= 3 && evidence + gain + rounds_ahead * rise + more < least) return nothing;
+        const double more = 4.0 + 0.25 * static_cast<double>(list.size());
+        if (round >= patience && evidence + gain + rounds_ahead * rise + more < least)
+            return result(now, of, none);
     }
 }
 
@@ -233,12 +235,14 @@ candidate_lattice assess_by(const reflection_list& list, const matrix3& start, d
     if (!now.set(start) || !visible(list, now)) return {start, none, 0.0, 1.0, 0.0};
     now.sigma = std::max(list.least_sigma, first_free_sigma / cube_root(now.volume));
     now.outliers = first_free_outlier_fraction;
-    const candidate_lattice first = refined_by(list, now, least, use);
+    constexpr int rounds_first = 3;
+    constexpr int rounds_sharper = 5; // a bent lattice has to straighten
+    const candidate_lattice first = refined_by(list, now, least, rounds_first, use);
     return sharpened(first, [&](const candidate_lattice& from, double sigma) {
         now.set(from.basis);
         now.sigma = std::max(list.least_sigma, sigma);
         now.outliers = from.outlier_fraction;
-        return refined_by(list, now, from.evidence, use);
+        return refined_by(list, now, std::max(least, from.evidence), rounds_sharper, use);
     });
 }
 

@@ -4,6 +4,7 @@
 #include "solver/evidence/shifted_lattice.h"
 #include "solver/lattice/text.h"
 #include "solver/numeric/functions.h"
+#include "solver/verdict/free_search.h"
 #include "solver/verdict/thresholds.h"
 
 #include <algorithm>
@@ -46,12 +47,13 @@ bool of_another_crystal(const std::vector<vector3>& vectors, const assessment& b
 }
 
 // The logarithm of the sum of the odds of candidates from `first` to `last`, with the credit of those that index
-// more than the first of all.
+// more than the first of all, unless that has further crystals for the others.
 double log_odds(const std::vector<assessment>& candidates, std::size_t first, std::size_t last)
 {
     double sum = -infinite;
     for (std::size_t i = first; i < last; ++i) {
-        const bool more = candidates[i].indexed > candidates.front().indexed;
+        const bool more = candidates.front().further_crystals.empty()
+                          && candidates[i].indexed > candidates.front().indexed;
         sum = log_sum(sum, candidates[i].evidence + (more ? credit_for_indexing_more : 0.0));
     }
     return sum;
@@ -129,9 +131,7 @@ decision decide(const std::vector<vector3>& vectors, std::vector<assessment> can
 {
     decision made;
     made.interrupted = interrupted;
-    std::stable_sort(
-        candidates.begin(), candidates.end(),
-        [](const assessment& p, const assessment& q) { return p.evidence > q.evidence; });
+    sort_by_evidence(candidates);
     made.candidates = std::move(candidates);
     const double needed = evidence_needed_of(vectors.size());
     if (made.candidates.empty()) {

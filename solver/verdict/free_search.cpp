@@ -3,10 +3,13 @@
 #include "solver/evidence/metric_symmetry.h"
 #include "solver/evidence/occupation.h"
 #include "solver/lattice/short_vectors.h"
+#include "solver/numeric/functions.h"
+#include "solver/verdict/thresholds.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <numeric>
 
 namespace torvik::solver {
@@ -45,7 +48,51 @@ std::vector<candidate_lattice> verified(const std::vector<candidate_lattice>& fo
     return lattices;
 }
 
+// Those that compete, with their exact evidence, the best first.
+std::vector<assessment> exactly(const std::vector<candidate_lattice>& found,
+                                const std::vector<vector3>& vectors)
+{
+    std::vector<assessment> lattices;
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        if (i >= fewest_kept && found[i].evidence < found[0].evidence - competing_depth) break;
+        const assessment exact = assess_with_priors(vectors, found[i].basis);
+        if (std::isfinite(exact.evidence)) lattices.push_back(exact);
+    }
+    sort_by_evidence(lattices);
+    return lattices;
+}
+
+// Whether the first has more evidence than it needs, and the lead.
+bool beyond_doubt(const std::vector<assessment>& lattices)
+{
+    constexpr double extra_evidence = 4.0;
+    if (lattices.empty()) return false;
+    const assessment& best = lattices.front();
+    double rivals = -std::numeric_limits<double>::infinity();
+    for (std::size_t i = 1; i < lattices.size(); ++i)
+        rivals = log_sum(rivals, lattices[i].evidence);
+    const std::size_t count = best.inlier.size();
+    return best.evidence >= evidence_needed_of(count) + extra_evidence
+           && best.evidence - rivals >= lead_needed
+           && best.indexed >= fraction_needed * static_cast<double>(count);
+}
+
 } // namespace
+
+assessment assess_with_priors(const std::vector<vector3>& vectors, const matrix3& start)
+{
+    assessment one = assess(vectors, start);
+    if (std::isfinite(one.evidence))
+        one.evidence += occupation_gain(vectors, one) + symmetry_gain(vectors, one);
+    return one;
+}
+
+void sort_by_evidence(std::vector<assessment>& lattices)
+{
+    std::stable_sort(
+        lattices.begin(), lattices.end(),
+        [](const assessment& p, const assessment& q) { return p.evidence > q.evidence; });
+}
 
 free_search_result find_lattices(const std::vector<vector3>& vectors, const search_limits& limits)
 {
@@ -56,23 +103,11 @@ free_search_result find_lattices(const std::vector<vector3>& vectors, const sear
         found = search_lattices(reflection_list(sample_of(vectors, limits.seed)), limits);
         found.lattices = verified(found.lattices, all, limits);
     } else {
-        found = search_lattices(all, limits);
+        found = search_lattices(all, limits, [&](const std::vector<candidate_lattice>& lattices) {
+            return beyond_doubt(exactly(lattices, vectors));
+        });
     }
-    free_search_result result;
-    result.interrupted = found.interrupted;
-    result.rounds = found.rounds;
-    for (std::size_t i = 0; i < found.lattices.size(); ++i) {
-        const candidate_lattice& one = found.lattices[i];
-        if (i >= fewest_kept && one.evidence < found.lattices[0].evidence - competing_depth) break;
-        assessment exact = assess(vectors, one.basis);
-        if (!std::isfinite(exact.evidence)) continue;
-        exact.evidence += occupation_gain(vectors, exact) + symmetry_gain(vectors, exact);
-        result.lattices.push_back(exact);
-    }
-    std::stable_sort(
-        result.lattices.begin(), result.lattices.end(),
-        [](const assessment& p, const assessment& q) { return p.evidence > q.evidence; });
-    return result;
+    return {exactly(found.lattices, vectors), found.interrupted, found.rounds};
 }
 
 } // namespace torvik::solver

@@ -8,6 +8,13 @@
 
 namespace torvik::solver {
 
+// A lattice refined on all vectors; its evidence includes what superstructures (occupation.h) and symmetric metrics
+// (metric_symmetry.h) add.
+assessment assess_with_priors(const std::vector<vector3>& vectors, const matrix3& start);
+
+// The most evident first; equals keep their order.
+void sort_by_evidence(std::vector<assessment>& lattices);
+
 struct free_search_result {
     std::vector<assessment>
         lattices; // refined on all vectors, with their exact evidence; the best first

@@ -4,7 +4,9 @@
 #include "solver/lattice/relations.h"
 #include "solver/lattice/text.h"
 #include "solver/verdict/diagnosis.h"
+#include "solver/verdict/uncertainty.h"
 
+#include <cmath>
 #include <limits>
 
 namespace torvik::solver {
@@ -68,6 +70,22 @@ std::vector<std::string> remarks_on_further_crystals(const assessment& best, int
         said.push_back("Ask for " + std::to_string(count)
                        + " lattices to index all these crystals.");
     return said;
+}
+
+std::string remark_on_precision(const lattice& found)
+{
+    constexpr double poor = 0.02;
+    const uncertain_cell cell = uncertainty_of(found);
+    std::string said;
+    for (std::size_t i = 0; i < 3; ++i) {
+        const double part = cell.error[i] / cell.cell[i];
+        if (part <= poor) continue;
+        said += said.empty() ? "Poorly determined: " : ", ";
+        said += "abc"[i];
+        if (std::isfinite(part)) said += " to " + fixed(100.0 * part, 0) + " %";
+    }
+    return said.empty() ? said
+                        : said + ". Reflections in other orientations would determine the cell.";
 }
 
 std::vector<std::string> remarks_on(const std::vector<vector3>& vectors,

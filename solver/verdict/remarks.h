@@ -3,6 +3,7 @@
 
 #include "solver/evidence/free_lattice.h"
 #include "solver/lattice/linear.h"
+#include "torvik/solver.h"
 
 #include <cstddef>
 #include <string>
@@ -26,6 +27,12 @@ std::string what_decides_of_known(const matrix3& first, const matrix3& second);
 // Given:  best      the first crystal, with the others in further_crystals
 //         lattices  number of lattices that were asked for
 std::vector<std::string> remarks_on_further_crystals(const assessment& best, int lattices);
+
+// Which axes are known to worse than 2 %, as those along the beam of a still image may be.
+//
+// Given:     found  its basis, and the covariance of UB
+// Returned:  a sentence; empty if there are none
+std::string remark_on_precision(const lattice& found);
 
 // All remarks on the first of some candidates. Unindexed reflections are diagnosed only if there are no further
 // crystals, to which they would belong.

@@ -62,8 +62,9 @@ bool lattice_pool::allowed(const matrix3& basis) const
 
 double lattice_pool::least() const
 {
-    // What is so far below an answer is no rival of one.
-    const double floor = evidence_needed_of(list_.size()) - pool_depth;
+    // What is so far below an answer is no rival of one. Parts of a large cell, which lead to it, may have little.
+    const double floor =
+        std::min(evidence_needed_of(list_.size()), 2.0 * evidence_needed) - pool_depth;
     if (entries_.empty()) return floor;
     const double depth = std::max(floor, best() - pool_depth);
     return entries_.size() < pool_size ? depth : std::max(depth, entries_.back().lattice.evidence);
@@ -165,8 +166,9 @@ constexpr std::array<round_plan, 5> rounds = {{
 
 class searching {
 public:
-    searching(const reflection_list& list, const search_limits& limits)
-        : list_(list), limits_(limits), pool_(list, limits), random_(limits.seed)
+    searching(const reflection_list& list, const search_limits& limits,
+              const second_opinion& opinion)
+        : list_(list), limits_(limits), opinion_(opinion), pool_(list, limits), random_(limits.seed)
     {
     }
 
@@ -181,18 +183,19 @@ public:
             settle();
             found.interrupted = limits_.over();
             if (found.interrupted) break;
-            if (clear(plan.extra_evidence, found.rounds)) {
+            if (clear(plan.extra_evidence, found.rounds) || clear_by_opinion()) {
                 found.clear = true;
                 break;
             }
             if (found.rounds >= limits_.rounds) break;
         }
-        for (const pool_entry& one : pool_.entries()) found.lattices.push_back(one.lattice);
+        found.lattices = lattices();
         return found;
     }
 
 private:
     static constexpr int quick_rounds = 2;
+    static constexpr int rounds_before_opinion = 3;
     static constexpr std::size_t few_reflections = 24;
     static constexpr std::size_t very_few_reflections = 12;
 
@@ -285,6 +288,20 @@ private:
         }
     }
 
+    [[nodiscard]] std::vector<candidate_lattice> lattices() const
+    {
+        std::vector<candidate_lattice> all;
+        for (const pool_entry& one : pool_.entries()) all.push_back(one.lattice);
+        return all;
+    }
+
+    [[nodiscard]] bool clear_by_opinion() const
+    {
+        return opinion_ && round_ == rounds_before_opinion && !pool_.entries().empty()
+               && row_of(pool_.entries()[0].lattice.basis, 2).length() <= searched_
+               && opinion_(lattices());
+    }
+
     [[nodiscard]] bool clear(double extra, int round) const
     {
         if (pool_.entries().empty()) return false;
@@ -305,6 +322,7 @@ private:
 
     const reflection_list& list_;
     const search_limits& limits_;
+    const second_opinion& opinion_;
     lattice_pool pool_;
     random_numbers random_;
     std::vector<vector3> sample_;
@@ -314,9 +332,10 @@ private:
 
 } // namespace
 
-search_result search_lattices(const reflection_list& list, const search_limits& limits)
+search_result search_lattices(const reflection_list& list, const search_limits& limits,
+                              const second_opinion& clear)
 {
-    return searching(list, limits).run();
+    return searching(list, limits, clear).run();
 }
 
 } // namespace torvik::solver

@@ -78,7 +78,13 @@ struct search_result {
     int rounds = 0;
 };
 
+// Whether lattices, the best first, are clear by other evidence than that of the search.
+using second_opinion = std::function<bool(const std::vector<candidate_lattice>&)>;
+
 // Searches direct space by rounds until one lattice is clear or the rounds are over.
-search_result search_lattices(const reflection_list& list, const search_limits& limits);
+//
+// Given:  clear  asked before the long last round; may be empty
+search_result search_lattices(const reflection_list& list, const search_limits& limits,
+                              const second_opinion& clear = {});
 
 } // namespace torvik::solver

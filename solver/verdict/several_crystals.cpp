@@ -93,7 +93,8 @@ class holding {
 public:
     holding(const std::vector<vector3>& vectors, const assessment& held,
             const std::function<bool()>& over)
-        : vectors_(vectors), held_(held), over_(over), indices_(vectors.size())
+        : vectors_(vectors), held_(held), held_gain_(symmetry_gain(vectors, held)), over_(over),
+          indices_(vectors.size())
     {
         for (std::size_t i = 0; i < vectors.size(); ++i) {
             if (!(held.inlier[i] > 0.5)) continue;
@@ -150,7 +151,9 @@ private:
         if (!std::isfinite(alone.evidence) || !try_shortest_basis(alone.basis)) return std::nullopt;
         if (alone.evidence < evidence_needed) return alone;
         assessment fixed = assess_unrefined(vectors_, alone);
-        fixed.evidence += symmetry_gain(vectors_, fixed);
+        // The operation that relates the crystals makes the lattice of their coincidence symmetric too, where their own
+        // symmetry is known less well: that must not speak for one crystal.
+        fixed.evidence += std::max(symmetry_gain(vectors_, fixed), held_gain_);
         return fixed;
     }
 
@@ -223,6 +226,7 @@ private:
 
     const std::vector<vector3>& vectors_;
     const assessment& held_;
+    double held_gain_; // of its symmetry
     const std::function<bool()>& over_;
     places taken_;                        // the inliers of the lattice
     std::vector<miller_indices> indices_; // of all vectors; 0 0 0 if not taken

@@ -146,17 +146,22 @@ bool differences_in_a_part(const std::vector<vector3>& vectors, const assessment
 // The rounds of the search for a shift: none if a shift could not explain the vectors better.
 int rounds_for_shift(const std::vector<vector3>& vectors, const decision& made, std::uint64_t seed)
 {
-    constexpr int most = 3;
-    if (made.how != verdict::solved) return most;
+    constexpr int of_doubt = 3;
+    constexpr int of_few_inliers = 2;
+    constexpr int enough_inliers = 100; // whatever part they are
+    if (made.how != verdict::solved) return of_doubt;
     const assessment& best = made.candidates.front();
     if (!best.further_crystals.empty()) return 0;
+    const bool few = best.indexed < fraction_beyond_shift * static_cast<double>(best.inlier.size());
     const double side = cube_root(std::fabs(best.basis.determinant()));
-    if (best.indexed < fraction_beyond_shift * static_cast<double>(best.inlier.size())
-        || best.evidence < evidence_nearly_beyond_shift * best.indexed
+    if (best.evidence < evidence_nearly_beyond_shift * best.indexed
         || best.sigma * side > error_beyond_shift
         || differences_in_a_part(vectors, best, random_numbers(seed + 2)))
-        return most;
-    return best.evidence < evidence_beyond_shift * best.indexed ? 1 : 0;
+        return few ? of_few_inliers : of_doubt;
+    if (best.evidence >= evidence_beyond_shift * best.indexed
+        && (!few || best.indexed >= enough_inliers))
+        return 0;
+    return few ? of_few_inliers : 1;
 }
 
 // A decision on a lattice beyond doubt, with a small common shift if that explains the vectors better.
@@ -204,11 +209,44 @@ decision with_axis_check(const std::vector<vector3>& vectors, decision made, dou
     return made;
 }
 
+constexpr double same_within = 0.15; // of whole numbers, the matrix between two bases
+
+bool contains(const std::vector<assessment>& lattices, const matrix3& basis)
+{
+    return std::any_of(lattices.begin(), lattices.end(), [&](const assessment& one) {
+        return same_lattice(one.basis, basis, same_within);
+    });
+}
+
+// Whether a shift is beyond its error.
+bool significant(const assessment& shifted)
+{
+    constexpr double deviations = 5.0;
+    return shifted.shift.length()
+           > deviations * shifted.sigma / std::sqrt(std::max(1, shifted.indexed));
+}
+
+// Takes the lattices whose shift is no more than its error out of those with a shift. Gives them without one, but for
+// those that are known.
+std::vector<assessment> without_shift(const std::vector<vector3>& vectors,
+                                      const std::vector<assessment>& known,
+                                      std::vector<assessment>& shifted)
+{
+    std::vector<assessment> lattices;
+    std::erase_if(shifted, [&](const assessment& one) {
+        if (significant(one)) return false;
+        if (contains(known, one.basis)) return true;
+        const assessment exact = assess_with_priors(vectors, one.basis);
+        if (std::isfinite(exact.evidence)) lattices.push_back(exact);
+        return true;
+    });
+    return lattices;
+}
+
 // Lattices without and with a shift; of one lattice the more evident.
 std::vector<assessment> merged(const std::vector<assessment>& unshifted,
                                std::vector<assessment> shifted)
 {
-    constexpr double same_within = 0.15;
     for (const assessment& one : unshifted) {
         const auto same =
             std::find_if(shifted.begin(), shifted.end(), [&](const assessment& other) {
@@ -287,9 +325,7 @@ private:
             refined.evidence += occupation_gain(part, refined) + symmetry_gain(part, refined);
             if (refined.evidence > one.evidence) one = refined;
         }
-        std::stable_sort(
-            lattices.begin(), lattices.end(),
-            [](const assessment& p, const assessment& q) { return p.evidence > q.evidence; });
+        sort_by_evidence(lattices);
     }
 
     [[nodiscard]] std::vector<int> images_left() const
@@ -337,8 +373,14 @@ private:
         if (rounds == 0) return with_small_shift(part, made);
         std::vector<assessment> rivals =
             find_shifted_lattices(part, images_left(), searched.lattices, rounds, limits);
-        return decide(part, merged(searched.lattices, std::move(rivals)),
-                      searched.interrupted || over());
+        std::vector<assessment>& lattices = searched.lattices;
+        const std::vector<assessment> further = without_shift(part, lattices, rivals);
+        if (!further.empty()) {
+            lattices.insert(lattices.end(), further.begin(), further.end());
+            sort_by_evidence(lattices);
+            lattices = with_several_crystals(part, std::move(lattices), limits.over);
+        }
+        return decide(part, merged(lattices, std::move(rivals)), searched.interrupted || over());
     }
 
     void first(const std::vector<vector3>& part, const decision& made)
@@ -350,9 +392,16 @@ private:
         found_.interrupted = made.interrupted;
         for (const assessment& one : made.candidates)
             found_.candidates.push_back(described(part, normals_left(), one));
-        if (made.how != verdict::refused)
-            found_.remarks = remarks_on(part, made.candidates, made.competing, !how_.known.empty(),
-                                        how_.lattices);
+        if (made.how != verdict::refused) add_remarks(part, made);
+    }
+
+    void add_remarks(const std::vector<vector3>& part, const decision& made)
+    {
+        const bool known = !how_.known.empty();
+        found_.remarks = remarks_on(part, made.candidates, made.competing, known, how_.lattices);
+        if (known) return; // the cell is known better than the reflections determine it
+        const std::string precision = remark_on_precision(found_.candidates.front());
+        if (!precision.empty()) found_.remarks.push_back(precision);
     }
 
     // Takes the reflections of a lattice from those that are left.

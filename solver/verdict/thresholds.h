@@ -26,7 +26,7 @@ constexpr double lead_needed = 2.5;
 
 // Rivals that index more reflections count as if they had so much more evidence, in nats. Of ten reflections nine
 // lie on one of the seven halves of their lattice once in thirteen lists, and that half then is the more evident.
-constexpr double credit_for_indexing_more = 4.0;
+constexpr double credit_for_indexing_more = 2.0;
 
 // The fraction of the reflections that a lattice must index to be an answer. A lattice that rows or planes of
 // spots share by chance takes up to a fifth of a long list, with evidence beyond any doubt.

@@ -62,7 +62,13 @@ public:
             throw badfile(name, 0, 0, "expected a column xyzobs.px.value, xyzobs.mm.value or rlp");
     }
 
-    [[nodiscard]] vector3 reflection(std::size_t i) const
+    // A reflection vector, and the direction of its diffracted beam.
+    struct diffracted {
+        vector3 vector;
+        vector3 direction;
+    };
+
+    [[nodiscard]] diffracted reflection(std::size_t i) const
     {
         const std::uint64_t number = table_.panel.empty() ? 0 : table_.panel[i];
         if (number >= given_.panels.size())
@@ -72,12 +78,16 @@ public:
         const vector3 place = metric_ ? panel.origin + panel.fast * table_.millimetres[i].x
                                             + panel.slow * table_.millimetres[i].y
                                       : placeof(panel, table_.pixels[i]);
-        const vector3 scattered = (towards(place) - given_.beam) / wavelength_;
-        const vector3 turned = rotated(unset_.multiply(scattered), given_.rotation.axis, -angle(i));
-        return unfixed_.multiply(turned);
+        const vector3 seen = towards(place);
+        return {turnedback((seen - given_.beam) / wavelength_, i), turnedback(seen, i)};
     }
 
 private:
+    [[nodiscard]] vector3 turnedback(const vector3& x, std::size_t i) const
+    {
+        return unfixed_.multiply(rotated(unset_.multiply(x), given_.rotation.axis, -angle(i)));
+    }
+
     // Degrees.
     [[nodiscard]] double angle(std::size_t i) const
     {
@@ -199,10 +209,17 @@ measurement dialsmeasurement(const std::string& name, const reflectiontable& tab
             ++others;
             continue;
         }
-        const vector3 r = points ? table.rlp[i] : used->reflection(i);
+        if (points) {
+            const vector3& r = table.rlp[i];
+            if (!isfinite(r)) failrow(name, i, "expected a spot on the detector");
+            // One of length 0 was not taken to reciprocal space.
+            if (r.length_sq() > 0.0) measured.spots.push_back(spotof(table, i, r));
+            continue;
+        }
+        const auto [r, direction] = used->reflection(i);
         if (!isfinite(r)) failrow(name, i, "expected a spot on the detector");
-        if (points && r.length_sq() == 0.0) continue; // was not taken to reciprocal space
         measured.spots.push_back(spotof(table, i, r));
+        measured.spots.back().normal = direction;
     }
     if (others > 0)
         measured.notes.push_back(std::to_string(others)

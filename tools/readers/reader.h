@@ -21,6 +21,8 @@ struct spot {
     std::optional<std::array<int, 3>> hkl; // if the file gives indices: for checks alone
     std::string where;                     // "line 12", "row 3": for messages
     std::optional<int> image = {};         // its number; neighbours of a scan differ by 1
+    // Of length 1, along the diffracted beam, in the frame of the vector: the normal of the Ewald sphere.
+    std::optional<vector3> normal = {};
 };
 
 // What a file gives: in 1/angstrom without 2 pi, in a frame fixed to the crystal.

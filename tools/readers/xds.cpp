@@ -156,16 +156,23 @@ instrument instrumentof(const assignments& given, const readeroptions& options)
     return one;
 }
 
+// A reflection vector, and the direction of its diffracted beam.
+struct diffracted {
+    vector3 vector;
+    vector3 direction;
+};
+
 // The diffracted beam less the incident one, turned back about the spindle. The z of a spot counts
 // frames, with 0 at the start of the first: the spindle is at its starting angle when z is one less
 // than the number of the starting frame.
-vector3 reflectionof(const instrument& given, double x, double y, double z)
+diffracted reflectionof(const instrument& given, double x, double y, double z)
 {
     const vector3 place = given.ex * (given.qx * (x - given.orgx))
                           + given.ey * (given.qy * (y - given.orgy)) + given.ez * given.distance;
-    const vector3 scattered = (towards(place) - given.beam) / given.wavelength;
+    const vector3 seen = towards(place);
     const double angle = given.startangle + given.range * (z - (given.startframe - 1.0));
-    return rotated(scattered, given.axis, -angle);
+    return {rotated((seen - given.beam) / given.wavelength, given.axis, -angle),
+            rotated(seen, given.axis, -angle)};
 }
 
 // x, y, z, intensity; in some versions the number of a segment; then h k l if the spots were
@@ -184,9 +191,10 @@ spot spotof(const textfile& source, std::size_t line, const std::vector<item>& i
     for (std::size_t i = 0; i < bare; ++i)
         x[i] = source.number(items[i], line, "x, y, z or the intensity of a spot");
     spot one;
-    const vector3 r = reflectionof(given, x[0], x[1], x[2]);
+    const auto [r, direction] = reflectionof(given, x[0], x[1], x[2]);
     if (!isfinite(r)) source.fail(line, 0, "expected a spot on the detector");
     one.value = {r.x, r.y, r.z};
+    one.normal = direction;
     one.intensity = x[3];
     constexpr double most = 1e9;
     if (std::fabs(x[2]) < most) one.image = static_cast<int>(std::floor(x[2])) + 1;

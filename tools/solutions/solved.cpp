@@ -16,6 +16,9 @@ solver::measurement measurement_of(const measurement& spots, double unit)
         for (const spot& one : all) list.intensities.push_back(*one.intensity);
     if (std::all_of(all.begin(), all.end(), [](const spot& one) { return one.image; }))
         for (const spot& one : all) list.images.push_back(*one.image);
+    if (std::all_of(all.begin(), all.end(), [](const spot& one) { return one.normal; }))
+        for (const spot& one : all)
+            list.normals.push_back({one.normal->x, one.normal->y, one.normal->z});
     return list;
 }
 

@@ -43,6 +43,19 @@ TEST(ADecision, IsSolvedForOneLatticeWithEvidenceAndReflections)
     EXPECT_EQ(of.reason, "One lattice indexes 100 % of the reflections, and no other comes near.");
 }
 
+// 4 nats behind are enough, but not for a rival that indexes more.
+TEST(ADecision, AsksAGreaterLeadOnARivalThatIndexesMore)
+{
+    const simulated_crystal made = forty(1);
+    const assessment best = candidate(made, 100.0, 36);
+    EXPECT_EQ(decide(made.vectors, {best, candidate(made, 96.0, 36)}, false).how, verdict::solved);
+    const decision of = decide(made.vectors, {best, candidate(made, 96.0, 37)}, false);
+    EXPECT_EQ(of.how, verdict::ambiguous);
+    EXPECT_NEAR(of.lead, 4.0 - credit_for_indexing_more, 1e-12);
+    EXPECT_EQ(of.candidates.front().evidence, 100.0);
+    EXPECT_EQ(decide(made.vectors, {best, candidate(made, 95.0, 37)}, false).how, verdict::solved);
+}
+
 // Seven rivals, each 4.2 behind: exp(4.2) / 7 = 9.5 to one, a lead of 4.2 - log 7 = 2.254.
 TEST(ADecision, TakesTheLeadAgainstTheSumOfAllRivals)
 {

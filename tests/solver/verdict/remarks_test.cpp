@@ -77,6 +77,29 @@ TEST(TheRemarks, SayWhatDecidesOnlyIfLatticesCompete)
     EXPECT_NE(what_decides(first.basis, second.basis), "");
 }
 
+// Errors of sigma in the rows of UB, of which the one along z is larger.
+lattice cube_with(double along_z)
+{
+    lattice found;
+    found.basis = {{{10, 0, 0}, {0, 10, 0}, {0, 0, 10}}};
+    for (std::size_t i = 0; i < 9; ++i) found.covariance[i][i] = 1e-8;
+    found.covariance[8][8] = along_z * along_z;
+    return found;
+}
+
+// A relative error of c* is that of c.
+TEST(ARemark, NamesAxesThatAreKnownToWorseThanTwoPerCent)
+{
+    EXPECT_EQ(remark_on_precision(cube_with(0.1 * 0.019)), "");
+    EXPECT_EQ(remark_on_precision(cube_with(0.1 * 0.03)),
+              "Poorly determined: c to 3 %. Reflections in other orientations would determine the "
+              "cell.");
+    lattice none = cube_with(0.0);
+    none.covariance = {};
+    EXPECT_EQ(remark_on_precision(none), "Poorly determined: a, b, c. Reflections in other "
+                                         "orientations would determine the cell.");
+}
+
 } // namespace
 
 } // namespace torvik::solver

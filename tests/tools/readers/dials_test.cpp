@@ -152,6 +152,15 @@ TEST(DialsSpots, AreTurnedBackAboutTheSpindle)
     expectnear(firstof(read(pixels({{500, -500, 360}}), newer)), turned);
 }
 
+// The diffracted beam, turned back as the vector is; none where the table has only vectors.
+TEST(DialsSpots, HaveTheNormalOfTheEwaldSphere)
+{
+    const vector3 still = *read(pixels({aside}), plain()).spots.front().normal;
+    EXPECT_LT((still - vector3(half, 0, -half)).length(), 1e-12);
+    const vector3 turned = *read(pixels({{500, -500, 180}}), plain()).spots.front().normal;
+    EXPECT_LT((turned - vector3(0, -half, -half)).length(), 1e-12);
+}
+
 // Frames of different sets are far apart, also if they have the same number.
 TEST(DialsSpots, HaveTheNumberOfTheirImage)
 {

@@ -60,6 +60,14 @@ TEST(XdsSpots, AreTurnedBackAboutTheSpindle)
                {0, 1 - half, half});
 }
 
+// The diffracted beam, turned back as the vector is.
+TEST(XdsSpots, HaveTheNormalOfTheEwaldSphere)
+{
+    const auto normal = [](const char* line) { return *read(line).spots.front().normal; };
+    EXPECT_LT((normal("1500 500 0 7\n") - vector3(half, 0, half)).length(), 1e-12);
+    EXPECT_LT((normal("500 1500 180 7\n") - vector3(0, half, -half)).length(), 1e-12);
+}
+
 // z is 0 at the start of the first frame.
 TEST(XdsSpots, HaveTheNumberOfTheirImage)
 {

@@ -22,11 +22,17 @@ TEST(AMeasurement, GoesToTheSolverWithAllThatItsSpotsHave)
     EXPECT_EQ(all.vectors, (std::vector<solver::vec3>{{0.5, 1.0, 1.5}, {2.0, 2.5, 3.0}}));
     EXPECT_EQ(all.intensities, (std::vector<double>{5.0, 6.0}));
     EXPECT_EQ(all.images, (std::vector<int>{7, 8}));
+    EXPECT_TRUE(all.normals.empty());
     spots.spots[1].intensity.reset();
     spots.spots[0].image.reset();
     const solver::measurement part = measurement_of(spots, 1.0);
     EXPECT_TRUE(part.intensities.empty());
     EXPECT_TRUE(part.images.empty());
+    spots.spots[0].normal = vector3(0.0, 0.6, 0.8);
+    EXPECT_TRUE(measurement_of(spots, 1.0).normals.empty());
+    spots.spots[1].normal = vector3(1.0, 0.0, 0.0);
+    EXPECT_EQ(measurement_of(spots, 0.5).normals,
+              (std::vector<solver::vec3>{{0.0, 0.6, 0.8}, {1.0, 0.0, 0.0}}));
 }
 
 // Orders along an axis of 80 angstroms are nearer to each other than an eighth of what most spots have
