@@ -72,6 +72,8 @@ class Copy:
         if anchor not in text or "GTest::gtest_main" not in text:
             raise SystemExit("tests/CMakeLists.txt is not as tests/mutate/building.py expects it.")
         text = text.replace("GTest::gtest_main", "torvik_planted_main")
+        # Without the builds by other compilers, which would not know the faults.
+        text = text.replace("add_tests(golden golden builds torvik-tools)", "add_tests(golden golden)")
         text = text.replace(anchor, anchor + "add_library(torvik_planted_main STATIC "
                             "mutate/planted_main.cpp)\n"
                             "target_link_libraries(torvik_planted_main PUBLIC GTest::gtest)\n")

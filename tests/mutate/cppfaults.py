@@ -383,7 +383,8 @@ class Finder:
             if found:
                 self.offer("other function", start, end, self.text[start:start + found.start()]
                            + FUNCTIONS[name] + self.text[start + found.end():end])
-        if name in SYMMETRIC:
+        called = re.match(r"[\w:]*\b(\w+)\s*\(", self.text[start:end])
+        if name in SYMMETRIC or (not name and called and called[1] in SYMMETRIC):  # in templates
             return
         for first, second in zip(arguments, arguments[1:]):
             self.swapped(start, end, first, second)

@@ -67,7 +67,9 @@ int main(int argc, char** argv)
 {
     testing::InitGoogleTest(&argc, argv);
     const char* const name = std::getenv("TORVIK_FAULTS_TESTS");
-    if (name != nullptr && torvik_reached_faults != nullptr)
+    if (name != nullptr && torvik_reached_faults != nullptr) {
         testing::UnitTest::GetInstance()->listeners().Append(new recorder(name));
+        unsetenv("TORVIK_FAULTS_TESTS"); // a test may start this program again
+    }
     return RUN_ALL_TESTS();
 }
