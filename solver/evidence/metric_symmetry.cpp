@@ -171,16 +171,15 @@ const lattice_group* kind_of(const rotation_list& group)
 // The mean of R e R^T over a group is the part of a strain e that has its symmetry: this projection as a matrix.
 nine_by_nine projection_of(const rotation_list& group)
 {
+    std::vector<matrix3> rotations;
+    for (const approximate_rotation& one : group) rotations.push_back(nearest_rotation(one.F));
     nine_by_nine P = {};
     for (std::size_t k = first_strain; k < size; ++k) {
         nine unit = {};
         unit[k] = 1.0;
         const matrix3 e = deformation_of(unit);
         matrix3 mean(0.0);
-        for (const approximate_rotation& one : group) {
-            const matrix3 R = nearest_rotation(one.F);
-            mean = mean + R.multiply(e).multiply(R.transpose());
-        }
+        for (const matrix3& R : rotations) mean = mean + R.multiply(e).multiply(R.transpose());
         const nine column = components_of(scaled(mean, 1.0 / static_cast<double>(group.size())));
         for (std::size_t i = first_strain; i < size; ++i) P[i][k] = column[i];
     }

@@ -62,6 +62,17 @@ protected:
         setenv("TMPDIR", temporary.path().c_str(), 1);
     }
 
+    // As `setting`, and stopped at each call of the system.
+    processsetting tracedsetting() const
+    {
+        processsetting traced = setting;
+        traced.before = [this] {
+            prepare();
+            betraced();
+        };
+        return traced;
+    }
+
     void write(const std::string& name, const std::string& content) const
     {
         writefile(folder.file(name), content);
@@ -566,11 +577,7 @@ TEST_P(ToolFaults, ASignalAtAnyMomentLeavesAllFilesOldOrAllNew)
 {
     if (!tracingworks()) GTEST_SKIP() << "a process cannot be traced here";
     learn();
-    processsetting traced = setting;
-    traced.before = [this] {
-        prepare();
-        betraced();
-    };
+    const processsetting traced = tracedsetting();
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGKILL}) {
         int all = 0;
         EXPECT_FALSE(process(traced).killonce([&] { return ++all < 0; }));
@@ -609,11 +616,7 @@ TEST_P(ToolFaults, ARunThatIsHeldAndResumedGivesTheSameFiles)
 {
     if (!tracingworks()) GTEST_SKIP() << "a process cannot be traced here";
     learn();
-    processsetting traced = setting;
-    traced.before = [this] {
-        prepare();
-        betraced();
-    };
+    const processsetting traced = tracedsetting();
     int all = 0;
     EXPECT_FALSE(process(traced).killonce([&] { return ++all < 0; }));
     for (int k = 1; k < 8; ++k) {

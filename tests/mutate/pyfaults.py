@@ -96,12 +96,15 @@ class Planter(ast.NodeTransformer):
         kind = "negated condition" if isinstance(node.op, ast.Not) else "sign"
         return self.chosen(kind, original, new, copy.deepcopy(original.operand))
 
-    def visit_IfExp(self, node: ast.IfExp) -> ast.expr:
+    def negated(self, node):
         original = copy.deepcopy(node.test)
         self.generic_visit(node)
         node.test = self.chosen("negated condition", original, node.test,
                                 ast.UnaryOp(ast.Not(), original))
         return node
+
+    def visit_IfExp(self, node: ast.IfExp) -> ast.expr:
+        return self.negated(node)
 
     def visit_Constant(self, node: ast.Constant) -> ast.expr:
         value = node.value
@@ -150,11 +153,7 @@ class Planter(ast.NodeTransformer):
     def visit_If(self, node: ast.If) -> ast.stmt:
         if "__name__" in ast.unparse(node.test):
             return node
-        original = copy.deepcopy(node.test)
-        self.generic_visit(node)
-        node.test = self.chosen("negated condition", original, node.test,
-                                ast.UnaryOp(ast.Not(), original))
-        return node
+        return self.negated(node)
 
     def removed(self, node: ast.stmt) -> ast.stmt:
         original = ast.unparse(node)

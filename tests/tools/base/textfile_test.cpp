@@ -1,6 +1,8 @@
 #include "base/failure.h"
 #include "base/textfile.h"
 
+#include "tools/base/messages.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -8,16 +10,6 @@
 namespace torvik::tools {
 
 namespace {
-
-std::string messageof(const auto& work)
-{
-    try {
-        work();
-    } catch (const failure& why) {
-        return why.what();
-    }
-    return "nothing";
-}
 
 TEST(TextFiles, HaveLinesThatEndInTheMannerOfUnixWindowsOrOldMacs)
 {

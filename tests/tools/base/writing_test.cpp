@@ -4,6 +4,7 @@
 
 #include "support/child.h"
 #include "support/runs.h"
+#include "tools/base/messages.h"
 
 #include <gtest/gtest.h>
 
@@ -22,16 +23,6 @@ namespace torvik::tools {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string messageof(const auto& work)
-{
-    try {
-        work();
-    } catch (const failure& why) {
-        return why.what();
-    }
-    return "nothing";
-}
 
 std::vector<std::string> namesin(const temporaryfolder& folder)
 {
